@@ -1,0 +1,45 @@
+# Sourced by ./run and ./test: installs what is missing on Debian 12 and builds a preset.
+# Installs with apt as root or through sudo; where neither is possible it says what to install and stops.
+
+# need PACKAGE...: installs those that dpkg does not know as installed.
+need() {
+  local missing=() package
+  for package in "$@"; do
+    [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  local as_root=()
+  if [ "$(id -u)" -ne 0 ]; then
+    if command -v sudo >/dev/null && sudo -n true 2>/dev/null; then
+      as_root=(sudo -n)
+    elif command -v sudo >/dev/null && [ -t 0 ]; then
+      as_root=(sudo)
+    else
+      echo "These packages are missing, and installing them needs root:" >&2
+      echo "  apt-get install ${missing[*]}" >&2
+      return 1
+    fi
+  fi
+  echo "Installing ${missing[*]}"
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -qq &&
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+build_packages=(g++ cmake ninja-build libcli11-dev libreadline-dev libgtest-dev libbenchmark-dev)
+
+# build PRESET [TARGET...]: configures on the first call, then builds; silent unless something fails.
+build() {
+  local preset=$1 log
+  shift
+  log=$(mktemp)
+  # A cache made in another place (a copied or moved checkout) is of no use to cmake.
+  if [ -f "build/$preset/CMakeCache.txt" ] && ! grep -q "CMAKE_HOME_DIRECTORY:INTERNAL=$PWD\$" "build/$preset/CMakeCache.txt"; then
+    rm -rf "build/$preset"
+  fi
+  if ! { cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}; } >"$log" 2>&1; then
+    cat "$log" >&2
+    rm -f "$log"
+    return 1
+  fi
+  rm -f "$log"
+}
