@@ -1,0 +1,96 @@
+// Names, numbers and texts (C++ only): statuses, parameters and commands of the instrument's protocol by number, name
+// and row, and the routines between a handler's result and its text.
+//
+// Three kinds of failure exist and never mix: VISA statuses (sign-extended to long), SCPI numbers (int, negative or
+// from 103 up) and device statuses (signed 16-bit; widen them with their sign: -32768 is known, 32768 is not).
+// ConvertErrorSorvsToScpi brings the third to the second.
+//
+// Everything here is safe from any thread. Returned pointers point at constant text of the library, valid until it is
+// unloaded; nobody frees them. Nothing throws. Wide texts are Russian.
+#pragma once
+
+#include <exception>
+
+#include "scpi_zlt/export.h"
+
+/// What a command failed with: an SCPI number, 0 for none, and its text, which is not owned.
+struct sComErrorInfo {
+  int code = 0;
+  const char* text = "No error";
+};
+
+// ---- Protocol numbers and their names
+// ------------------------------------------------------------------------------------
+
+/// The name of a command (0 to 7), as "SK_SET"; null for an unknown number.
+ZLT_API const char* GetCommandName(int id);
+/// The number of a command by its name or its name without the first two or three characters ("SK_SET", "SET"), with
+/// case; -1 if there is none. A text that begins with a digit is a number and is returned as such, known or not.
+ZLT_API int GetCommandID(const char* text);
+
+/// The row of a status. The first row of a run keeps its number: "SE_READ_TIMEOUT = 20486". Mind that an unknown number
+/// gives "NO_ERROR".
+ZLT_API const char* GetErrorName(int id);
+/// The message of a status, or L"Неизвестная ошибка".
+ZLT_API const wchar_t* GetErrorString(int id);
+/// Rows in the table of statuses: 112.
+ZLT_API int GetErrorsCount();
+/// The status in row `row`, counted from 0; -1 outside the table (which is no status).
+ZLT_API int GetErrorIDByIndex(int row);
+
+/// The row of a parameter, as GetErrorName gives it ("P_CLK = 50"); null for an unknown number.
+ZLT_API const char* GetParameterName(int id);
+/// The description of a parameter, or L"Неизвестный параметр" where there is none: the last 30 rows have no
+/// description.
+ZLT_API const wchar_t* GetParameterDescriptionW(int id);
+/// As GetCommandID.
+ZLT_API int GetParameterID(const char* text);
+/// Rows in the table of parameters: 176.
+ZLT_API int GetParametersCount();
+/// The parameter in row `row`, counted from 0; -1 outside the table.
+ZLT_API int GetParameterIDByIndex(int row);
+
+// ---- The routines behind them, for tables of the caller's own
+// --------------------------------------------------------------
+//
+// Rows are written like enumerators in source code, "NAME" or "NAME = 20486": the first is number 0, one with "=" has
+// the number behind it, any other the number before plus 1. An empty or null row counts as well. Tables are only
+// read.
+
+/// Index of the first row with that number; `count` if there is none, 0 for a count below 1.
+ZLT_API int GetEnumIndexByID(const char** names, int count, int id);
+/// That row, whole; null if there is none.
+ZLT_API const char* GetEnumName(const char** names, int count, int id);
+/// What stands in `values` at the index of that row; null if there is none.
+ZLT_API const char* GetEnumValue(const char** names, const char** values, int count, int id);
+ZLT_API const wchar_t* GetEnumValueW(const char** names, const wchar_t** values, int count, int id);
+/// The number of a name, as GetCommandID tells it.
+ZLT_API int GetEnumID(const char** names, int count, const char* text);
+/// The number of a row; -1 for a negative index. There is no upper bound: the caller stays inside the table.
+ZLT_API int GetEnumID(const char** names, int index);
+
+// ---- Results and errors
+// ----------------------------------------------------------------------------------------------------
+
+/// Writes the text of a value to `out`, which the caller makes large enough (128 characters do for numbers); with
+/// `terminate` a zero goes behind it. By `type`:
+///   0              "0x" and the low 32 bits of the pointer `data` itself, in hexadecimal
+///   1, 4           `data` points at an int: decimal
+///   2              at a double: "%.12g", with the decimal point of the current locale
+///   7              at a double: exactly eight characters of "%g", a shorter text filled up with zero bytes
+///   anything else  at a terminated string: copied as it is
+ZLT_API void ConvertOutputData(void* data, int type, char* out, bool terminate);
+
+/// The text of an SCPI number; "No error" for 0, "" for a number that is not known (and for 317 and 318).
+ZLT_API const char* GetErrorDescription(int code);
+
+/// True if `status` is a known SCPI number other than 0, which is then recorded in `*info`. Any other status counts as
+/// no error and leaves `*info` alone. `device` is not used, `status` not changed.
+ZLT_API bool CheckErr(int& status, void* device, sComErrorInfo* info);
+
+/// Records "System error" for a caught exception and returns -310.
+ZLT_API int CatchErr(std::exception& error, void* device, sComErrorInfo* info);
+
+/// The SCPI number of a device status: 0 stays 0; -32767 to -1 gain 33068, 1 to 99 gain 100, 20481 and up lose 20280;
+/// everything else gives -300.
+ZLT_API int ConvertErrorSorvsToScpi(short status);
