@@ -1,0 +1,65 @@
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+#include <thread>
+#include <time.h>
+
+#include "support/Clock.h"
+
+namespace {
+
+TEST(Clock, DeadlinesThatDoNotFitAreForEver) {
+  EXPECT_EQ(support::DeadlineIn(UINT64_MAX), support::kNever);
+  EXPECT_EQ(support::DeadlineIn(INT64_MAX / 1'000'000), support::kNever);
+  EXPECT_LT(support::DeadlineIn(0xFFFFFFFF), support::kNever);
+}
+
+TEST(Clock, WaitsLastUntilTheirDeadline) {
+  pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+  pthread_cond_t condition;
+  ASSERT_EQ(support::InitCondition(&condition), 0);
+  const std::int64_t deadline = support::DeadlineIn(20);
+  pthread_mutex_lock(&mutex);
+  int result = 0;
+  while (result == 0) result = support::WaitUntil(&condition, &mutex, deadline);
+  pthread_mutex_unlock(&mutex);
+  EXPECT_EQ(result, ETIMEDOUT);
+  EXPECT_GE(support::NowNs(), deadline);
+  EXPECT_LT(support::NowNs(), deadline + 10'000'000'000);
+  pthread_cond_destroy(&condition);
+}
+
+TEST(Clock, SignalsDoNotCutASleepShort) {
+  struct sigaction action {};
+  action.sa_handler = [](int) {};
+  ASSERT_EQ(sigaction(SIGUSR1, &action, nullptr), 0);
+  const pthread_t sleeper = pthread_self();
+  std::atomic<bool> done = false;
+  std::thread disturber([&] {
+    while (!done) {
+      pthread_kill(sleeper, SIGUSR1);
+      std::this_thread::yield();
+    }
+  });
+  const std::int64_t deadline = support::DeadlineIn(50);
+  support::SleepUntil(deadline);
+  const std::int64_t woken = support::NowNs();
+  done = true;
+  disturber.join();
+  EXPECT_GE(woken, deadline);
+}
+
+TEST(Clock, TicksAreMillisecondsOfTheRealTimeClock) {
+  const auto now = [] {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch());
+  };
+  const auto before = now().count();
+  const auto ticks = GetTickCount();
+  EXPECT_GE(ticks, before);
+  EXPECT_LE(ticks, now().count() + 1);
+}
+
+}  // namespace
