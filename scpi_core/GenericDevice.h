@@ -1,0 +1,89 @@
+// What a session knows of any instrument: the interpreter thread with its events, the session attributes, and the
+// virtual functions that an instrument overrides. All parsing, all handlers and all response text run on the
+// interpreter thread; callers only move bytes in and out of the rings of CIOBuffer.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string_view>
+
+#include "scpi_core/Thread.h"
+#include "scpi_core/pevents.h"
+#include "scpi_core/sStatusReg.h"
+#include "scpi_core/types.h"
+
+class CIOBuffer;
+
+class CGenericDevice : public IResponseStream, public CThreadObject {
+ public:
+  /// Without a session: no events, no thread.
+  CGenericDevice();
+  /// Starts the interpreter thread, which does nothing before the open event.
+  explicit CGenericDevice(CIOBuffer* io_buffer);
+
+  // IResponseStream, on the interpreter thread.
+  int SendResponse(const char* text, int length) override;
+  int RaiseError(int, const char*) override { return 0; }
+  int SendEnd() override;
+
+  void ThreadCycle() override;
+  /// Stops the thread if nobody has done so before. Whoever deletes a device with overridden functions stops it first.
+  ~CGenericDevice() override;
+
+  virtual const char* GetDeviceAddress() { return ""; }
+  /// 0 for a working connection, or the status that skOpen returns. On the interpreter thread.
+  virtual long OpenConnection(const char* /*address*/, unsigned int /*timeout*/) { return 0; }
+  /// Must be safe to call after a failed open. On the interpreter thread.
+  virtual long CloseConnection() { return 0; }
+  /// True on a thread of this device: such a thread can't wait for the device to end.
+  virtual bool RunsOnThisThread() const { return IsThisThread(); }
+
+  // Session attributes. VI_ATTR_TMO_VALUE is set by value, VI_ATTR_TERMCHAR through a pointer to a 32-bit word; callers
+  // rely on the difference. A state below 4096 can't be a pointer: VI_ERROR_NSUP_ATTR_STATE.
+  long GetAttribute(unsigned long id, void* result);
+  long SetAttribute(unsigned long id, unsigned long state);
+
+  void SetClsEvent() { neosmart::SetEvent(m_cls_event); }
+  /// Longer names than the field holds must be refused before.
+  void SetDeviceAddress(std::string_view address);
+  static constexpr std::size_t kAddressSize = 256;
+
+ protected:
+  neosmart::neosmart_event_t ClsEvent() const { return m_cls_event; }
+
+ private:
+  friend class CIOBuffer;
+
+  void CreateEvents();
+  void DestroyEvents();
+  void Open();
+  void Close();
+  void TakeMessage();
+  void Interpret(int length);
+
+  char m_device_address[kAddressSize] = {};
+  sStatusReg m_status_reg;
+  CIOBuffer* m_io_buffer = nullptr;  ///< the owning session
+  std::atomic<bool> m_connected{false};
+  std::atomic<long> m_open_result{0};
+  std::atomic<char> m_termchar{'\n'};
+  std::atomic<bool> m_message_running{false};
+  std::unique_ptr<char[]> m_message;  ///< copy of the message that runs; one byte more than the ring holds
+  neosmart::neosmart_event_t m_response_event = nullptr;  ///< a complete response may be waiting
+  neosmart::neosmart_event_t m_command_event = nullptr;   ///< a complete message waits
+  neosmart::neosmart_event_t m_open_event = nullptr;      ///< request: open the connection
+  neosmart::neosmart_event_t m_close_event = nullptr;     ///< request: close the connection
+  neosmart::neosmart_event_t m_open_done_event = nullptr;
+  neosmart::neosmart_event_t m_close_done_event = nullptr;
+  neosmart::neosmart_event_t m_ready_event = nullptr;  ///< nothing waits on it
+  neosmart::neosmart_event_t m_cls_event = nullptr;    ///< a written message held "*CLS"; nothing waits on it
+  neosmart::neosmart_event_t m_idle_event = nullptr;   ///< set after each message once the session is closing
+  neosmart::neosmart_event_t m_wait_events[4] = {};    ///< command, open, close, stop: the order is the priority
+  CSafeObject m_input_lock;                            ///< guards the input ring
+  CSafeObject m_output_lock;                           ///< guards the output ring
+  std::atomic<int> m_timeout{1000};                    ///< milliseconds
+  std::atomic<unsigned int> m_open_timeout{0};         ///< milliseconds
+};
+
+/// Makes the instrument of a session. Defined beside the instrument; its first call also fills the command tree.
+CGenericDevice* CreateDevice(CIOBuffer* io_buffer);

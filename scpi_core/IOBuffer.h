@@ -1,0 +1,64 @@
+// One session: two rings of characters and the instrument behind them. The bodies of skRead and skWrite are here.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "scpi_core/CharBuff.h"
+#include "scpi_core/GenericDevice.h"
+#include "scpi_core/types.h"
+
+class CIOBuffer : public IResponseStream {
+ public:
+  /// Creates the instrument, whose interpreter thread runs from then on. May throw.
+  CIOBuffer();
+  /// Stops the interpreter (one second), and only then touches the instrument. The connection is closed with it.
+  virtual ~CIOBuffer();
+  CIOBuffer(const CIOBuffer&) = delete;
+  CIOBuffer& operator=(const CIOBuffer&) = delete;
+
+  // The parser is always handed the device as its stream; these do nothing.
+  int SendResponse(const char*, int) override { return 0; }
+  int RaiseError(int, const char*) override { return 0; }
+  int SendEnd() override { return 0; }
+
+  unsigned long GetID() const { return m_id; }
+  void SetID(unsigned long id) { m_id = id; }
+  CGenericDevice& Device() { return *m_device; }
+
+  /// Stores bytes; a complete message wakes the interpreter. Statuses as skWrite has them.
+  long Write(const unsigned char* text, unsigned long count, unsigned long* written);
+  /// Waits for a response and takes at most `size` bytes of it. Statuses as skRead has them.
+  long Read(unsigned char* buffer, unsigned long size, unsigned long* got);
+
+  /// Has the interpreter open the connection, and waits for it as long as `timeout` (milliseconds, unsigned) says.
+  long OpenConnection(const char* address, unsigned int timeout);
+  /// Has the interpreter close the connection, and waits for it up to the time-out of the open. 0, or the wait's
+  /// result. A stop lets both waits out.
+  int CloseConnection();
+
+  /// From here on nobody is let in; a blocked Read comes back.
+  void BeginClose();
+  /// Waits until no complete message is left and none runs, or until the deadline (of support/Clock.h).
+  void Drain(std::int64_t deadline_ns);
+
+  /// Looks for common commands in the bytes of one write. "*CLS" directly in front of the line end sets the device's
+  /// event at once. False if there is none or the first known one stands last, true otherwise; nobody uses the result.
+  bool CheckIEEECommand(const char* text, int length);
+
+  unsigned int users = 0;  ///< calls under way; guarded by the lock of the session list
+
+ private:
+  friend class CGenericDevice;
+
+  bool IsIdle() const { return !m_input.CommandComplete() && !m_device->m_message_running; }
+  int AwaitAnswer(neosmart::neosmart_event_t done, int& index) const;
+  long WaitForResponse(std::int64_t start_ns);
+  long Classify(const unsigned char* buffer, unsigned long size, unsigned long got) const;
+
+  unsigned long m_id = 0;
+  std::atomic<bool> m_closing{false};
+  CCharBuff m_output;  ///< the interpreter writes, callers read
+  CCharBuff m_input;   ///< callers write, the interpreter reads
+  CGenericDevice* m_device = nullptr;
+};

@@ -1,0 +1,215 @@
+// From parameter tokens to typed values.
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "scpi_core/Ascii.h"
+#include "scpi_core/pcore.h"
+
+namespace {
+
+constexpr int kParameterNotAllowed = -108;
+constexpr int kMissingParameter = -109;
+constexpr int kInvalidSuffix = -131;
+constexpr int kSuffixNotAllowed = -138;
+constexpr int kInvalidBlockData = -161;
+constexpr int kBlockDataNotAllowed = -168;
+constexpr int kIllegalParameterValue = -224;
+
+constexpr std::uint32_t kListKind = 5;
+constexpr std::uint32_t kStringKind = 6;
+constexpr std::uint32_t kBlockKind = 7;
+
+constexpr std::int32_t kNumberValue = 2;
+constexpr std::int32_t kMnemonicValue = 3;
+constexpr std::int32_t kStringValue = 6;
+constexpr std::int32_t kBlockValue = 7;
+
+constexpr std::int32_t kConsumed = 2;  ///< type of a token that became a parameter
+
+constexpr std::int32_t kTakesMnemonics = 2;
+constexpr std::int32_t kMayBeLeftOut = 4;
+
+bool IsNumericKind(std::uint32_t kind) {
+  return kind == 2 || kind == 4 || kind == kListKind || kind == kBlockKind;
+}
+
+/// True for what both ways of reading a number read alike: plain decimal digits, with a minus at most in front.
+bool IsPlainNumber(const char* token, int length) {
+  const int start = length > 0 && token[0] == '-' ? 1 : 0;
+  if (start >= length || !IsDigit(token[start])) return false;
+  return !(token[start] == '0' && start + 1 < length && Lower(token[start + 1]) == 'x');
+}
+
+/// How many characters of the token are a number, with strtod's idea of one.
+int ReadNumber(const char* token, int length, double& value) {
+  if (IsPlainNumber(token, length)) {
+    const auto [end, error] = std::from_chars(token, token + length, value);
+    if (error == std::errc()) return static_cast<int>(end - token);
+  }
+  const std::string bounded(token, static_cast<std::size_t>(length));
+  char* end = nullptr;
+  const double number = std::strtod(bounded.c_str(), &end);
+  if (end != bounded.c_str()) value = number;
+  return static_cast<int>(end - bounded.c_str());
+}
+
+/// The matching of one unit's parameter tokens.
+class Matcher {
+ public:
+  explicit Matcher(sCommand& command) : m_command(command) {}
+
+  /// Matches one token. False ends the matching; an error that does not is kept and may be overwritten.
+  bool Match(int token, const sFParam& descriptor) {
+    sSubString& substring = m_command.substrings[static_cast<std::size_t>(m_command.level_count + token)];
+    if (IsNumericKind(descriptor.kind)) return MatchNumeric(substring, descriptor);
+    if (descriptor.kind == kStringKind) return MatchString(substring);
+    return MatchMnemonic(m_command.level_count + token, substring, descriptor);
+  }
+
+ private:
+  bool MatchNumeric(sSubString& token, const sFParam& descriptor) {
+    const char* text = m_command.text + token.offset;
+    const int rest = m_command.length - token.offset;
+    if (BinaryBlockSize(text, token.length, kBlockHeader) > 0) return MatchBlock(token, text, rest, descriptor);
+    if (descriptor.kind == kBlockKind) {
+      m_command.error = kInvalidBlockData;
+      return true;
+    }
+    sNumValue number;
+    if (GetNumValue(text, token.length, descriptor, number) != 0) return Stop(kIllegalParameterValue);
+    if (number.mnemonic) {
+      if ((descriptor.flags & kTakesMnemonics) != 0) {
+        Take(token, kMnemonicValue, number.value);
+      } else {
+        m_command.error = kIllegalParameterValue;
+      }
+      return true;
+    }
+    if (number.unit[0] == '\0') {
+      Push(kNumberValue, number.value);  // not marked as consumed, unlike all others
+      return true;
+    }
+    return MatchUnit(token, number, descriptor);
+  }
+
+  bool MatchBlock(sSubString& token, const char* text, int rest, const sFParam& descriptor) {
+    if (descriptor.kind != kListKind && descriptor.kind != kBlockKind) {
+      m_command.error = kBlockDataNotAllowed;
+      return true;
+    }
+    const auto header = static_cast<int>(BinaryBlockSize(text, rest, kBlockHeader));
+    sParamInfo& block = Take(token, kBlockValue, BinaryBlockSize(text, rest, kBlockData));
+    block.data = text + (header < rest ? header : rest);
+    return true;
+  }
+
+  bool MatchUnit(sSubString& token, const sNumValue& number, const sFParam& descriptor) {
+    if (descriptor.unit_count == 0 || descriptor.units == nullptr) return Stop(kSuffixNotAllowed);
+    for (std::int32_t i = 0; i < descriptor.unit_count; ++i) {
+      if (std::strcmp(number.unit, descriptor.units[i].name) != 0) continue;
+      Take(token, kNumberValue, number.value * descriptor.units[i].multiplier).unit_index = i;
+      return true;
+    }
+    return Stop(kInvalidSuffix);
+  }
+
+  bool MatchString(sSubString& token) {
+    std::string_view text(m_command.text + token.offset, static_cast<std::size_t>(token.length));
+    if (!text.empty() && IsQuote(text.front())) {
+      text = text.size() > 2 ? text.substr(1, text.size() - 2) : std::string_view();
+    }
+    Take(token, kStringValue, -1.0).text = text;
+    return true;
+  }
+
+  bool MatchMnemonic(int index, sSubString& token, const sFParam& descriptor) {
+    for (std::int32_t i = 0; i < descriptor.mnemonic_count; ++i) {
+      const sMnemonicRow& row = descriptor.mnemonics[i];
+      int equal = 0;
+      while (row.name[equal] != '\0' && equal < token.length && row.name[equal] == m_command.GetChar(index, equal))
+        ++equal;
+      if (equal != token.length || (row.name[equal] != '\0' && equal != row.short_length)) continue;
+      Take(token, kMnemonicValue, i);
+      return true;
+    }
+    if (token.type == kConsumed) return true;  // an earlier attempt on this unit took it
+    return Stop(kIllegalParameterValue);
+  }
+
+  bool Stop(int error) {
+    m_command.error = error;
+    return false;
+  }
+
+  sParamInfo& Take(sSubString& token, std::int32_t type, double value) {
+    token.type = kConsumed;
+    return Push(type, value);
+  }
+
+  sParamInfo& Push(std::int32_t type, double value) {
+    sParamInfo& parameter = m_command.parameters.emplace_back();
+    parameter.type = type;
+    parameter.value = value;
+    ++m_command.parsed_count;
+    return parameter;
+  }
+
+  sCommand& m_command;
+};
+
+bool IsMissing(const sFParam& descriptor) {
+  return descriptor.kind != kListKind && descriptor.kind != kStringKind && (descriptor.flags & kMayBeLeftOut) == 0;
+}
+
+}  // namespace
+
+int GetNumValue(const char* token, int length, const sFParam& descriptor, sNumValue& out) {
+  out.value = -1.0;
+  std::memset(out.unit, 0, sizeof out.unit);
+  out.invalid = true;
+  out.mnemonic = false;
+  if (const int taken = ReadNumber(token, length, out.value)) {
+    out.invalid = false;
+    constexpr int kLongestUnit = static_cast<int>(sizeof out.unit) - 1;
+    for (int i = 0; i < kLongestUnit && taken + i < length; ++i) out.unit[i] = Lower(token[taken + i]);
+    return 0;
+  }
+  for (std::int32_t i = 0; i < descriptor.mnemonic_count; ++i) {
+    const std::string_view name = descriptor.mnemonics[i].name;
+    if (static_cast<std::size_t>(length) > name.size()) continue;
+    int equal = 0;
+    while (equal < length && Lower(token[equal]) == name[static_cast<std::size_t>(equal)]) ++equal;
+    if (equal < length) continue;
+    if (length != descriptor.mnemonics[i].short_length && static_cast<std::size_t>(length) != name.size()) continue;
+    out.invalid = false;
+    out.mnemonic = true;
+    out.value = i;  // the last row that matches wins
+  }
+  return out.invalid ? 1 : 0;
+}
+
+void FindParameters(const sFunctionCallInfo& info, const sFParam* parameters, sCommand* command) {
+  const int tokens = command->substring_count - command->level_count;
+  if (tokens > 0 && (parameters == nullptr || info.count == 0)) {
+    command->error = kParameterNotAllowed;
+    return;
+  }
+  command->parameters.reserve(command->parameters.size() + static_cast<std::size_t>(tokens > 0 ? tokens : 0));
+  Matcher matcher(*command);
+  std::int32_t descriptor = 0;
+  for (int token = 0; token < tokens; ++token) {
+    if (descriptor >= info.count) {
+      command->error = kParameterNotAllowed;
+      return;
+    }
+    if (!matcher.Match(token, parameters[descriptor])) return;
+    if (parameters[descriptor].kind != kListKind) ++descriptor;
+  }
+  if (descriptor < info.count && !command->query && IsMissing(parameters[descriptor])) {
+    command->error = kMissingParameter;
+  }
+}

@@ -1,0 +1,78 @@
+// From a message to the calls of its handlers, and what they leave on the stream.
+#include <cstring>
+#include <memory>
+
+#include "scpi_core/pcore.h"
+
+namespace {
+
+constexpr int kTimeOut = -365;
+/// A unit of fewer characters is passed over; the last one holds the line end too.
+constexpr int kShortestUnit = 3;
+
+/// What one unit came to.
+struct Failure {
+  int code = 0;
+  const char* text = "";
+  bool silent = false;  ///< the time-out of a waiting operation: nothing is raised, nothing is sent
+};
+
+/// The error info speaks first, then the command's error; a code of 0 means that the unit succeeded.
+Failure FailureOf(const sCommand& command) {
+  if (command.error_info != nullptr && command.error_info->code != 0) {
+    return {command.error_info->code, command.error_info->text, false};
+  }
+  return {command.error, "", command.error == kTimeOut};
+}
+
+/// The error exit: a query still ends its response, so that nobody waits for it.
+void Fail(const Failure& failure, bool query, IResponseStream& stream) {
+  if (failure.silent) return;
+  stream.RaiseError(failure.code, failure.text);
+  if (query) stream.SendEnd();
+}
+
+}  // namespace
+
+void Parse(char* text, int length, IResponseStream* stream, void* device) {
+  const int units = GetComCount(text, length);
+  int level = 0;
+  int parent = -1;
+  SubStringParams cursor;
+  cursor.delimiters = ";";
+  std::unique_ptr<char[]> copy;
+  for (int unit = 0; unit < units; ++unit) {
+    FindSubString(text, length, cursor);
+    int unit_length = cursor.length;
+    if (unit_length < kShortestUnit) continue;
+    if (!copy) copy.reset(new char[static_cast<std::size_t>(length)]);
+    std::memcpy(copy.get(), text + cursor.position, static_cast<std::size_t>(unit_length));
+    Trim(copy.get(), unit_length);
+    if (unit_length == 0) return;
+
+    sCommand* instance = nullptr;
+    GetCommandInstance(copy.get(), unit_length, &instance);
+    const std::unique_ptr<sCommand> command(instance);
+    if (command->error != 0) return Fail({command->error, "", false}, command->query, *stream);
+
+    command->final_attempt = units == 1;
+    FindNodes(command.get(), level, parent, device);
+    bool second_attempt = false;
+    Failure failure = FailureOf(*command);
+    if (failure.code != 0 && units > 1) {
+      // The unit may not belong on the current path. All failures get this chance, so a handler that failed runs again,
+      // with its first parameters still in front; callers rely on it.
+      second_attempt = true;
+      command->final_attempt = true;
+      level = 0;
+      FindNodes(command.get(), level, parent, device);
+      failure = FailureOf(*command);
+    }
+    if (failure.code != 0) return Fail(failure, command->query, *stream);
+
+    const bool last = unit == units - 1;
+    if (!last && command->query) stream->SendResponse(";", 1);
+    // Callers rely on the lone terminator behind a last unit that is no query but took the second attempt.
+    if (last && (command->query || second_attempt)) stream->SendEnd();
+  }
+}

@@ -1,0 +1,78 @@
+#include "scpi_core/Thread.h"
+
+#include <cassert>
+#include <cstdint>
+
+#include "support/Clock.h"
+
+CSafeObject::CSafeObject() {
+  pthread_mutexattr_t attributes;
+  pthread_mutexattr_init(&attributes);
+  pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+  pthread_mutex_init(&m_mutex, &attributes);
+  pthread_mutexattr_destroy(&attributes);
+}
+
+CSafeObject::~CSafeObject() {
+  pthread_mutex_destroy(&m_mutex);
+}
+
+void CSafeObject::Lock() {
+  pthread_mutex_lock(&m_mutex);
+}
+
+void CSafeObject::Unlock() {
+  pthread_mutex_unlock(&m_mutex);
+}
+
+bool CSafeObject::TryLock() {
+  return pthread_mutex_trylock(&m_mutex) == 0;
+}
+
+CThreadObject::CThreadObject(int) : m_stop_event(neosmart::CreateEvent(true, false)) {
+  assert(m_stop_event != nullptr);
+}
+
+CThreadObject::~CThreadObject() {
+  ThreadStop(1000);
+  neosmart::DestroyEvent(m_stop_event);
+  if (m_thread.joinable()) std::terminate();
+}
+
+unsigned int CThreadObject::ThreadStart() {
+  return ThreadStart([](CThreadObject& self) { self.ThreadCycle(); });
+}
+
+unsigned int CThreadObject::ThreadStart(void (*body)(CThreadObject& self)) {
+  if (Active()) return 0xFFFFFFFF;
+  neosmart::ResetEvent(m_stop_event);
+  m_should_stop = false;
+  m_thread = std::thread([this, body] {
+    m_thread_id = std::this_thread::get_id();
+    m_running = true;
+    body(*this);
+    m_running = false;
+    m_thread_id = std::thread::id();
+  });
+  return 0;
+}
+
+int CThreadObject::ThreadStop(unsigned int timeout) {
+  if (!Active()) return 0;
+  ThreadStopAsync();
+  const std::uint32_t microseconds = timeout * 1000u;
+  // Callers rely on the whole grace period, also when the thread has ended by itself.
+  support::SleepUntil(support::NowNs() + std::int64_t{1000} * microseconds);
+  m_thread.join();
+  m_should_stop = false;
+  neosmart::ResetEvent(m_stop_event);
+  return 0;
+}
+
+int CThreadObject::ThreadStopAsync() {
+  if (Active()) {
+    m_should_stop = true;
+    neosmart::SetEvent(m_stop_event);
+  }
+  return 0;
+}

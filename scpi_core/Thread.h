@@ -1,0 +1,67 @@
+// A lock and a stoppable thread, the two things that sessions and the sweep poller stand on.
+#pragma once
+
+#include <atomic>
+#include <pthread.h>
+#include <thread>
+
+#include "scpi_core/pevents.h"
+
+/// A recursive lock: a thread may lock it twice and has to unlock it as often.
+class CSafeObject {
+ public:
+  CSafeObject();
+  virtual ~CSafeObject();
+  CSafeObject(const CSafeObject&) = delete;
+  CSafeObject& operator=(const CSafeObject&) = delete;
+
+  void Lock();
+  void Unlock();
+  /// True if it got the lock.
+  bool TryLock();
+
+  // For std::lock_guard.
+  void lock() { Lock(); }
+  void unlock() { Unlock(); }
+
+ private:
+  pthread_mutex_t m_mutex;
+};
+
+/// A thread whose body is ThreadCycle, and which can be asked to stop.
+///
+/// Start, stop and Active belong to one thread at a time, the owner's; ThreadStopAsync and ThreadShouldStop to any.
+class CThreadObject {
+ public:
+  explicit CThreadObject(int = 0);
+  /// Stops the thread. A subclass whose ThreadCycle uses its members stops it earlier, in its own destructor.
+  virtual ~CThreadObject();
+  virtual void ThreadCycle() {}
+  CThreadObject(const CThreadObject&) = delete;
+  CThreadObject& operator=(const CThreadObject&) = delete;
+
+  /// 0, or 0xFFFFFFFF if the thread is active. Throws std::system_error if no thread can be had.
+  unsigned int ThreadStart();
+  /// Asks the thread to stop, sleeps the whole time-out in milliseconds whether or not it has ended by then, and joins
+  /// it, for as long as that takes. Returns 0.
+  int ThreadStop(unsigned int timeout);
+  /// Asks the thread to stop and returns at once. The stop has to be up already or the thread kept alive by the caller.
+  int ThreadStopAsync();
+  bool ThreadShouldStop() const { return m_should_stop; }
+  bool Active() const { return m_thread.joinable(); }
+  /// True on the thread itself.
+  bool IsThisThread() const { return m_thread_id.load() == std::this_thread::get_id(); }
+  /// Signalled while a stop is asked for: waiters that must be let out by a stop wait on it too.
+  neosmart::neosmart_event_t StopEvent() const { return m_stop_event; }
+
+ protected:
+  /// As ThreadStart, with a body that calls no virtual function: for constructors, where the object is not whole yet.
+  unsigned int ThreadStart(void (*body)(CThreadObject& self));
+
+ private:
+  std::atomic<bool> m_running{false};
+  std::atomic<bool> m_should_stop{false};
+  std::atomic<std::thread::id> m_thread_id{};
+  std::thread m_thread;
+  neosmart::neosmart_event_t m_stop_event;
+};

@@ -1,0 +1,234 @@
+#include "scpi_core/pevents.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+#include "support/Clock.h"
+
+namespace neosmart {
+namespace {
+
+/// A failed lock, or a count below zero, means a broken program.
+void Require(bool condition, const char* expected) {
+  if (condition) return;
+  std::fprintf(stderr, "pevents: assertion failed: %s\n", expected);
+  std::abort();
+}
+
+void Lock(pthread_mutex_t& mutex) {
+  Require(pthread_mutex_lock(&mutex) == 0, "result == 0");
+}
+void Unlock(pthread_mutex_t& mutex) {
+  Require(pthread_mutex_unlock(&mutex) == 0, "result == 0");
+}
+
+/// Drops one reference and frees the record with the last.
+void Release(neosmart_wfmo_t_* record) {
+  const std::int32_t left = record->RefCount.fetch_sub(1) - 1;
+  Require(left >= 0, "wfmo->RefCount >= 0");
+  if (left > 0) return;
+  Require(pthread_mutex_destroy(&record->Mutex) == 0, "result == 0");
+  Require(pthread_cond_destroy(&record->Condition) == 0, "result == 0");
+  delete record;
+}
+
+bool IsSatisfied(const neosmart_wfmo_t_& record) {
+  return record.WaitAll ? record.Status.EventsLeft == 0 : record.Status.FiredEvent != -1;
+}
+
+/// Counts a signalled event in, with the record's mutex held.
+void Fire(neosmart_wfmo_t_& record, std::int32_t index) {
+  if (record.WaitAll) {
+    --record.Status.EventsLeft;
+    Require(record.Status.EventsLeft >= 0, "wfmo->Status.EventsLeft >= 0");
+  } else {
+    record.Status.FiredEvent = index;
+    record.StillWaiting = false;
+  }
+}
+
+/// Takes the front entry off the queue, with the event's mutex held. Returns true if a live waiter took the event; its
+/// record is put on `chain` (which then owns the entry's reference) if that completes its wait.
+bool PopWaiter(neosmart_event_t_& event, neosmart_wfmo_t_*& chain) {
+  const neosmart_wfmo_info_t_ entry = event.WaitQueue.front();
+  event.WaitQueue.pop_front();
+  neosmart_wfmo_t_* record = entry.Waiter;
+  Lock(record->Mutex);
+  const bool live = record->StillWaiting;
+  if (live) Fire(*record, entry.WaitIndex);
+  const bool complete = live && IsSatisfied(*record);
+  Unlock(record->Mutex);
+  if (complete) {
+    record->NextToSignal = chain;
+    chain = record;
+  } else {
+    Release(record);
+  }
+  return live;
+}
+
+/// Wakes the waiters of a chain; no lock is held.
+void SignalChain(neosmart_wfmo_t_* chain) {
+  while (chain != nullptr) {
+    neosmart_wfmo_t_* record = chain;
+    chain = record->NextToSignal;
+    Require(pthread_cond_signal(&record->Condition) == 0, "result == 0");
+    Release(record);
+  }
+}
+
+/// True for a queue entry whose waiter has left; drops its reference then. A busy record is in use and is kept.
+bool RemoveExpiredWaitHelper(const neosmart_wfmo_info_t_& entry) {
+  if (pthread_mutex_trylock(&entry.Waiter->Mutex) != 0) return false;
+  const bool live = entry.Waiter->StillWaiting;
+  Unlock(entry.Waiter->Mutex);
+  if (live) return false;
+  Release(entry.Waiter);
+  return true;
+}
+
+void Prune(neosmart_event_t_& event) {
+  std::erase_if(event.WaitQueue, RemoveExpiredWaitHelper);
+}
+
+neosmart_wfmo_t_* NewRecord(int count, bool wait_all) {
+  auto* record = new neosmart_wfmo_t_;
+  record->RefCount = 1;
+  record->WaitAll = wait_all;
+  record->StillWaiting = true;
+  record->NextToSignal = nullptr;
+  if (wait_all) {
+    record->Status.EventsLeft = count;
+  } else {
+    record->Status.FiredEvent = -1;
+  }
+  Require(pthread_mutex_init(&record->Mutex, nullptr) == 0, "result == 0");
+  Require(support::InitCondition(&record->Condition) == 0, "result == 0");
+  return record;
+}
+
+/// Consumes the event if it is signalled, otherwise queues the record on it. Returns true if nothing else needs a look:
+/// a wait on any has its event.
+bool Register(neosmart_event_t_& event, neosmart_wfmo_t_* record, std::int32_t index) {
+  Lock(event.Mutex);
+  Prune(event);
+  Lock(record->Mutex);
+  // An event registered before may have fired meanwhile; a later one is not consumed then.
+  const bool done = !record->WaitAll && record->Status.FiredEvent != -1;
+  if (!done && event.State) {
+    if (event.AutoReset) event.State = false;
+    Fire(*record, index);
+  } else if (!done) {
+    ++record->RefCount;
+    event.WaitQueue.push_back({record, index});
+  }
+  const bool fired = !record->WaitAll && record->Status.FiredEvent != -1;
+  Unlock(record->Mutex);
+  Unlock(event.Mutex);
+  return fired;
+}
+
+}  // namespace
+
+neosmart_event_t CreateEvent(bool manual_reset, bool initial_state) {
+  auto* event = new neosmart_event_t_;
+  event->AutoReset = !manual_reset;
+  event->State = initial_state;
+  Require(support::InitCondition(&event->Condition) == 0, "result == 0");
+  Require(pthread_mutex_init(&event->Mutex, nullptr) == 0, "result == 0");
+  return event;
+}
+
+int DestroyEvent(neosmart_event_t event) {
+  Lock(event->Mutex);
+  Prune(*event);
+  Unlock(event->Mutex);
+  Require(pthread_cond_destroy(&event->Condition) == 0, "result == 0");
+  Require(pthread_mutex_destroy(&event->Mutex) == 0, "result == 0");
+  delete event;
+  return 0;
+}
+
+int SetEvent(neosmart_event_t event) {
+  neosmart_wfmo_t_* chain = nullptr;
+  const bool auto_reset = event->AutoReset;
+  Lock(event->Mutex);
+  event->State = true;
+  while (!event->WaitQueue.empty()) {
+    if (PopWaiter(*event, chain) && auto_reset) {
+      event->State = false;  // consumed
+      break;
+    }
+  }
+  const bool left = event->State;
+  Unlock(event->Mutex);
+  if (!auto_reset) {
+    Require(pthread_cond_broadcast(&event->Condition) == 0, "result == 0");
+  } else if (left) {
+    Require(pthread_cond_signal(&event->Condition) == 0, "result == 0");
+  }
+  SignalChain(chain);
+  return 0;
+}
+
+int ResetEvent(neosmart_event_t event) {
+  Lock(event->Mutex);
+  event->State = false;
+  Unlock(event->Mutex);
+  return 0;
+}
+
+int WaitForEvent(neosmart_event_t event, std::uint64_t milliseconds) {
+  if (milliseconds == 0) {
+    if (pthread_mutex_trylock(&event->Mutex) != 0) return kTimedOut;
+  } else {
+    Lock(event->Mutex);
+  }
+  int result = 0;
+  if (!event->State && milliseconds == 0) {
+    result = kTimedOut;
+  } else if (!event->State) {
+    const std::int64_t deadline = support::DeadlineIn(milliseconds);
+    while (!event->State && result == 0) {
+      result = support::WaitUntil(&event->Condition, &event->Mutex, deadline);
+    }
+    if (event->State) result = 0;
+  }
+  if (result == 0 && event->AutoReset) event->State = false;
+  Unlock(event->Mutex);
+  return result;
+}
+
+int WaitForMultipleEvents(neosmart_event_t* events, int count, bool wait_all, std::uint64_t milliseconds,
+                          int& wait_index) {
+  wait_index = -1;
+  neosmart_wfmo_t_* record = NewRecord(count, wait_all);
+  for (int i = 0; i < count; ++i) {
+    if (Register(*events[i], record, i)) break;
+  }
+  Lock(record->Mutex);
+  int result = 0;
+  if (!IsSatisfied(*record) && milliseconds == 0) {
+    result = kTimedOut;
+  } else if (!IsSatisfied(*record)) {
+    const std::int64_t deadline = support::DeadlineIn(milliseconds);
+    while (!IsSatisfied(*record) && result == 0) {
+      result = support::WaitUntil(&record->Condition, &record->Mutex, deadline);
+    }
+    // An event may have fired between the time-out and this thread's getting the lock back.
+    if (IsSatisfied(*record)) result = 0;
+  }
+  record->StillWaiting = false;
+  wait_index = wait_all ? record->Status.EventsLeft : record->Status.FiredEvent;
+  Unlock(record->Mutex);
+  Release(record);
+  return result;
+}
+
+int WaitForMultipleEvents(neosmart_event_t* events, int count, bool wait_all, std::uint64_t milliseconds) {
+  int wait_index = -1;
+  return WaitForMultipleEvents(events, count, wait_all, milliseconds, wait_index);
+}
+
+}  // namespace neosmart
