@@ -1,0 +1,101 @@
+// One shape for everything that is sent to the instrument: build one packet, exchange it, read back what was taken,
+// free. A sender is a list of fields and what to read back, nothing else:
+//
+//   Exchange exchange(P_PHASE, {4, 2}, {*phase});
+//   if (const auto failure = exchange.Run(*this)) return failure;  // the link failed, there is no reply
+//   if (exchange.Carries(1)) *phase = exchange.Value(0);           // a refusal carries values too
+//   return exchange.Status();                                      // the instrument's word on it
+//
+// A reply with fewer values than its sender reads is no link failure: nothing is read, and where the instrument claims
+// success the status is SK_SMALL_SIZE. A sender that reads no value doesn't ask, and then a short reply is as good.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <span>
+
+#include "src/Device.h"
+#include "src/LinkExchange.h"
+#include "src/PacketTypes.h"
+#include "src/comset.h"
+
+/// Bytes of one value on the wire, and how many of them are fraction: {6, 2} is the format 6.2.
+struct ValueFormat {
+  unsigned char size;
+  unsigned char fraction;
+};
+
+/// What Run found: true when the link failed, and then the status of that, sign-extended. It may be 0: a positive
+/// status of the provider leaves nothing to read, but counts as success.
+class LinkFailure {
+ public:
+  explicit LinkFailure(long result) : m_result(result) {}
+  explicit operator bool() const { return m_result != 0; }
+  operator int() const { return ConvertErrorVisaToSorvs(m_result); }  // NOLINT: returned as a status
+
+ private:
+  long m_result;
+};
+
+class Exchange {
+ public:
+  Exchange(EParameter parameter, ValueFormat format, std::span<const double> values, ECommand command = SK_SET)
+      : m_packet(parameter, static_cast<unsigned int>(values.size()), format.size, format.fraction, command) {
+    unsigned int index = 0;
+    for (const double value : values) m_packet.SetValue(index++, value);
+  }
+  Exchange(EParameter parameter, ValueFormat format, std::initializer_list<double> values, ECommand command = SK_SET)
+      : Exchange(parameter, format, std::span<const double>(values.begin(), values.size()), command) {}
+  /// A question: SK_GET with `count` values of zero.
+  static Exchange Query(EParameter parameter, ValueFormat format, unsigned int count) {
+    return Exchange(parameter, format, count, SK_GET);
+  }
+
+  /// True when the link failed; then there is no reply to read.
+  LinkFailure Run(CDevice& device) {
+    m_link_result = device.ProcessParameter(&m_packet);
+    m_reply_is_short = false;
+    return LinkFailure(m_link_result);
+  }
+  /// The two in one, for who reads no value.
+  int RunForStatus(CDevice& device) {
+    const LinkFailure failure = Run(device);
+    return failure ? static_cast<int>(failure) : Status();
+  }
+  /// The VISA status of the exchange.
+  long LinkResult() const { return m_link_result; }
+
+  /// True if the reply holds at least `count` values. False is remembered by Status.
+  bool Carries(unsigned int count) {
+    if (m_link_result != 0) return false;
+    const bool carries = m_packet.CarriesValues(count);
+    if (!carries) m_reply_is_short = true;
+    return carries;
+  }
+  /// Value `index` of a reply that carries it.
+  double Value(unsigned int index) const { return m_packet.CarriedValue(index); }
+  /// The reply's status, sign-extended; SK_SMALL_SIZE for a success that did not carry what Carries asked for.
+  int Status() const {
+    // A read may end in a completion code of the provider without a reply: that counts as a success without values.
+    if (m_link_result != 0) return ConvertErrorVisaToSorvs(m_link_result);
+    const int status = m_packet.Status();
+    return status == SK_NO_ERROR && m_reply_is_short ? SK_SMALL_SIZE : status;
+  }
+
+  /// The packet's own status field, also after a failed exchange.
+  int PacketStatus() const { return m_packet.Status(); }
+
+  /// Lists and pulses keep something else in the head where the count of values normally stands.
+  void SetHeadCount(unsigned char count) {
+    CHead* head = m_packet.Head();
+    head->Flags = static_cast<std::uint16_t>((head->Flags & 0xFF00) | count);
+  }
+
+ private:
+  Exchange(EParameter parameter, ValueFormat format, unsigned int count, ECommand command)
+      : m_packet(parameter, count, format.size, format.fraction, command) {}
+
+  CDevParameter m_packet;
+  long m_link_result = 0;
+  bool m_reply_is_short = false;
+};

@@ -1,0 +1,58 @@
+// One exchange at a time per session. CDevice owns the gate, the run thread is given it; both take it around each
+// exchange, and nobody holds it across CancelRun.
+//
+// Leaving hands the gate to whoever waits, first come first served, so the poller, which comes back at once, lets a
+// setting pass between two polls. A poll that waits for its trigger may hold the gate for long: who has waited for 1 s
+// asks it to give up.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "scpi_core/pevents.h"
+
+class ExchangeGate {
+ public:
+  enum class Result { kEntered, kStopped, kTimedOut };
+  static constexpr std::uint64_t kForEver = UINT64_MAX;
+  /// How long a poll may keep others waiting.
+  static constexpr std::uint64_t kPatienceMs = 1000;
+
+  ExchangeGate();
+  ~ExchangeGate();
+  ExchangeGate(const ExchangeGate&) = delete;
+  ExchangeGate& operator=(const ExchangeGate&) = delete;
+
+  /// Waits until the gate is free, `stop` is set (null: there is none) or the time is over. Not recursive.
+  Result Enter(neosmart::neosmart_event_t stop, std::uint64_t timeout_ms);
+  /// As Enter without limit; after 1 s the poll that holds the gate is asked to give up.
+  Result EnterAheadOfPoll(neosmart::neosmart_event_t stop);
+  void Leave();
+
+  /// The request to the poll: stays up until the next run clears it. The poll tests it as its stop request.
+  void AskToGiveUp() { m_give_up = true; }
+  bool GiveUpAsked() const { return m_give_up; }
+  void ClearGiveUp() { m_give_up = false; }
+
+ private:
+  neosmart::neosmart_event_t m_free;  ///< auto-reset; set when nobody is inside
+  std::atomic<bool> m_give_up{false};
+};
+
+/// Leaves the gate when it goes out of scope, if it was entered.
+class GateHold {
+ public:
+  GateHold(ExchangeGate& gate, ExchangeGate::Result entered) : m_gate(gate), m_result(entered) {}
+  ~GateHold() {
+    if (m_result == ExchangeGate::Result::kEntered) m_gate.Leave();
+  }
+  GateHold(const GateHold&) = delete;
+  GateHold& operator=(const GateHold&) = delete;
+
+  explicit operator bool() const { return m_result == ExchangeGate::Result::kEntered; }
+  ExchangeGate::Result GetResult() const { return m_result; }
+
+ private:
+  ExchangeGate& m_gate;
+  ExchangeGate::Result m_result;
+};

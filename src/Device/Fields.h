@@ -1,0 +1,52 @@
+// Between the types of the model and the doubles of a packet. What comes back is cut toward zero where the model holds
+// a whole number; a flag is anything that is not zero.
+//
+//   Exchange exchange(P_RF_OUT, {4, 2}, ToFields(state, power));
+//   ...
+//   TakeReply(exchange, state, power);
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "src/Device/Exchange.h"
+#include "support/Integers.h"
+
+/// What a packet carries for these values, in their order.
+template <class... Values>
+std::array<double, sizeof...(Values)> ToFields(const Values&... values) {
+  return {static_cast<double>(values)...};
+}
+
+inline void TakeField(double field, double& value) {
+  value = field;
+}
+inline void TakeField(double field, bool& value) {
+  value = field != 0.0;
+}
+inline void TakeField(double field, int& value) {
+  value = TruncToInt32(field);
+}
+inline void TakeField(double field, std::uint32_t& value) {
+  value = TruncToUint32(field);
+}
+inline void TakeField(double field, long& value) {
+  value = TruncToInt64(field);
+}
+
+/// Reads the reply's first fields into these values. A reply that is too short leaves all of them alone.
+template <class... Values>
+void TakeReply(Exchange& exchange, Values&... values) {
+  if (!exchange.Carries(sizeof...(Values))) return;
+  unsigned int index = 0;
+  (TakeField(exchange.Value(index++), values), ...);
+}
+
+/// The plain sender: these values out, the same values back. Status of the link or of the reply.
+template <class... Values>
+int SendAndTake(CDevice& device, EParameter parameter, ValueFormat format, Values&... values) {
+  Exchange exchange(parameter, format, ToFields(values...));
+  if (const auto failure = exchange.Run(device)) return failure;
+  TakeReply(exchange, values...);
+  return exchange.Status();
+}

@@ -1,0 +1,51 @@
+// What CDevice does with its run thread: the start pattern around every setting that changes a sweep, and the time-out
+// of a poll. There is no run thread until the start-up probing is over; until then nothing sweeps.
+#include <algorithm>
+
+#include "src/Device.h"
+#include "support/Integers.h"
+
+bool CDevice::IsSweeping() const {
+  return m_run_thread && m_run_thread->Active();
+}
+
+bool CDevice::ShouldSweep() const {
+  return m_settings.init_continuous && HasSweep(m_settings.sweep);
+}
+
+int CDevice::Start(short count) {
+  if (!m_run_thread) return 0;
+  CancelIfSweeping();
+  m_run_thread->Run(count);
+  return 0;
+}
+
+int CDevice::Stop() {
+  CancelIfSweeping();
+  return 0;
+}
+
+void CDevice::CancelIfSweeping() {
+  if (IsSweeping()) m_run_thread->CancelRun();
+}
+
+// Whoever should sweep wants to go on without end, so the count is always 0.
+void CDevice::RunIfShouldSweep() {
+  if (m_run_thread && ShouldSweep()) m_run_thread->Run(m_settings.init_continuous ? 0 : 1);
+}
+
+// Callers rely on the dwell, which is stored in seconds, being taken for milliseconds here.
+void CDevice::UpdateTimeout() {
+  if (!m_run_thread) return;
+  std::size_t points = m_settings.sweep_points;
+  if (m_settings.sweep.frequency_mode == kModeList) points = std::max(points, m_frequency_list.size());
+  if (m_settings.sweep.power_mode == kModeList) points = std::max(points, m_power_list.size());
+
+  // A poll that waits for a trigger waits as long as it takes.
+  int timeout = 0;
+  if (m_settings.sweep.sync_in.source == kTriggerImmediate) {
+    timeout = TruncToInt32(static_cast<double>(points) * 1.5 * m_settings.sweep.dwell + 100.0);
+    timeout = std::max(timeout, 1000);
+  }
+  if (timeout != m_run_thread->GetTimeout()) m_run_thread->SetTimeout(timeout);
+}

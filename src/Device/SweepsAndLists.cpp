@@ -1,0 +1,87 @@
+// Point lists, dwell time, and what starts a sweep. Hz, dBm, seconds. How a list gets to the instrument is
+// ListTransfer.cpp; whether the lists fit each other is looked at when a mode changes, not here.
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "src/Device/Fields.h"
+
+namespace {
+
+constexpr int kDataOutOfRange = -222;
+
+}  // namespace
+
+int CDevice::SetFreqList(std::vector<double> list) {
+  // Callers rely on a refused list leaving zeros, as many as it had points.
+  m_frequency_list.assign(list.size(), 0.0);
+  for (const double point : list) {
+    if (!(m_working_low_frequency <= point && point <= m_working_high_frequency)) return kDataOutOfRange;
+  }
+  std::ranges::copy(list, m_frequency_list.begin());
+  const int status = HW_SendList(kFrequencyList);
+  UpdateTimeout();
+  return Folded(status);
+}
+
+int CDevice::SetPwrList(std::vector<double> list) {
+  m_power_list = std::move(list);
+  const int status = HW_SendList(kPowerList);
+  UpdateTimeout();
+  return Folded(status);
+}
+
+int CDevice::SetListMode(EListMode mode) {
+  m_settings.list_mode = mode;
+  return Folded(SetSyncIn(m_settings.sweep.sync_in, m_settings.sweep.single_step));
+}
+
+int CDevice::HW_SetDwell(double& value) {
+  CancelIfSweeping();
+  value = static_cast<double>(TruncToInt64(value * 1e10)) / 1e10;
+  Exchange exchange(P_INTERVAL, {4, 0}, {0.0, value * 1e9});
+  if (const auto failure = exchange.Run(*this)) return failure;
+  if (exchange.Carries(2)) value = exchange.Value(1) * 1e-9;
+  RunIfShouldSweep();
+  return exchange.Status();
+}
+
+int CDevice::SetDwell(double value) {
+  CancelIfSweeping();
+  const int status = HW_SetDwell(value);
+  if (IsFailure(status)) return status;
+  m_settings.sweep.dwell = value;
+  UpdateTimeout();
+  RunIfShouldSweep();
+  return status;
+}
+
+int CDevice::SetSingleSweep() {
+  m_settings.sweep.single_sweep_request = true;
+  return 0;
+}
+
+int CDevice::SetInitContinuous(bool on) {
+  m_settings.init_continuous = on;
+  SSweepParameters& sweep = m_settings.sweep;
+  if (!HasSweep(sweep)) return 0;
+  if (sweep.sync_in.source == kTriggerBus && sweep.single_step) return 0;
+  return Folded(SetSyncIn(sweep.sync_in, sweep.single_step));
+}
+
+int CDevice::SetSingleStepEnabled(bool on) {
+  m_settings.sweep.single_step = on;
+  return Folded(SetSyncIn(m_settings.sweep.sync_in, on));
+}
+
+int CDevice::SendSoftwareTrigger() {
+  SSyncInType record;
+  bool single_step = false;
+  GetSyncIn(record, single_step);
+  if (record.source != kTriggerBus) return 0;
+  if (const int status = SetFreqCommon(); IsFailure(status)) return status;
+  if (const int status = SetPwrCommon(); IsFailure(status)) return status;
+  SetSingleSweep();
+  if (ShouldSweep() && m_run_thread) m_run_thread->Run(1);
+  return 0;
+}

@@ -1,0 +1,114 @@
+// What the generator model stores: enumerations and plain records. Frequencies in Hz, powers in dBm, times in seconds
+// unless a name says otherwise. Values that nobody has set are 0 or false.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// Frequency mode and power mode. 0 ("cw" of the mnemonic table) is never stored.
+enum EMode : int { kModeFixed = 1, kModeSweep = 2, kModeList = 3 };
+enum EListMode : int { kListAuto = 0, kListManual = 1 };
+enum ESweepListType : int { kFrequencyList = 0, kPowerList = 1 };
+enum ETrigger : int { kTriggerImmediate = 0, kTriggerExternal = 1, kTriggerBus = 2 };
+enum EUnitType : int { kUnitDbm = 0, kUnitWatt = 1 };
+enum EFreqSpacing : int { kSpacingLinear = 0, kSpacingLogarithmic = 1 };
+enum ESlope : int { kSlopePositive = 0, kSlopeNegative = 1 };
+/// Which quantity SetFrequency, GetFrequency, SetPower and GetPower mean.
+enum ETDValueType : int { kValueCW = 0, kValueStart, kValueStop, kValueCenter, kValueSpan, kValuePoints, kValueStep };
+/// How the value is meant: one of the keywords, or the number given.
+enum ETDDefaultType : int { kDefaultMinimum = 0, kDefaultMaximum = 1, kDefaultDefault = 2, kDefaultPlain = 3 };
+
+/// What MIN and MAX answer. The first six are learnt from the instrument at start-up.
+struct sLimits {
+  double low_frequency = 0.0;
+  double high_frequency = 4e10;
+  double low_power = -300.0;
+  double high_power = 35.0;
+  std::uint32_t min_sweep_points = 1;
+  std::uint32_t max_sweep_points = 100001;
+  std::uint32_t max_list_points = 2500;
+  double max_dwell = 4.0;
+  double min_dwell = 0.0;
+  double max_pulse_period = 4.0;
+  double min_pulse_period = 4e-8;
+  double max_pulse_width = 4.0;
+  double min_pulse_width = 2e-8;
+};
+
+/// One entry of the error queue.
+struct SErrorInfo {
+  int number = 0;
+  std::string text;
+};
+
+/// The trigger input.
+struct SSyncInType {
+  ETrigger source = kTriggerImmediate;
+  bool step_form = false;  ///< with an external source in single-step operation: which of the two step codes is sent
+  ESlope slope = kSlopePositive;
+};
+
+struct SSweepParameters {
+  double start_frequency = 0.0;
+  double stop_frequency = 0.0;
+  double step_frequency = 0.0;
+  double start_power = 0.0;
+  double stop_power = 0.0;
+  double step_power = 0.0;
+  SSyncInType sync_in;
+  int sync_interval = 0;           ///< the code on the wire, not the row of the mnemonic table
+  double sync_out_duration = 0.0;  ///< microseconds
+  int sync_out_polarity = 0;
+  bool sync_out_enabled = false;
+  double sync_gen_width = 0.0;
+  double sync_gen_period = 0.0;
+  double sync_gen_third = 0.0;
+  EMode frequency_mode = kModeFixed;
+  EMode power_mode = kModeFixed;
+  double dwell = 0.0;
+  EFreqSpacing spacing = kSpacingLinear;
+  bool single_step = false;
+  bool single_sweep_request = false;
+  bool external_reference = false;
+  double external_reference_frequency = 0.0;
+};
+
+/// True unless both modes are fixed.
+bool HasSweep(SSweepParameters sweep);
+
+struct SSystemParameters {
+  bool rf_button = false;
+  bool pll = false;
+  bool level = false;
+  int power_control = 0;  ///< 0 internal, 1 external leveling
+  bool reference = false;
+  double phase_adjust = 0.0;
+};
+
+/// Every setting of the generator.
+struct SParameters {
+  bool init_continuous = false;
+  int rf_out_generation = 3;  ///< 0 to 5: which RF-out packets the firmware takes
+  EUnitType power_unit = kUnitDbm;
+  EListMode list_mode = kListAuto;
+  std::uint32_t sweep_points = 0;  ///< shared by frequency and power sweeps
+  double cw_frequency = 0.0;
+  double cw_power = 0.0;
+  int output_state = 0;
+  int attenuator_strategy = 0;
+  int attenuation = 0;
+  int rf_out_spare = 0;  ///< field 3 of the second RF-out packets; always 0
+  SSweepParameters sweep;
+  int internal_modulation_type = 0;
+  double pulse_width = 0.0;
+  double pulse_period = 0.0;
+  std::vector<double> train_widths;  ///< expanded trains; only as long as one is sent
+  std::vector<double> train_gaps;
+  int train_pulse_count = 0;  ///< never raised: trains can be stored, not started
+  bool modulation_enabled = false;
+  bool modulation_polarity = false;
+  int modulation_source = 0;
+  bool modulation_available = false;
+  SSystemParameters system;
+};

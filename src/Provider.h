@@ -1,0 +1,81 @@
+// The provider's functions with one width for everything: statuses are the low 32 bits, sign-extended; sessions, counts
+// and attributes go through zeroed 8-byte variables, so a provider may store 32 or 64 bits.
+//
+// Only these call the vi functions. A count never exceeds what was asked for.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <span>
+
+#include "src/visa.h"
+
+namespace provider {
+
+/// Sign-extended from 32 bits, as all statuses are.
+constexpr long ToStatus(unsigned long raw) {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(raw));
+}
+
+inline constexpr long kSuccess = 0;
+inline constexpr long kSuccessTermChar = 0x3FFF0005;
+inline constexpr long kSuccessMaxCount = 0x3FFF0006;
+inline constexpr long kErrorSystem = ToStatus(0xBFFF0000);
+inline constexpr long kErrorInvalidObject = ToStatus(0xBFFF000E);
+inline constexpr long kErrorResourceNotFound = ToStatus(0xBFFF0011);
+inline constexpr long kErrorTimeOut = ToStatus(0xBFFF0015);
+inline constexpr long kErrorAbort = ToStatus(0xBFFF0030);
+inline constexpr long kErrorRawReadViolation = ToStatus(0xBFFF0035);
+inline constexpr long kErrorNotImplemented = ToStatus(0xBFFF0081);
+inline constexpr long kErrorConnectionLost = ToStatus(0xBFFF00A6);
+
+inline constexpr unsigned long kAttributeTimeOut = 0x3FFF001A;
+
+inline long OpenDefaultRM(unsigned long& manager) {
+  std::uint64_t stored = 0;
+  const long status = ToStatus(static_cast<unsigned long>(viOpenDefaultRM(&stored)));
+  manager = stored;
+  return status;
+}
+
+inline long Open(unsigned long manager, const char* name, unsigned long access_mode, unsigned long timeout_ms,
+                 unsigned long& session) {
+  std::uint64_t stored = 0;
+  const long status = ToStatus(static_cast<unsigned long>(viOpen(manager, name, access_mode, timeout_ms, &stored)));
+  session = stored;
+  return status;
+}
+
+inline long Close(unsigned long session) {
+  return ToStatus(static_cast<unsigned long>(viClose(session)));
+}
+
+inline long Clear(unsigned long session) {
+  return ToStatus(static_cast<unsigned long>(viClear(session)));
+}
+
+/// `got` is set on every outcome: a time-out may come with bytes.
+inline long Read(unsigned long session, std::span<unsigned char> buffer, unsigned int& got) {
+  std::uint64_t stored = 0;
+  const long status = ToStatus(static_cast<unsigned long>(viRead(session, buffer.data(), buffer.size(), &stored)));
+  got = static_cast<unsigned int>(std::min<std::uint64_t>(stored, buffer.size()));
+  return status;
+}
+
+inline long Write(unsigned long session, std::span<const unsigned char> bytes) {
+  std::uint64_t stored = 0;
+  return ToStatus(static_cast<unsigned long>(viWrite(session, bytes.data(), bytes.size(), &stored)));
+}
+
+inline long GetTimeOut(unsigned long session, unsigned long& milliseconds) {
+  std::uint64_t stored = 0;
+  const long status = ToStatus(static_cast<unsigned long>(viGetAttribute(session, kAttributeTimeOut, &stored)));
+  milliseconds = stored;
+  return status;
+}
+
+inline long SetTimeOut(unsigned long session, unsigned long milliseconds) {
+  return ToStatus(static_cast<unsigned long>(viSetAttribute(session, kAttributeTimeOut, milliseconds)));
+}
+
+}  // namespace provider

@@ -1,0 +1,22 @@
+// What the command reference says of each command beside the tables: a sentence, the range, the value after opening, an
+// example. Only the program that writes docs/commands.md links this.
+#pragma once
+
+#include <span>
+
+#include "scpi_core/types.h"
+
+namespace scpi_lib {
+
+struct SCommandSentence {
+  SCPI_Handler handler;
+  const char* does;
+  const char* range;    ///< of the parameter, empty if the words say all
+  const char* at_open;  ///< what a query answers right after opening, empty if there is none
+  const char* example;  ///< one message
+};
+
+/// In the order of the reference.
+std::span<const SCommandSentence> CommandSentences();
+
+}  // namespace scpi_lib

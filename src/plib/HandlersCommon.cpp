@@ -1,0 +1,76 @@
+// Common commands, system commands and abort. The handlers without Guarded let an exception pass up to the interpreter.
+#include <string>
+
+#include "src/plib/HandlerShapes.h"
+#include "src/plib/Handlers.h"
+#include "support/ResultFormat.h"
+
+namespace scpi_lib {
+
+int SCPI_IDN(Parameters, bool, void* device, sComErrorInfo* error) {
+  return Guarded(device, error, [&](CDevice& generator) {
+    std::string text;
+    int status = generator.GetIdn(text);
+    if (CheckErr(status, device, error)) return status;
+    // Callers rely on the terminating zero that goes out with the text.
+    return SendText(generator, {text.c_str(), text.size() + 1});
+  });
+}
+
+int SCPI_OPC(Parameters, bool query, void* device, sComErrorInfo*) {
+  if (!query) return kUndefinedHeader;
+  CDevice& generator = Device(device);
+  while (generator.WaitOPC(-1) != 0) {
+    if (generator.ThreadShouldStop()) return kTimeOut;
+  }
+  return SendText(generator, "+1");
+}
+
+int SCPI_CLS(Parameters, bool query, void* device, sComErrorInfo*) {
+  return query ? kParameterNotAllowed : Device(device).SCPI_CLS();
+}
+
+int SCPI_SYST_VERS(Parameters, bool query, void* device, sComErrorInfo*) {
+  return query ? Device(device).SCPI_SYST_VERS() : kUndefinedHeader;
+}
+
+// Callers rely on the raw device status that a failed register query puts into the error queue, here and in SCPI_ESR.
+int SCPI_STB(Parameters, bool query, void* device, sComErrorInfo*) {
+  return query ? Device(device).SCPI_STB() : kUndefinedHeader;
+}
+
+int SCPI_ESR(Parameters, bool query, void* device, sComErrorInfo*) {
+  if (!query) return kUndefinedHeader;
+  CDevice& generator = Device(device);
+  int value = 0;
+  const int status = generator.SCPI_ESR(value);
+  ConvertOutputData(&value, 4, CommandResultBuffer, true);
+  SendText(generator, CommandResultBuffer);
+  return status;
+}
+
+int SCPI_SYST_ERR(Parameters, bool query, void* device, sComErrorInfo*) {
+  return query ? Device(device).SCPI_SYST_ERR() : kUndefinedHeader;
+}
+
+int SCPI_SYST_ERR_COUN(Parameters, bool query, void* device, sComErrorInfo*) {
+  return query ? SendNumber(Device(device), Device(device).GetErrCount()) : kUndefinedHeader;
+}
+
+int SCPI_RST(Parameters, bool query, void* device, sComErrorInfo* error) {
+  if (query) return kUndefinedHeader;
+  return Guarded(device, error, [](CDevice& generator) {
+    generator.Reset();  // its result is dropped: a reset on a lost link is no error
+    return 0;
+  });
+}
+
+int SCPI_ABOR(Parameters, bool, void* device, sComErrorInfo* error) {
+  return Guarded(device, error, [&](CDevice& generator) {
+    int status = generator.Stop();
+    if (CheckErr(status, device, error)) return status;
+    return Finish(static_cast<int>(generator.Clear(false)), device, error);
+  });
+}
+
+}  // namespace scpi_lib

@@ -1,0 +1,109 @@
+// A provider for unit tests: defines the eight vi functions, plays what a test told it and records every call as text.
+//
+// Reads come from a script (exact bytes and status, read by read) or from a responder (request bytes in, reply bytes
+// out, read as a stream). A read that finds nothing is a slice that times out: it moves the driven clock on by the
+// session's time-out. Use one per test: it registers itself as long as it lives.
+//
+// Trace: "T500 R16:10/TMO R6 W(SET P_MODE 2.0 [1]) C": attribute set, read wanted:got/status, write, clear. A silent
+// slice is "R6" alone, "R16x21" is 21 of them in a row. Lines(): the requests alone, "SET P_MODE 2.0 [1]".
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace test {
+
+using Bytes = std::vector<unsigned char>;
+
+/// "AA 55 03" as bytes; anything but hexadecimal digits separates nothing and is skipped.
+Bytes FromHex(const std::string& text);
+/// Bytes as "AA 55 03".
+std::string ToHex(std::span<const unsigned char> bytes);
+
+/// "TMO" for 0xBFFF0015, sign-extended or not; hexadecimal digits for one that no test uses.
+std::string StatusName(long status);
+
+/// A request as a line: command, parameter, format, values as they stand on the wire, the name of a file.
+std::string Describe(std::span<const unsigned char> request);
+
+/// What an instrument answers that takes everything: the request with this status; with `values`, those in the
+/// request's format (and as many as there are).
+Bytes Answer(std::span<const unsigned char> request, std::int16_t status = 0);
+Bytes Answer(std::span<const unsigned char> request, std::int16_t status, const std::vector<double>& values);
+
+class ScriptedProvider {
+ public:
+  using Responder = std::function<Bytes(std::span<const unsigned char> request)>;
+  static constexpr long kTimeOut = 0xBFFF0015;
+  static constexpr long kConnectionLost = 0xBFFF00A6;
+  static constexpr long kIo = 0xBFFF003E;
+  static constexpr long kNotImplemented = 0xBFFF0081;
+  static constexpr long kTermChar = 0x3FFF0005;
+  static constexpr long kMaxCount = 0x3FFF0006;
+
+  ScriptedProvider();
+  ~ScriptedProvider();
+  ScriptedProvider(const ScriptedProvider&) = delete;
+  ScriptedProvider& operator=(const ScriptedProvider&) = delete;
+
+  /// The next reads, in order. When they are used up the responder answers; without one all is silent.
+  void QueueRead(Bytes bytes, long status = 0) { m_script.push_back({std::move(bytes), status}); }
+  /// The reads with bytes that a trace shows ("R16:10/TMO"), the bytes taken from `reply` in order.
+  void QueueReadsOf(const std::string& trace, const Bytes& reply);
+  /// An empty answer is silence.
+  void Respond(Responder responder) { m_responder = std::move(responder); }
+
+  /// Statuses of the calls, sign-extended or not; `writes` are used up one by one, then writes succeed.
+  std::deque<long> writes;
+  long clear_status = 0;
+  long set_status = 0;
+  long open_manager_status = 0;
+  long open_status = 0;
+  long close_status = 0;
+  /// Statuses and out variables of 64 bits; else only 32 bits are meant and the rest of a status is rubbish.
+  bool wide = true;
+  unsigned long time_out = 1000;
+
+  std::string Trace() const;
+  std::vector<std::string> Lines() const;
+  std::vector<Bytes> Requests() const;
+  /// The lines since the last call.
+  std::vector<std::string> TakeLines();
+  std::size_t WriteCount() const;
+
+  // What the vi functions call.
+  long Read(std::span<unsigned char> buffer, void* count);
+  long Write(std::span<const unsigned char> bytes, void* count);
+  long Clear();
+  long SetTimeOut(unsigned long milliseconds);
+  void Store(void* out, std::uint64_t value) const;
+  long Status(long status) const;
+  long Note(std::string text, long status);
+
+ private:
+  struct ReadStep {
+    Bytes bytes;
+    long status;
+  };
+  struct Call {
+    std::string text;
+    int times;
+  };
+  void Record(const std::string& text, bool repeats = false);
+
+  mutable std::mutex m_mutex;
+  std::deque<ReadStep> m_script;
+  Responder m_responder;
+  std::deque<unsigned char> m_stream;
+  std::vector<Call> m_calls;
+  std::vector<Bytes> m_requests;
+  std::vector<std::string> m_lines;
+  std::size_t m_taken = 0;
+};
+
+}  // namespace test
