@@ -1,0 +1,220 @@
+// What becomes of sessions that a program leaves open: at exit, when the library is unloaded, in a forked child.
+//
+// lifetime WAY LIBRARY: loads the library itself, so that an exit handler of this program, registered before, runs
+// after the library's own and can look at what the instruments hold.
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <functional>
+#include <link.h>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+#include "scpi_zlt/scpi_zlt.h"
+
+#include "simulator/control.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+int failures = 0;
+
+void Expect(bool condition, const char* what) {
+  if (condition) return;
+  std::fprintf(stderr, "expected: %s\n", what);
+  ++failures;
+}
+
+std::string Held(const char* question) {
+  std::array<char, 256> text{};
+  simQuery(question, text.data(), text.size());
+  return text.data();
+}
+
+/// The loaded library.
+struct Library {
+  explicit Library(const char* path) : handle(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {
+    if (handle == nullptr) {
+      std::fprintf(stderr, "%s\n", dlerror());
+      std::exit(2);
+    }
+    open = Find<decltype(&skOpen)>("skOpen");
+    close = Find<decltype(&skClose)>("skClose");
+    write = Find<decltype(&skWrite)>("skWrite");
+    read = Find<decltype(&skRead)>("skRead");
+    set_attribute = Find<decltype(&skSetAttribute)>("skSetAttribute");
+  }
+  template <class Function>
+  Function Find(const char* name) const {
+    return reinterpret_cast<Function>(dlsym(handle, name));
+  }
+  unsigned long Open(const std::string& instrument) const {
+    unsigned long session = 0;
+    Expect(open(0, (instrument + "::INSTR::ZLT").c_str(), 0, 20000, &session) == VI_SUCCESS, "the session opens");
+    return session;
+  }
+  long Write(unsigned long session, std::string text) const {
+    return write(session, reinterpret_cast<unsigned char*>(text.data()), text.size(), nullptr);
+  }
+  std::string Read(unsigned long session) const {
+    std::array<unsigned char, 100> text{};
+    unsigned long count = 0;
+    read(session, text.data(), text.size(), &count);
+    return {text.begin(), text.begin() + static_cast<long>(count)};
+  }
+
+  void* handle;
+  decltype(&skOpen) open;
+  decltype(&skClose) close;
+  decltype(&skWrite) write;
+  decltype(&skRead) read;
+  decltype(&skSetAttribute) set_attribute;
+};
+
+bool IsLoaded() {
+  bool found = false;
+  dl_iterate_phdr(
+      [](dl_phdr_info* info, std::size_t, void* out) {
+        if (std::strstr(info->dlpi_name, "libscpi_zlt") != nullptr) *static_cast<bool*>(out) = true;
+        return 0;
+      },
+      &found);
+  return found;
+}
+
+constexpr const char* kMessages = ":FREQ 1GHZ\n:FREQ 2GHZ\n:FREQ 3GHZ\n:OUTP ON\n";
+
+void ExpectMessagesRan(int instruments) {
+  for (int i = 1; i <= instruments; ++i) {
+    const std::string name = "SIM" + std::to_string(i);
+    Expect(Held((name + " P_FREQUENCY").c_str()).starts_with("3000000000"), "the last frequency arrived");
+    Expect(Held((name + " P_RF_OUT2").c_str()).starts_with("1"), "the output is on");
+    Expect(Held((name + " links").c_str()) == "0", "the link is closed");
+  }
+}
+
+Clock::time_point exit_start;
+std::atomic<long> blocked_read{0};
+std::function<void()> look_after_exit;
+
+/// Runs after the exit hook of the library, and ends the process with the outcome.
+void LookAfterExit() {
+  look_after_exit();
+  std::fflush(nullptr);
+  _exit(failures == 0 ? 0 : 1);
+}
+
+[[noreturn]] void ExitAndLook(std::function<void()> look) {
+  look_after_exit = std::move(look);
+  exit_start = Clock::now();
+  std::exit(1);
+}
+
+/// Six sessions with something to run, one of them with a reader that waits for ever.
+void Exit(const char* path) {
+  static const Library library(path);
+  for (int i = 1; i <= 6; ++i) {
+    const unsigned long session = library.Open("SIM" + std::to_string(i) + "::latency=50");
+    library.Write(session, kMessages);
+    if (i > 1) continue;
+    library.set_attribute(session, VI_ATTR_TMO_VALUE, 0xFFFFFFFF);
+    std::thread([session] {
+      unsigned char byte = 0;
+      blocked_read = library.read(session, &byte, 1, nullptr);
+    }).detach();
+  }
+  ExitAndLook([] {
+    ExpectMessagesRan(6);
+    Expect(Clock::now() - exit_start < std::chrono::seconds(5), "the sessions are closed side by side");
+    Expect(blocked_read == VI_ERROR_INV_OBJECT, "the reader was let out");
+    Expect(library.close(1) == VI_ERROR_INV_OBJECT, "the exports refuse after the exit hook");
+    unsigned long session = 0;
+    Expect(library.open(0, "SIM1::INSTR::ZLT", 0, 1000, &session) == VI_ERROR_INV_OBJECT, "nothing opens any more");
+  });
+}
+
+void ExitWhileOpening(const char* path) {
+  static const Library library(path);
+  static std::atomic<bool> opened{false};
+  std::thread([] {
+    unsigned long session = 0;
+    opened = library.open(0, "SIM1::silent=0::INSTR::ZLT", 0, 60000, &session) == VI_SUCCESS;
+  }).detach();
+  while (Held("SIM1 packets") != "1") std::this_thread::yield();
+  ExitAndLook([] {
+    Expect(Clock::now() - exit_start < std::chrono::seconds(4), "the opening is given up");
+    Expect(!opened, "the opening failed");
+    Expect(Held("SIM1 links") == "0", "the link is closed");
+  });
+}
+
+void Unload(const char* path) {
+  for (int round = 0; round < 2; ++round) {
+    const Library library(path);
+    const unsigned long session = library.Open("SIM1");
+    library.Write(session, ":FREQ?\n");
+    Expect(!library.Read(session).empty(), "the session answers");
+    library.close(session);
+    Expect(dlclose(library.handle) == 0, "dlclose succeeds");
+    Expect(dlopen(path, RTLD_NOW | RTLD_NOLOAD) == nullptr && !IsLoaded(), "the library is gone");
+  }
+}
+
+void UnloadWithSessions(const char* path) {
+  const Library library(path);
+  for (const char* instrument : {"SIM1::latency=50", "SIM2::latency=50"}) {
+    library.Write(library.Open(instrument), kMessages);
+  }
+  Expect(dlclose(library.handle) == 0, "dlclose succeeds");
+  ExpectMessagesRan(2);
+  Expect(!IsLoaded(), "the library is gone");
+}
+
+void Fork(const char* path) {
+  static const Library library(path);
+  const unsigned long session = library.Open("SIM1");
+  const pid_t child = fork();
+  if (child == 0) {
+    unsigned long other = 0;
+    Expect(library.Write(session, ":OUTP ON\n") == VI_ERROR_INV_OBJECT, "no session in a forked child");
+    Expect(library.close(session) == VI_ERROR_INV_OBJECT, "nothing to close in a forked child");
+    Expect(library.open(0, "SIM2::INSTR::ZLT", 0, 1000, &other) == VI_ERROR_INV_OBJECT, "no opening in a forked child");
+    ExitAndLook([] { Expect(Clock::now() - exit_start < std::chrono::seconds(1), "a forked child closes nothing"); });
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  Expect(WIFEXITED(status) && WEXITSTATUS(status) == 0, "the child ends well");
+  library.Write(session, ":FREQ 2GHZ;:FREQ?\n");
+  Expect(library.Read(session) == "2000000000\n", "the parent's session goes on");
+  Expect(Held("SIM1 links") == "1", "the parent's link is open");
+  library.close(session);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const struct {
+    const char* name;
+    void (*run)(const char* path);
+  } ways[] = {{"exit", Exit},
+              {"exit_while_opening", ExitWhileOpening},
+              {"unload", Unload},
+              {"unload_with_sessions", UnloadWithSessions},
+              {"fork", Fork}};
+  if (argc != 3) return 2;
+  look_after_exit = [] {};
+  std::atexit(LookAfterExit);
+  for (const auto& way : ways) {
+    if (std::strcmp(way.name, argv[1]) != 0) continue;
+    way.run(argv[2]);
+    return failures == 0 ? 0 : 1;
+  }
+  return 2;
+}
