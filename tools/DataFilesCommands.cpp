@@ -1,0 +1,202 @@
+// "scpi-zlt s2p" and "scpi-zlt matrix", over the modern layer of the data files.
+#include "tools/DataFilesCommands.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+#include <limits>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "scpi_zlt/datafiles.h"
+
+#include "tools/Plot.h"
+
+namespace {
+
+using scpi_zlt::FrequencyUnit;
+using scpi_zlt::Matrix;
+using scpi_zlt::MatrixForm;
+using scpi_zlt::Network;
+using scpi_zlt::SParameterFormat;
+
+const std::map<std::string, SParameterFormat> kFormats = {{"ri", SParameterFormat::kRealImaginary},
+                                                          {"ma", SParameterFormat::kMagnitudeAngle},
+                                                          {"db", SParameterFormat::kDecibelAngle}};
+const std::map<std::string, FrequencyUnit> kUnits = {{"hz", FrequencyUnit::kHz},
+                                                     {"khz", FrequencyUnit::kKilohertz},
+                                                     {"mhz", FrequencyUnit::kMegahertz},
+                                                     {"ghz", FrequencyUnit::kGigahertz}};
+const std::map<std::string, MatrixForm> kForms = {
+    {"plain", MatrixForm::kPlain}, {"csv", MatrixForm::kCsv}, {"enr", MatrixForm::kEnr}};
+
+struct NetworkArguments {
+  std::string input;
+  std::string output;
+  std::vector<std::string> parameters;
+  bool no_plot = false;
+  std::size_t width = 66;
+  std::size_t height = 17;
+  scpi_zlt::TouchstoneOptions options;
+};
+
+struct MatrixArguments {
+  std::string input;
+  std::string output;
+  scpi_zlt::MatrixOptions from;
+  scpi_zlt::MatrixOptions to;
+};
+
+struct PortPair {
+  std::size_t to;
+  std::size_t from;
+};
+
+std::string ParameterName(const Network& network, PortPair pair) {
+  const char* const between = network.ports > 9 ? "," : "";
+  return network.parameter + std::to_string(pair.to) + between + std::to_string(pair.from);
+}
+
+/// What to draw: the parameters asked for by name ("S21"), else all up to two ports, else the first column.
+std::vector<PortPair> Chosen(const Network& network, const std::vector<std::string>& names) {
+  std::vector<PortPair> all;
+  for (std::size_t to = 1; to <= network.ports; ++to) {
+    for (std::size_t from = 1; from <= network.ports; ++from) {
+      all.push_back({to, from});
+    }
+  }
+  std::vector<PortPair> chosen;
+  for (std::string name : names) {
+    if (!name.empty()) name[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(name[0])));
+    const auto found =
+        std::find_if(all.begin(), all.end(), [&](PortPair pair) { return ParameterName(network, pair) == name; });
+    if (found == all.end()) throw CLI::ValidationError("--parameter", "the file has no " + name);
+    chosen.push_back(*found);
+  }
+  if (!names.empty()) return chosen;
+  if (network.ports > 2) {
+    std::erase_if(all, [](PortPair pair) { return pair.from != 1; });
+  }
+  return all;
+}
+
+std::vector<double> Decibels(const Network& network, PortPair pair) {
+  std::vector<double> values;
+  for (std::size_t point = 0; point < network.Points(); ++point) {
+    values.push_back(20.0 * std::log10(std::abs(network.At(point, pair.to, pair.from))));
+  }
+  return values;
+}
+
+void ShowNetwork(const NetworkArguments& arguments) {
+  const Network network = scpi_zlt::ReadTouchstone(arguments.input);
+  const std::vector<PortPair> chosen = Chosen(network, arguments.parameters);
+  std::cout << "Ports      " << network.ports << "\nPoints     " << network.Points() << "\nRange      "
+            << FrequencyText(network.frequency_hz.front()) << " to " << FrequencyText(network.frequency_hz.back())
+            << "\nReference  " << Short(network.reference_ohm) << " ohm\n";
+  if (!network.noise.empty()) {
+    std::cout << "Noise      " << network.noise.size() << " points, "
+              << FrequencyText(network.noise.front().frequency_hz) << " to "
+              << FrequencyText(network.noise.back().frequency_hz) << "\n";
+  }
+  std::vector<Trace> traces;
+  for (const PortPair pair : chosen) {
+    traces.push_back({"|" + ParameterName(network, pair) + "|", Decibels(network, pair)});
+    const auto [low, high] = std::minmax_element(traces.back().y.begin(), traces.back().y.end());
+    std::cout << "|" << ParameterName(network, pair) << "|      " << Short(*low) << " to " << Short(*high) << " dB\n";
+  }
+  if (!arguments.no_plot) {
+    std::cout << "\n      dB\n" << Plot(network.frequency_hz, traces, arguments.width, arguments.height);
+  }
+}
+
+void ConvertNetwork(const NetworkArguments& arguments) {
+  scpi_zlt::WriteTouchstone(arguments.output, scpi_zlt::ReadTouchstone(arguments.input), arguments.options);
+}
+
+void ShowMatrix(const MatrixArguments& arguments) {
+  const Matrix matrix = scpi_zlt::ReadMatrix(arguments.input, arguments.from);
+  std::cout << "Rows     " << matrix.Rows() << "\nColumns  " << matrix.columns << "\n\n"
+            << "column         first          last           min           max\n";
+  for (std::size_t column = 0; column < matrix.columns; ++column) {
+    double low = std::numeric_limits<double>::infinity();
+    double high = -low;
+    for (std::size_t row = 0; row < matrix.Rows(); ++row) {
+      low = std::fmin(low, matrix.At(row, column));
+      high = std::fmax(high, matrix.At(row, column));
+    }
+    char line[128];
+    std::snprintf(line, sizeof line, "%6zu %13.6g %13.6g %13.6g %13.6g\n", column + 1, matrix.At(0, column),
+                  matrix.At(matrix.Rows() - 1, column), low, high);
+    std::cout << line;
+  }
+  if (!matrix.comment.empty()) {
+    std::cout << "\n" << matrix.comment << "\n";
+  }
+}
+
+void ConvertMatrix(const MatrixArguments& arguments) {
+  scpi_zlt::WriteMatrix(arguments.output, scpi_zlt::ReadMatrix(arguments.input, arguments.from), arguments.to);
+}
+
+void AddNetworkCommands(CLI::App& app) {
+  const auto arguments = std::make_shared<NetworkArguments>();
+  CLI::App* const s2p = app.add_subcommand("s2p", "Shows and converts Touchstone files (any number of ports)");
+  s2p->require_subcommand(1);
+
+  CLI::App* const show = s2p->add_subcommand("show", "Points, range, ports, and a plot in dB over frequency");
+  show->add_option("FILE", arguments->input, "Touchstone file")->required();
+  show->add_option("-p,--parameter", arguments->parameters, "What to plot, for example S21; may be repeated");
+  show->add_flag("--no-plot", arguments->no_plot, "Print the summary only");
+  show->add_option("--width", arguments->width, "Columns of the plot")->check(CLI::Range(10, 1000));
+  show->add_option("--height", arguments->height, "Lines of the plot")->check(CLI::Range(3, 1000));
+  show->callback([arguments] { ShowNetwork(*arguments); });
+
+  CLI::App* const convert = s2p->add_subcommand("convert", "Writes a file anew in another format or unit");
+  convert->add_option("INPUT", arguments->input, "Touchstone file to read")->required();
+  convert->add_option("OUTPUT", arguments->output, "Touchstone file to write")->required();
+  convert->add_option("-f,--format", arguments->options.format, "ri, ma or db; ri unless given")
+      ->transform(CLI::CheckedTransformer(kFormats, CLI::ignore_case));
+  convert->add_option("-u,--unit", arguments->options.unit, "hz, khz, mhz or ghz; hz unless given")
+      ->transform(CLI::CheckedTransformer(kUnits, CLI::ignore_case));
+  convert->callback([arguments] { ConvertNetwork(*arguments); });
+}
+
+/// Options of one side of a matrix command.
+void AddMatrixOptions(CLI::App& command, const std::string& prefix, const std::string& what,
+                      scpi_zlt::MatrixOptions& options) {
+  command
+      .add_option_function<MatrixForm>(
+          "--" + prefix + "form", [&options](const MatrixForm& form) { options.form = form; },
+          "Form of the " + what + ": plain, csv or enr; by its extension unless given")
+      ->transform(CLI::CheckedTransformer(kForms, CLI::ignore_case));
+  command.add_flag("--" + prefix + "scrambled", options.scrambled, "The " + what + " is scrambled");
+}
+
+void AddMatrixCommands(CLI::App& app) {
+  const auto arguments = std::make_shared<MatrixArguments>();
+  CLI::App* const matrix = app.add_subcommand("matrix", "Shows and converts matrix files");
+  matrix->require_subcommand(1);
+
+  CLI::App* const show = matrix->add_subcommand("show", "Rows, columns and range of each column");
+  show->add_option("FILE", arguments->input, "Matrix file")->required();
+  AddMatrixOptions(*show, "", "file", arguments->from);
+  show->add_flag("--stop-at-crc", arguments->from.stop_at_crc, "A line that starts with #CRC ends the file");
+  show->callback([arguments] { ShowMatrix(*arguments); });
+
+  CLI::App* const convert = matrix->add_subcommand("convert", "Writes a file anew in another form");
+  convert->add_option("INPUT", arguments->input, "Matrix file to read")->required();
+  convert->add_option("OUTPUT", arguments->output, "Matrix file to write")->required();
+  AddMatrixOptions(*convert, "from-", "input", arguments->from);
+  AddMatrixOptions(*convert, "to-", "output", arguments->to);
+  convert->add_flag("--stop-at-crc", arguments->from.stop_at_crc, "A line that starts with #CRC ends the input");
+  convert->callback([arguments] { ConvertMatrix(*arguments); });
+}
+
+}  // namespace
+
+void AddDataFileCommands(CLI::App& app) {
+  AddNetworkCommands(app);
+  AddMatrixCommands(app);
+}
