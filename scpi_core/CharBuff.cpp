@@ -41,10 +41,30 @@ void CCharBuff::Read(char* buffer, unsigned long size, unsigned long* got) {
 
 void CCharBuff::SeekCommandEnd() {
   while (!m_complete && m_scanned < m_count) {
+    SkipIndifferent();
+    if (m_scanned == m_count) return;
     const std::size_t at = (m_read_index + static_cast<std::size_t>(m_scanned)) % kCapacity;
     ++m_scanned;
     Scan(static_cast<unsigned char>(m_data[at]));
   }
+}
+
+void CCharBuff::SkipIndifferent() {
+  const std::size_t at = (m_read_index + static_cast<std::size_t>(m_scanned)) % kCapacity;
+  std::size_t length = std::min(static_cast<std::size_t>(m_count - m_scanned), kCapacity - at);
+  if (m_block_state == kData) {
+    length = std::min<std::size_t>(length, m_block_length);
+    m_block_length -= static_cast<std::uint32_t>(length);
+  } else if (m_block_state == kText) {
+    for (const char marked : {'\n', '#'}) {
+      if (const void* found = std::memchr(m_data + at, marked, length)) {
+        length = static_cast<std::size_t>(static_cast<const char*>(found) - (m_data + at));
+      }
+    }
+  } else {
+    length = 0;
+  }
+  m_scanned += static_cast<std::int32_t>(length);
 }
 
 void CCharBuff::Scan(unsigned char c) {

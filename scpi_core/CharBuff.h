@@ -25,6 +25,8 @@ class CCharBuff {
   bool CommandComplete() const { return m_complete; }
 
  private:
+  /// Passes over what changes no state, as far as it lies in one piece: data of a block, text up to a mark.
+  void SkipIndifferent();
   void Scan(unsigned char c);
 
   std::uint32_t m_block_length = 0;  ///< bytes of the block still to skip; wraps behind a block and means nothing then

@@ -42,8 +42,19 @@ double RawDouble(const unsigned char* data) {
   return value;
 }
 
+/// The same as Integer for a width that a double holds whole, where the order of summing can't show.
+double ShortInteger(const unsigned char* data, unsigned int bytes, bool is_signed) {
+  std::uint64_t bits = 0;
+  for (unsigned int k = 0; k < bytes; ++k) bits |= std::uint64_t{data[k]} << (8 * k);
+  if (!is_signed) return static_cast<double>(bits);
+  const unsigned int spare = 64 - 8 * bytes;
+  return static_cast<double>(static_cast<std::int64_t>(bits << spare) >> spare);
+}
+
 /// Two's complement, lowest byte first, of any width above 0; summed up in a double from the low end.
 double Integer(const unsigned char* data, unsigned int bytes, bool is_signed) {
+  constexpr unsigned int kWholeBytes = 6;
+  if (bytes <= kWholeBytes) return ShortInteger(data, bytes, is_signed);
   double sum = 0.0;
   for (unsigned int k = 0; k + 1 < bytes; ++k) sum += std::ldexp(static_cast<double>(data[k]), static_cast<int>(8 * k));
   const unsigned char top = data[bytes - 1];
