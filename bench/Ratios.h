@@ -47,8 +47,15 @@ class MedianReporter : public benchmark::ConsoleReporter {
   std::map<std::string, double> m_medians;
 };
 
-/// The body of a bench program's main.
+/// The body of a bench program's main. Repetitions of different benchmarks take turns: the scheduler places a pair of
+/// threads well or badly for seconds on end, and a bound is worth nothing unless it meets the same weather.
 inline int Main(int argc, char** argv, const std::vector<Ratio>& ratios) {
+  std::vector<char*> arguments(argv, argv + argc);
+  char interleaving[] = "--benchmark_enable_random_interleaving=true";
+  arguments.insert(arguments.begin() + 1, interleaving);
+  argc = static_cast<int>(arguments.size());
+  arguments.push_back(nullptr);
+  argv = arguments.data();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   MedianReporter reporter;
