@@ -10,6 +10,7 @@
 // setters fold what is below to 0 (Folded).
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -42,6 +43,12 @@ class CDevice : public CGenericDevice {
   ~CDevice() override;
   CDevice(const CDevice&) = delete;
   CDevice& operator=(const CDevice&) = delete;
+
+  /// The run thread counts as a thread of this device too.
+  bool RunsOnThisThread() const override {
+    const CRunThread* const poller = m_poller;
+    return IsThisThread() || (poller != nullptr && poller->IsThisThread());
+  }
 
   // Its own termination character and connection status. Not virtual: the session functions use those of
   // CGenericDevice.
@@ -304,6 +311,7 @@ class CDevice : public CGenericDevice {
   };
   std::optional<TurnBudget> m_turn_budget;
   std::unique_ptr<CRunThread> m_run_thread;
+  std::atomic<const CRunThread*> m_poller{nullptr};  ///< the same, for who asks from another thread
   neosmart::neosmart_event_t m_opc_event = nullptr;  ///< the run thread's; null as long as there is none
   int m_opc_wait = 500;                              ///< milliseconds
 

@@ -218,9 +218,15 @@ long Process(unsigned long session, CDevCommand& packet, bool stopping, bool& co
   const unsigned short request = packet.Command();
   unsigned int timeout = packet.GetTimeOut();
   long result = provider::kSuccess;
+  bool sent = false;
   for (;;) {
-    if (manner.stop.Up()) return Aborted(packet);
+    if (manner.stop.Up()) {
+      // A run that went out and whose reply could not be read may still wait for its trigger.
+      if (sent && request == SK_RUN) ResetAfterRun(session);
+      return Aborted(packet);
+    }
     result = SendToDevice(session, &packet, connected);
+    sent = sent || result == provider::kSuccess;
     if (result == provider::kSuccess) {
       if (timeout == kDefaultTimeOut) timeout = no_limit ? kNoTimeOut : kExchangeLimitMs;
       result = Reception(session, packet, false, timeout, connected, manner).Run(stopping);

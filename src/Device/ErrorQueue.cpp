@@ -124,16 +124,15 @@ int CDevice::SCPI_ESR(int& value) {
 
 // Callers rely on eight binary digits, lowest bit first, and on the instrument being asked also during a sweep.
 int CDevice::SCPI_STB() {
-  int status = 0;
-  bool missed = false;
-  {
-    if (IsSweeping()) m_turn_budget = TurnBudget{kStatusBytePatienceMs};
-    status = SetRFRegister();
-    if (!IsFailure(status)) status = SetPLLRegister();
-    missed = m_turn_budget && m_turn_budget->missed;
-    m_turn_budget.reset();
-  }
-  if (missed) {
+  struct BudgetEnd {
+    std::optional<TurnBudget>& budget;
+    ~BudgetEnd() { budget.reset(); }
+  };
+  const BudgetEnd end{m_turn_budget};
+  if (IsSweeping()) m_turn_budget = TurnBudget{kStatusBytePatienceMs};
+  int status = SetRFRegister();
+  if (!IsFailure(status)) status = SetPLLRegister();
+  if (m_turn_budget && m_turn_budget->missed) {
     SetRegistersFromRun();
   } else if (IsFailure(status)) {
     return status;

@@ -64,7 +64,9 @@ class FileRead {
     }
     if (status < 0) return Next::kLeave;
 
-    m_broken = m_broken || overclaims || exchange_failed;
+    // What the first reply says is always followed up once.
+    if (m_broken || (!first && exchange_failed)) return Next::kLeave;
+    m_broken = overclaims || exchange_failed;
     ++m_chunks;
     if (delivered > 0 && !overclaims) m_content += data.substr(0, CutAtZero(data, delivered));
     if (!first && status == SK_PARAMETER_CORRECTED && delivered < kLastChunkBelow) return Next::kDone;

@@ -168,11 +168,13 @@ void CDevice::ProbePowerLimits() {
 
 void CDevice::StartRunThread() {
   m_opc_event = nullptr;
+  m_poller = nullptr;
   m_run_thread.reset();
   m_run_thread = std::make_unique<CRunThread>(m_gate);
   m_run_thread->SetSession(m_instrument);
   UpdateTimeout();
   m_opc_event = m_run_thread->GetOPCHandle();
+  m_poller = m_run_thread.get();
 }
 
 // A form counts as known unless it is refused by name. The generation stays as it is when all are refused.

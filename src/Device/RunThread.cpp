@@ -135,7 +135,8 @@ bool CRunThread::Poll(int& polls_left) {
     if (!turn || MustEnd()) return false;
     bool connected = true;
     const long result = ExchangePacket(packet, connected);
-    if (result == provider::kErrorAbort && MustEnd()) return false;
+    // Told by its own mark: a provider may end a read with the same status.
+    if (result == provider::kErrorAbort && packet.Status() == SE_OPERATION_CANCELED && MustEnd()) return false;
     if (result != 0) {
       ClearDevice(m_session, true, connected, MakeStopTest());
       // However a poll ended, a stop must not leave the instrument sweeping.

@@ -15,6 +15,7 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 #include "scpi_zlt/scpi_zlt.h"
 
@@ -155,6 +156,36 @@ void ExitWhileOpening(const char* path) {
   });
 }
 
+std::atomic<unsigned long> last_reader{0};      ///< a session of the provider
+std::atomic<unsigned long> exit_in_read_of{0};  ///< 0 is none
+
+/// One of the session's own threads ends the process, as a signal's handler may: that session can't wait for itself and
+/// is left; the other one is closed as ever.
+void ExitFrom(const char* path, const std::vector<const char*>& messages, const char* await) {
+  static const Library library(path);
+  const unsigned long other = library.Open("SIM1::latency=50");
+  const unsigned long session = library.Open("SIM2");
+  for (const char* message : messages) library.Write(session, message);
+  if (await != nullptr) simControl(await);
+  const unsigned long reader = last_reader;
+  library.Write(other, kMessages);
+  look_after_exit = [] {
+    ExpectMessagesRan(1);
+    Expect(Clock::now() - exit_start < std::chrono::seconds(5), "nobody waits for the thread that ends the process");
+  };
+  exit_in_read_of = reader;
+  if (await == nullptr) library.Write(session, ":FREQ 2GHZ\n");
+  for (;;) pause();
+}
+
+void ExitOnInterpreter(const char* path) {
+  ExitFrom(path, {}, nullptr);
+}
+
+void ExitOnPoller(const char* path) {
+  ExitFrom(path, {":FREQ:MODE SWE\n", ":TRIG:SOUR EXT\n", ":INIT\n"}, "SIM2 await=held");
+}
+
 void Unload(const char* path) {
   for (int round = 0; round < 2; ++round) {
     const Library library(path);
@@ -199,12 +230,27 @@ void Fork(const char* path) {
 
 }  // namespace
 
+/// Stands in front of the provider's.
+extern "C" __attribute__((visibility("default"))) long viRead(unsigned long session, unsigned char* buffer,
+                                                              unsigned long count, void* count_out) {
+  static const auto provider = reinterpret_cast<decltype(&viRead)>(dlsym(RTLD_NEXT, "viRead"));
+  last_reader = session;
+  if (exit_in_read_of == session) {
+    exit_in_read_of = 0;
+    exit_start = Clock::now();
+    std::exit(1);
+  }
+  return provider(session, buffer, count, count_out);
+}
+
 int main(int argc, char** argv) {
   const struct {
     const char* name;
     void (*run)(const char* path);
   } ways[] = {{"exit", Exit},
               {"exit_while_opening", ExitWhileOpening},
+              {"exit_on_interpreter", ExitOnInterpreter},
+              {"exit_on_poller", ExitOnPoller},
               {"unload", Unload},
               {"unload_with_sessions", UnloadWithSessions},
               {"fork", Fork}};

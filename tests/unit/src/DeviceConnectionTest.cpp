@@ -153,6 +153,7 @@ struct Chunk {
   std::string text = {};
   bool has_body = true;
   bool spoils_name = false;
+  std::size_t lacks = 0;  // bytes of the body that never come
 };
 
 Bytes FileReply(Request request, const Chunk& chunk) {
@@ -198,6 +199,8 @@ TEST(InstrumentFile, Reads) {
       {"silence, then the end", {{}, {0x8003}}, "0 probe 64000 RESET", kKept},
       {"claims more than it carries", {{0, 64000, 10}, {1, 0}}, "0 64000", kKept},
       {"claims more later", {{0, 10}, {0, 64000, 10}}, "0 10", kKept},
+      {"first chunk breaks off", {{0, 10, 10, "", true, false, 4}, {0, 10}}, "0 probe 10", kKept},
+      {"later chunk breaks off", {{0, 10}, {0, 10, 10, "", true, false, 4}}, "0 10 probe", kKept},
       {"another refusal", {{0, 10}, {0x8105}}, "0 10 RESET", kKept},
       {"empty, then refused", {{0, 0}, {0x8003}}, "0 0 RESET", kKept},
       {"empty", {{0, 0}, {1, 0}}, "0 0", ""},
@@ -211,7 +214,13 @@ TEST(InstrumentFile, Reads) {
     std::size_t next = 0;
     bench.provider.Respond([&](Request request) {
       if (!test::Describe(request).starts_with("GET P_FILE")) return test::Answer(request);
-      return FileReply(request, c.chunks[std::min(next++, c.chunks.size() - 1)]);
+      const Chunk& chunk = c.chunks[std::min(next++, c.chunks.size() - 1)];
+      const Bytes reply = FileReply(request, chunk);
+      if (chunk.lacks == 0) return reply;
+      bench.provider.QueueRead(Bytes(reply.begin(), reply.begin() + 16));
+      bench.provider.QueueRead(Bytes(reply.begin() + 16, reply.end() - static_cast<std::ptrdiff_t>(chunk.lacks)),
+                               test::ScriptedProvider::kTimeOut);
+      return Bytes{};
     });
     std::string content = kKept;
     bench.device.GetFile("\\fram\\type.txt", &content);

@@ -199,6 +199,8 @@ TEST(ProcessDevCommandTest, StopsWhenAsked) {
       {"poll, then nonsense", SK_RUN, {{}, kSwapped}, kRun + "R16x2 C " + kReset + "R16:16/0 C", "0 20505", kNoTimeOut,
        {.after_ms = 700}},
       {"poll, no clear", SK_RUN, {}, kRun + "R16x2 C", "NIMPL 20505", kNoTimeOut, {.after_ms = 700}, kNimpl},
+      {"poll out of step", SK_RUN, {kSwapped, kResetDone}, kRun + "R16:16/0 C " + kReset + kBare + "T500",
+       "ABORT 20505", kNoTimeOut, {.after_writes = 1}},
       {"failing poll", SK_RUN, {Reply(SK_RUN, 0x8007), kResetDone}, kRun + kBare + "T1000 " + kReset + kBare + "T1000",
        "0 -32761", 1000, {.after_writes = 1}},
       {"failing setting", SK_SET, {kRefused}, kSet + kWithValue + "T1000", "0 -32765", 1000, {.after_writes = 1}},
