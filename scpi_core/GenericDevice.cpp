@@ -10,6 +10,7 @@
 
 #include "scpi_core/IOBuffer.h"
 #include "scpi_core/pcore.h"
+#include "support/LogHooks.h"
 
 namespace {
 
@@ -158,6 +159,7 @@ void CGenericDevice::Interpret(int length) {
     Parse(m_message.get(), length, this, this);
   } catch (...) {
     // Some handlers let exceptions pass; the message ends here and the session goes on.
+    LogMessageGD("Interpret", "exception");
     RaiseError(kSystemError, "");
   }
 }

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "scpi_core/pcore.h"
+#include "support/LogHooks.h"
 
 namespace {
 
@@ -28,6 +29,7 @@ Failure FailureOf(const sCommand& command) {
 /// The error exit: a query still ends its response, so that nobody waits for it.
 void Fail(const Failure& failure, bool query, IResponseStream& stream) {
   if (failure.silent) return;
+  LogMessageParse("Parse", failure.text);
   stream.RaiseError(failure.code, failure.text);
   if (query) stream.SendEnd();
 }

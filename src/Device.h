@@ -2,12 +2,13 @@
 // reported, the error queue, and the link to the instrument.
 //
 // Every setter writes the model and then sends packets; every getter answers from the model. After an exchange the
-// model holds what the instrument took, not what was asked for. Everything here runs on the session's interpreter
-// thread; the run thread (Device/RunThread.h) is a second one and meets this one at the exchange gate only.
+// model holds what the instrument took, not what was asked for, save for the CW frequency, and for a range that was not
+// corrected. Everything here runs on the session's interpreter thread; the run thread (Device/RunThread.h) is a second
+// one and meets this one at the exchange gate only.
 //
 // Results are ints: 0, or a 16-bit device status sign-extended, or one of the SCPI numbers -108, -222, -224, -226,
-// -310, -365. A device status is a failure when its 16 bits read as unsigned are 0x5000 or more (IsFailure); most
-// setters fold what is below to 0 (Folded).
+// -310, -365, or -1, 223, 226 where a function says so. A device status is a failure when its 16 bits read as unsigned
+// are 0x5000 or more (IsFailure); most setters fold what is below to 0 (Folded).
 #pragma once
 
 #include <atomic>

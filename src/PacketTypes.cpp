@@ -14,6 +14,7 @@
 #include "scpi_zlt/helpers.h"
 
 #include "support/Integers.h"
+#include "support/LogHooks.h"
 
 namespace {
 
@@ -176,6 +177,7 @@ double CDevCommand::ReadComplexValue(unsigned int offset, unsigned int index, bo
   }
   const std::uint64_t end = (std::uint64_t{index} + 1) * bytes + offset;
   if (end > BodyBytes().size()) {
+    LogMessageP("ReadComplexValue", "index");
     __M_Assert("0", false, kSource, 362, "ReadComplexValue: индекс значения слишком велик");
     return 0.0;
   }

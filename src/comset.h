@@ -8,7 +8,7 @@
 inline constexpr std::uint16_t kSignature = 0x55AA;
 
 /// Command field of a packet's head.
-enum ECommand : std::uint16_t {
+enum ECommand : int {
   SK_TEST = 0,
   SK_RESET = 1,
   SK_INIT = 2,
@@ -21,7 +21,7 @@ enum ECommand : std::uint16_t {
 
 /// Status field of a packet's head: success and warnings (0 to 24), errors made on this side of the link (SE_), errors
 /// of the device and of its services (negative). Read as unsigned, 0x5000 and above is a failure.
-enum EStatus : std::int16_t {
+enum EStatus : int {
   SK_NO_ERROR = 0,
   SK_PARAMETER_CORRECTED,
   SK_PARAMETER_IGNORED,
@@ -137,7 +137,7 @@ enum EStatus : std::int16_t {
 };
 
 /// Parameter id, the first word of a parameter packet's body.
-enum EParameter : std::uint16_t {
+enum EParameter : int {
   P_FREQUENCY = 0,
   P_AUTO_GAIN,
   P_FREQUENCY_LIST2,

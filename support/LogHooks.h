@@ -1,5 +1,6 @@
-// Hooks at the places where the code would report. They do nothing; they mark the places for whoever needs to look
-// there. The fatal checks __M_Assert and __D_Assert are public: scpi_zlt/helpers.h.
+// Hooks at the places where the code would report: a packet that is misread, a message unit that failed, an exception
+// that ended a message. They do nothing; whoever needs to look there gives them a body. The fatal checks __M_Assert and
+// __D_Assert are public: scpi_zlt/helpers.h.
 #pragma once
 
 #include <string>

@@ -18,6 +18,7 @@ grep -qE '^[0-9a-f]+ u ' <<<"$symbols" && fail "a unique symbol keeps the librar
 dynamic=$(readelf -dW "$library")
 grep -q 'SONAME.*\[libscpi_zlt\.so\.2\]' <<<"$dynamic" || fail "the SONAME is not libscpi_zlt.so.2"
 grep -q '(RPATH)' <<<"$dynamic" && fail "an RPATH wins over LD_LIBRARY_PATH; a RUNPATH does not"
+grep -q 'BIND_NOW' <<<"$dynamic" || fail "symbols are bound lazily"
 grep -q 'NODELETE' <<<"$dynamic" && fail "the library can't be unloaded"
 needed=$(sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' <<<"$dynamic")
 others=$(grep -vE '^(libSkVisa\.so\.2|libstdc\+\+\.so\.6|libm\.so\.6|libgcc_s\.so\.1|libc\.so\.6|ld-linux-x86-64\.so\.2)$' \

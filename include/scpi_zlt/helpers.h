@@ -2,8 +2,8 @@
 //
 // Nothing here touches a session. All functions but those of CLogFile may be called from any thread at any time;
 // results are values that the caller owns. Text is a terminated string; a null pointer counts as an empty one. Letters
-// and case are ASCII: no locale changes what a helper does, save the decimal point of FloatToStrF. Wide forms behave as
-// their narrow twins. Nothing throws but std::bad_alloc.
+// and case are ASCII: no locale changes what a helper does, save the decimal point and the letter of FloatToStrF and
+// the date of CLogFile. Wide forms behave as their narrow twins. Nothing throws but std::bad_alloc.
 #pragma once
 
 #include <cstddef>
@@ -11,6 +11,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "scpi_zlt/export.h"
@@ -105,8 +106,8 @@ std::basic_string<Char> toupper(std::basic_string<Char> text) {
 /// A copy in which every occurrence of `what` is replaced, going on behind what was put in. Nothing for an empty
 /// `what`.
 template <class Char>
-std::basic_string<Char> replace(std::basic_string<Char> text, const std::basic_string<Char>& what,
-                                const std::basic_string<Char>& with) {
+std::basic_string<Char> replace(std::basic_string<Char> text, const std::type_identity_t<std::basic_string<Char>>& what,
+                                const std::type_identity_t<std::basic_string<Char>>& with) {
   if (what.empty()) return text;
   std::size_t at = 0;
   while ((at = text.find(what, at)) != std::basic_string<Char>::npos) {

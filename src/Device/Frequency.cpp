@@ -3,7 +3,8 @@
 // Sent at once: the CW frequency in fixed mode, the range in sweep mode, changes of mode. Everything else is stored,
 // and what is stored stays when a send fails. Two encoders deliver a sweep: SetFrequency sends the doubles as they are
 // (HW_SendFrequencyRange), a change of mode derives whole steps first (set_freq_range_and_step). The limits are looked
-// at by the handlers, by the centre and span rules and by the encoders, not by the setters.
+// at by the handlers, by the centre and span rules, by set_freq_range_and_step and by HW_SendRFFrequency, not by the
+// setters nor by HW_SendFrequencyRange.
 #include <cmath>
 #include <cstdint>
 #include <stdexcept>

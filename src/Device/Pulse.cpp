@@ -1,5 +1,5 @@
-// Pulse modulation. Nothing is sent as long as modulation is off: a setting waits in the model for the next switching
-// on. While it is on, every setting switches it on again with the new value.
+// Pulse modulation. No setting is sent while modulation is off: it waits in the model for the next switching on.
+// Switching off always is. While it is on, every setting switches it on again with the new value.
 //
 // Callers rely on widths and gaps going out in seconds without fraction, so that a microsecond arrives as 0 and comes
 // back as 0 into the model. Trains can be stored and read back (their queries all answer the off-times), not started.

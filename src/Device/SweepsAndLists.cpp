@@ -1,5 +1,5 @@
 // Point lists, dwell time, and what starts a sweep. Hz, dBm, seconds. How a list gets to the instrument is
-// ListTransfer.cpp; whether the lists fit each other is looked at when a mode changes, not here.
+// ListTransfer.cpp; whether the lists fit each other is looked at when a mode is sent.
 #include <algorithm>
 #include <utility>
 #include <vector>
