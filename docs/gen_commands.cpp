@@ -92,7 +92,8 @@ void Print(const Command& command, const SCommandSentence& sentence) {
   const std::string mark = info.flags == kQuery ? "?" : "";
   std::cout << "### " << Join(command.headers, mark.empty() ? ", " : "?, ") << mark << "\n\n"
             << sentence.does << "\n\n";
-  std::cout << "- Forms: " << Forms(info) << "\n- Parameter: " << Parameter(info) << "\n";
+  std::cout << "- Forms: " << (sentence.forms != nullptr ? sentence.forms : Forms(info))
+            << "\n- Parameter: " << Parameter(info) << "\n";
   if (*sentence.range != '\0') std::cout << "- Range: " << sentence.range << "\n";
   if (*sentence.at_open != '\0') std::cout << "- After opening: `" << sentence.at_open << "`\n";
   std::cout << "- Example: `" << sentence.example << "`\n\n";

@@ -1,6 +1,5 @@
 // From parameter tokens to typed values.
 #include <charconv>
-#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <string>

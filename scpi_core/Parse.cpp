@@ -29,9 +29,9 @@ Failure FailureOf(const sCommand& command) {
 /// The error exit: a query still ends its response, so that nobody waits for it.
 void Fail(const Failure& failure, bool query, IResponseStream& stream) {
   if (failure.silent) return;
-  LogMessageParse("Parse", failure.text);
   stream.RaiseError(failure.code, failure.text);
   if (query) stream.SendEnd();
+  LogMessageParse("Parse", failure.text != nullptr ? failure.text : "");
 }
 
 }  // namespace

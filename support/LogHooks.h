@@ -3,8 +3,8 @@
 // __D_Assert are public: scpi_zlt/helpers.h.
 #pragma once
 
-#include <string>
+#include <string_view>
 
-inline void LogMessageP(const std::string& /*where*/, const std::string& /*what*/) {}
-inline void LogMessageParse(const std::string& /*where*/, const std::string& /*what*/) {}
-inline void LogMessageGD(const std::string& /*where*/, const std::string& /*what*/) {}
+inline void LogMessageP(std::string_view /*where*/, std::string_view /*what*/) {}
+inline void LogMessageParse(std::string_view /*where*/, std::string_view /*what*/) {}
+inline void LogMessageGD(std::string_view /*where*/, std::string_view /*what*/) {}

@@ -8,6 +8,9 @@ namespace {
 constexpr const char* kFrequencyRange = "the instrument's frequency limits";
 constexpr const char* kPowerRange = "the instrument's power limits; always dBm";
 constexpr const char* kKeywordSeconds = "not checked; MIN, MAX and DEF count as 0, 1 and 2 s";
+constexpr const char* kQueryOnly = "query";
+constexpr const char* kSetOnly = "set";
+constexpr const char* kNoForm = "none (-113)";
 constexpr const char* kStub = "Known word without function: its parameter is checked, then the answer is error -113.";
 
 const SCommandSentence kSentences[] = {
@@ -28,7 +31,7 @@ const SCommandSentence kSentences[] = {
 
     {SCPI_SOUR_FREQ,
      "The frequency in fixed mode; sent at once there, stored in the other modes. Whole Hz. \"DEF\" means the lower "
-     "limit.",
+     "limit, and 0 Hz as long as it is only stored.",
      kFrequencyRange, "the middle of the range", ":FREQ 1.5GHZ"},
     {SCPI_SOUR_FREQ_MODE, "Fixed, sweep or list; a change sends what the mode needs. \"CW\" means fixed.", "", "FIXed",
      ":FREQ:MODE SWE"},
@@ -36,14 +39,19 @@ const SCommandSentence kSentences[] = {
      kFrequencyRange, "the lower limit", ":FREQ:STAR 1GHZ"},
     {SCPI_SOUR_FREQ_STOP, "Stop of the sweep; sent in sweep mode, stored otherwise. \"DEF\" means 0 Hz, unchecked.",
      kFrequencyRange, "the upper limit", ":FREQ:STOP 2GHZ"},
-    {SCPI_SOUR_FREQ_CENT, "Centre of the sweep; the span shrinks on both sides where an end would leave the limits.",
+    {SCPI_SOUR_FREQ_CENT,
+     "Centre of the sweep; the span shrinks on both sides where an end would leave the limits. \"DEF\" means 0 Hz, "
+     "unchecked.",
      kFrequencyRange, "the middle of the range", ":FREQ:CENT 1.5GHZ"},
-    {SCPI_SOUR_FREQ_SPAN, "Span of the sweep around its centre; shrinks as with the centre.",
+    {SCPI_SOUR_FREQ_SPAN, "Span of the sweep around its centre; shrinks as with the centre. \"DEF\" means 0 Hz.",
      "0 to upper minus lower limit", "the whole range", ":FREQ:SPAN 100MHZ"},
 
     {SCPI_SOUR_POW_LEV, "The level in fixed mode. MIN, MAX and DEF mean 0 dBm in the set form.", kPowerRange,
      "the lower limit", ":POW -10"},
-    {SCPI_SOUR_POW_MODE, "Fixed, sweep or list; \"CW\" is refused.", "", "FIXed", ":POW:MODE SWE"},
+    {SCPI_SOUR_POW_MODE,
+     "Fixed, sweep or list; \"CW\" is refused. RF-out generation 0 has no power sweep: nothing is sent there, without "
+     "an error.",
+     "", "FIXed", ":POW:MODE SWE"},
     {SCPI_SOUR_POW_STAR, "Start of the power sweep. MIN, MAX and DEF mean 0 dBm in the set form.", kPowerRange, "-20",
      ":POW:STAR -20"},
     {SCPI_SOUR_POW_STOP, "Stop of the power sweep. MIN, MAX and DEF mean 0 dBm in the set form.", kPowerRange, "10",
@@ -54,29 +62,29 @@ const SCommandSentence kSentences[] = {
     {SCPI_SOUR_POW_ALC, "Levelling is always on: \"OFF\" is refused, everything else changes nothing.", "", "on",
      ":POW:ALC ON"},
     {SCPI_SOUR_POW_ATT, "Answers \"0\" and leaves an entry 1,\"\" in the error queue; there is no set form.", "", "0",
-     ":POW:ATT?"},
-    {SCPI_SOUR_POW_ATT_AUTO, "Answers \"off\"; there is no set form.", "", "off", ":POW:ATT:AUTO?"},
+     ":POW:ATT?", kQueryOnly},
+    {SCPI_SOUR_POW_ATT_AUTO, "Answers \"off\"; there is no set form.", "", "off", ":POW:ATT:AUTO?", kQueryOnly},
     {SCPI_SOUR_POW_ATT_MODE, "What the attenuators are used for.", "", "DISTortion", ":POW:ATT:MODE OPT"},
     {SCPI_SOUR_POW_CONT,
-     "Internal or external levelling; it reprograms the synchronisation inputs and the trigger source.", "", "INTernal",
-     ":POW:CONT EXT"},
+     "Internal or external levelling; it reprograms the synchronisation inputs and outputs and the trigger source.", "",
+     "INTernal", ":POW:CONT EXT"},
     {SCPI_UNIT_POW, "The unit in which power queries answer; settings stay dBm.", "", "DBM", ":UNIT:POW W"},
 
     {SCPI_SOUR_SWE_POIN, "Points of the frequency sweep and of the power sweep. \"DEF\" means the upper limit.",
      "the instrument's point limits", "501", ":SWE:POIN 11"},
     {SCPI_SOUR_SWE_STEP, "Step of the frequency sweep in Hz, as a bare number; the points follow from it.",
-     "not checked; MIN, MAX and DEF count as 0, 1 and 2 Hz", "", ":SWE:STEP 1E6"},
+     "not checked; MIN, MAX and DEF count as 0, 1 and 2 Hz", "0", ":SWE:STEP 1E6"},
     {SCPI_SOUR_SWE_DWEL, "Time at each point.", kKeywordSeconds, "0", ":SWE:DWEL 10MS"},
     {SCPI_SOUR_SWE_SPAC, "Spacing of the points; a new spacing goes out with the next change of the range.", "",
      "LINear", ":SWE:SPAC LOG"},
 
     {SCPI_SOUR_LIST_FREQ, "The points of the frequency list, any number of them. No query.",
-     "the instrument's frequency limits", "", ":LIST:FREQ 1GHZ,1.5GHZ,3GHZ"},
-    {SCPI_SOUR_LIST_FREQ_POIN, "How many points the frequency list holds; with MIN, MAX, DEF the limits.", "", "1",
-     ":LIST:FREQ:POIN?"},
+     "the instrument's frequency limits", "", ":LIST:FREQ 1GHZ,1.5GHZ,3GHZ", kSetOnly},
+    {SCPI_SOUR_LIST_FREQ_POIN, "How many points the frequency list holds; MIN, MAX and DEF answer 0, 2500 and 101.", "",
+     "1", ":LIST:FREQ:POIN?"},
     {SCPI_SOUR_LIST_POW, "The points of the power list, any number of them, in dBm. No query.", "not checked", "",
-     ":LIST:POW -10,-20,-30"},
-    {SCPI_SOUR_LIST_POW_POIN, "How many points the power list holds; with MIN, MAX, DEF the limits.", "", "1",
+     ":LIST:POW -10,-20,-30", kSetOnly},
+    {SCPI_SOUR_LIST_POW_POIN, "How many points the power list holds; MIN, MAX and DEF answer 0, 2500 and 101.", "", "1",
      ":LIST:POW:POIN?"},
     {SCPI_SOUR_LIST_DWEL, "Time at each point; the query answers whole seconds, ':SWE:DWEL?' the exact value.",
      "0 to 4 s; MIN, MAX and DEF count as 0, 1 and 2 s", "0", ":LIST:DWEL 0.5"},
@@ -100,20 +108,25 @@ const SCommandSentence kSentences[] = {
      ":PULM:INT:TRA:ONT 1MS,2MS"},
     {SCPI_SOUR_PULM_INT_TRA_REP, "Repetitions of the pulse train; the query answers the off-times.", "not checked", "",
      ":PULM:INT:TRA:REP 5,10"},
-    {SCPI_SOUR_PULM_MODE, kStub, "", "", ":PULM:MODE FIX"},
+    {SCPI_SOUR_PULM_MODE, kStub, "", "", ":PULM:MODE FIX", kNoForm},
 
     {SCPI_OUTP_STAT,
      "The RF output. A refusal by the instrument reaches the error queue; of all set forms only this one reports it.",
      "", "OFF", ":OUTP ON"},
     {SCPI_INIT_CONT_ALL, "Continuous sweeping: starts polling if a mode sweeps. The text \"1\" means off; say \"ON\".",
      "", "off", ":INIT:CONT ON"},
-    {SCPI_INIT_IMM_ALL, "Runs one sweep; refused (-213) while sweeping continuously.", "", "", ":INIT"},
-    {SCPI_ABOR, "Stops polling; every setting stays.", "", "", ":ABOR"},
+    {SCPI_INIT_IMM_ALL, "Runs one sweep; refused (-213) while ':INIT:CONT' is on.", "", "", ":INIT"},
+    {SCPI_ABOR,
+     "Stops polling; every setting stays, ':INIT:CONT' too: switch that off, or the next sweep setting starts polling "
+     "again.",
+     "", "", ":ABOR"},
     {SCPI_TRIG_SEQ_IMM,
      "With trigger source BUS: sends the whole frequency and power state again. Starts no sweep; refused "
-     "(-211) while sweeping continuously.",
+     "(-211) while ':INIT:CONT' is on.",
      "", "", ":TRIG"},
-    {SCPI_TRIG_SEQ_SOUR, "What a point or a sweep waits for. In manual list mode each change toggles single stepping.",
+    {SCPI_TRIG_SEQ_SOUR,
+     "What a point or a sweep waits for. In manual list mode EXT and BUS toggle single stepping each time they are "
+     "written.",
      "", "BUS", ":TRIG:SOUR EXT"},
     {SCPI_TRIG_SEQ_SLOP, "The edge of the external trigger.", "", "POSitive", ":TRIG:SLOP NEG"},
     {SCPI_TRIG_AUX_OUTP_ENAB, "The auxiliary output.", "", "OFF", ":TRIG:AUX ON"},
@@ -123,19 +136,20 @@ const SCommandSentence kSentences[] = {
      kKeywordSeconds, "1e-06", ":TRIG:AUX:DUR 5US"},
     {SCPI_TRIG_AUX_PULS_PER, "Period of the synchronisation generator, up to 4.29 s; more wraps.", kKeywordSeconds,
      "1e-07", ":TRIG:AUX:PULS:PER 1US"},
-    {SCPI_TRIG_AUX_PULS_WIDT, "Pulse width of the synchronisation generator.", kKeywordSeconds, "5e-08",
-     ":TRIG:AUX:PULS:WIDT 50NS"},
+    {SCPI_TRIG_AUX_PULS_WIDT, "Pulse width of the synchronisation generator, up to 4.29 s; more wraps.",
+     kKeywordSeconds, "5e-08", ":TRIG:AUX:PULS:WIDT 50NS"},
 
     {SCPI_SOUR_ROSC_SOUR, "Internal or external reference oscillator.", "", "INTernal", ":ROSC:SOUR EXT"},
-    {SCPI_SOUR_ROSC_EXT_FREQ, "Frequency of the external reference, whole Hz.",
+    {SCPI_SOUR_ROSC_EXT_FREQ, "Frequency of the external reference, whole Hz up to 4294967295; more wraps.",
      "not checked; MIN, MAX and DEF count as 0, 1 and 2 Hz", "10000000", ":ROSC:EXT:FREQ 10MHZ"},
-    {SCPI_SOUR_PHAS, "Phase of the output in degrees, as a bare number.", "not checked", "0", ":PHAS 90"},
+    {SCPI_SOUR_PHAS, "Phase of the output in degrees, as a bare number.",
+     "not checked; MIN, MAX and DEF count as 0, 1 and 2 degrees", "0", ":PHAS 90"},
 
-    {SCPI_SOUR_AM_DEPT, kStub, "", "", ":AM:DEPT 50"},
-    {SCPI_SOUR_AM_EXT_COUP, kStub, "", "", ":AM:EXT:COUP AC"},
-    {SCPI_SOUR_AM_INT_FREQ, kStub, "", "", ":AM:INT:FREQ 1KHZ"},
-    {SCPI_SOUR_AM_SOUR, kStub, "", "", ":AM:SOUR INT"},
-    {SCPI_SOUR_AM_STAT, kStub, "", "", ":AM:STAT OFF"},
+    {SCPI_SOUR_AM_DEPT, kStub, "", "", ":AM:DEPT 50", kNoForm},
+    {SCPI_SOUR_AM_EXT_COUP, kStub, "", "", ":AM:EXT:COUP AC", kNoForm},
+    {SCPI_SOUR_AM_INT_FREQ, kStub, "", "", ":AM:INT:FREQ 1KHZ", kNoForm},
+    {SCPI_SOUR_AM_SOUR, kStub, "", "", ":AM:SOUR INT", kNoForm},
+    {SCPI_SOUR_AM_STAT, kStub, "", "", ":AM:STAT OFF", kNoForm},
 };
 
 }  // namespace

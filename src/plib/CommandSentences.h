@@ -11,9 +11,10 @@ namespace scpi_lib {
 struct SCommandSentence {
   SCPI_Handler handler;
   const char* does;
-  const char* range;    ///< of the parameter, empty if the words say all
-  const char* at_open;  ///< what a query answers right after opening, empty if there is none
-  const char* example;  ///< one message
+  const char* range;            ///< of the parameter, empty if the words say all
+  const char* at_open;          ///< what a query answers right after opening, empty if there is none
+  const char* example;          ///< one message
+  const char* forms = nullptr;  ///< where the handler refuses a form that the table admits
 };
 
 /// In the order of the reference.

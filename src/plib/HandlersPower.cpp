@@ -87,8 +87,8 @@ int SCPI_SOUR_POW_ATT_MODE(Parameters parameters, bool query, void* device, sCom
     int strategy = 0;
     if (query) {
       generator.GetAttStrategy(strategy);
-      const int index = strategy - kFirstStrategy;
-      return generator.SendEnum(SCPI_SOUR_POW_ATT_MODE_F, index >= 0 && index <= 3 ? index : 0, 0);
+      const bool known = strategy >= kFirstStrategy && strategy <= kFirstStrategy + 3;
+      return generator.SendEnum(SCPI_SOUR_POW_ATT_MODE_F, known ? strategy - kFirstStrategy : 0, 0);
     }
     strategy = Index(parameters.front()) + kFirstStrategy;
     generator.SetAttStrategy(strategy);

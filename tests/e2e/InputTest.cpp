@@ -65,13 +65,16 @@ TEST(Input, ExactErrorsAndNothingElse) {
       {":FREQ:SPAN 20GHZ", "-222", ":FREQ:SPAN?", "19990000000"},
       {":POW 20.001", "-222", ":POW?", "-100"},
       {":POW NAN", "-222", ":POW?", "-100"},
+      {":FREQ:SPAN -1", "-222", ":FREQ:SPAN?", "19990000000"},
       {":POW:SPAN -1DB", "-222", ":POW:STOP?", "10"},
+      {":POW:SPAN 120.1", "-222", ":POW:SPAN?", "30"},
       {":SWE:POIN 0", "-222", ":SWE:POIN?", "501"},
       {":SWE:POIN 100002", "-222", ":SWE:POIN?", "501"},
       {":SWE:POIN NAN", "-222", ":SWE:POIN?", "501"},
       {":LIST:DWEL 4001MS", "-222", ":SWE:DWEL?", "0"},
       {":LIST:DWEL NAN", "-222", ":SWE:DWEL?", "0"},
       {":PULM:INT:PER 39NS", "-222", ":PULM:INT:PER?", "0"},
+      {":PULM:INT:PWID 39NS", "-222", ":PULM:INT:PWID?", "1"},
       {":PULM:INT:PWID NAN", "-222", ":PULM:INT:PWID?", "1"},
       // Words, units and counts.
       {":FREQ 1 PARSEC", "-131", ":FREQ?", "10005000000"},
@@ -103,6 +106,15 @@ TEST(Input, ExactErrorsAndNothingElse) {
       {":INIT:CONT ON;:TRIG", "-211", ":INIT:CONT?", "on"},
       {":INIT", "-213", ":INIT:CONT?", "on"},
       {":INIT:CONT OFF", "", ":INIT:CONT?", "off"},
+      // Odd answers and keywords.
+      {":FOO;:FOO;:FREQ?", "-113", ":SYST:ERR:COUN?", "0"},
+      {":POW:ALC", "", ":POW:ATT:AUTO?", "off"},
+      {":POW:ALC 0", "", ":UNIT:POW?", "DBM"},
+      {":PULM:INT:PER DEF", "", ":PULM:INT:PER?", "2"},
+      {":PULM:INT:TRA:OFFT 1,2.5", "", ":PULM:INT:TRA:ONT?", "1,2.5"},
+      {":TRIG:AUX 1", "", ":TRIG:AUX?", "ON", 2},
+      {":LIST:MODE MAN", "", ":LIST:MODE?", "MANual", 4},
+      {":LIST:MODE AUTO", "", ":LIST:MODE?", "AUTO", 4},
       // Lists: empty, with a point outside, longer than the instrument holds, of different lengths.
       {":LIST:FREQ", "", ":LIST:FREQ:POIN?", "0"},
       {":LIST:FREQ 1GHZ,NAN", "-222", ":LIST:FREQ:POIN?", "2"},
@@ -118,7 +130,12 @@ TEST(Input, ExactErrorsAndNothingElse) {
       // Steps and counts that leave nothing to sweep.
       {":SWE:STEP 0", "", ":SWE:POIN?", "0"},
       {":SWE:POIN 1", "", ":SWE:STEP?", "inf", 1},
+      {":SWE:POIN DEF", "", ":SWE:POIN?", "100001", 1},
       {":SWE:POIN 501", "", ":SWE:STEP?", "39980000", 1},
+      // A logarithmic sweep of more points than anybody can want.
+      {":FREQ:MODE SWE", "", ":FREQ:MODE?", "SWEep", 1},
+      {":SWE:SPAC LOG", "", ":SWE:SPAC?", "LOGarithmic", 1},
+      {":SWE:STEP 1", "-310", ":LIST:FREQ:POIN?", "0"},
   };
   for (const Input& input : inputs) {
     SCOPED_TRACE(std::string(input.message).substr(0, 60));

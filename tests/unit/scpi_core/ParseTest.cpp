@@ -74,6 +74,8 @@ TEST(Parse, BlanksAndSuffixes) {
       {"FREQ12 1\n", "||-113"},
       {"OUTP2?\n", "<OUTP>$|OUTP?()|"},
       {"FREQ2 1\n", "|FREQ(1)|"},
+      {"FREQ\xE9 1\n", "|FREQ(1)|"},  // no letter, so a suffix
+      {":?\n", "$||-113"},
   });
 }
 
@@ -100,6 +102,10 @@ TEST(Parse, Parameters) {
       {"FREQ 1ABCDEFGHIJKLMNOP\n", "||-131"},
       {"POW 1DBM\n", "||-138"},
       {"POW MAX\n", "||-224"},
+      // An error that does not end the matching is overwritten by the next.
+      {"POW MAX,1\n", "||-108"},
+      {"FREQ #11a,1\n", "||-108"},
+      {"DATA 1,2\n", "||-108"},
       {"FREQ 1,2\n", "||-108"},
       {"*RST 1\n", "||-108"},
       {"FREQ\n", "||-109"},
@@ -151,6 +157,7 @@ TEST(Parse, UnitsAndThePath) {
       {"FREQ?; ;POW?\n", "<FREQ>;<POW>$|FREQ?() POW?()|"},
       {"FREQ?;   ;POW?\n", "<FREQ>;|FREQ?()|"},
       {"FREQ 1;;POW 2\n", "|FREQ(1)|"},
+      {"LIST:FREQ 1;STOP 2\n", "|LFREQ(1)|-113"},
       {"*IDN?;;*OPC?\n", "<IDN>;|IDN?()|"},
       {"*IDN?;\n", "<IDN>;|IDN?()|"},
       {"AB;*RST\n", "|RST()|"},
@@ -168,6 +175,9 @@ TEST(Parse, RefusalRunsTheHandlerAgainInACompoundMessage) {
   EXPECT_EQ(talk("FREQ 9\n"), "|FREQ(9)|-222");
   EXPECT_EQ(talk("FREQ 9;\n"), "|FREQ(9) FREQ(9,9)|-222");
   EXPECT_EQ(talk("*IDN?;LIST:FREQ 1,2\n"), "<IDN>;|IDN?() LFREQ(1,2) LFREQ(1,2,1,2)|-222");
+  // The second attempt speaks: where it finds no row, the handler's refusal is forgotten.
+  EXPECT_EQ(talk("FREQ:STAR?;STOP 9\n"), "<STAR>;|STAR?() STOP(9)|-113");
+  EXPECT_EQ(talk("FREQ:STAR?;:FREQ:STOP 9\n"), "<STAR>;|STAR?() STOP(9)|-222");
   talk.refusal = -365;  // the time-out of a waiting operation ends the message without a word
   EXPECT_EQ(talk("FREQ 9\n"), "|FREQ(9)|");
 }
