@@ -189,12 +189,13 @@ TEST_F(Session, AnotherTerminationCharacterNeverEndsAResponse) {
   Open();
   const std::int32_t semicolon = ';';
   ASSERT_EQ(Buffer().Device().SetAttribute(VI_ATTR_TERMCHAR, reinterpret_cast<unsigned long>(&semicolon)), VI_SUCCESS);
-  Write("*IDN?\n");
+  WriteHold("*IDN?\nHOLD\n");  // once the second runs, the first is through
   auto never = ReadInThread();
   test::AwaitTimedWaiters(1);
   test::Advance(1000);
   EXPECT_EQ(never.get(), kNothing);
   Device().SendResponse("x\n", 2);
+  TheWorld().Release();
   Write("SET\n");
   EXPECT_EQ(Read(), (Answer{VI_ERROR_IO, "fake;x\n", 7}));
 }
