@@ -1,6 +1,8 @@
 // The walk over the command tree.
+#include <algorithm>
 #include <utility>
 
+#include "scpi_core/Ascii.h"
 #include "scpi_core/pcore.h"
 
 std::vector<STree> CommandTree;
@@ -22,9 +24,11 @@ const STree* Level(int level) {
 /// True if the token is exactly the row's short form or its whole name.
 bool Matches(const sCommandTreeNode& row, const sCommand& command, int token) {
   const sSubString& substring = command.substrings[static_cast<std::size_t>(token)];
+  // Most rows differ in their first character, so nothing is asked of the command for each.
+  const char* const text = command.text + substring.offset;
+  const int length = std::min(substring.length, command.length - substring.offset);
   int equal = 0;
-  while (row.name[equal] != '\0' && equal < substring.length && row.name[equal] == command.GetChar(token, equal))
-    ++equal;
+  while (equal < length && row.name[equal] != '\0' && row.name[equal] == Lower(text[equal])) ++equal;
   const bool acceptable = equal == row.short_length || row.name[equal] == '\0';
   return acceptable && substring.length == equal;
 }

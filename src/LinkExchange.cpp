@@ -102,7 +102,8 @@ class Reception {
 
 long Reception::Run(bool stopping) {
   if (m_session == 0) return provider::kErrorConnectionLost;
-  provider::GetTimeOut(m_session, m_saved_timeout);
+  // A provider that can't tell it gets the slice back; 0 would let the next write fail at once.
+  if (provider::GetTimeOut(m_session, m_saved_timeout) < 0) m_saved_timeout = kSliceMs;
   if (const long status = provider::SetTimeOut(m_session, kSliceMs); status < 0) {
     m_packet.SetStatus(SE_READ_TIMEOUT);
     return status;

@@ -179,6 +179,8 @@ TEST(ProcessDevCommandTest, ResetsAfterFailuresAndResendsWhenOutOfStep) {
       {"its own limit", SK_SET, {}, kSet + "R16x3 C " + kSilentProbe + "C", "TMO 20486"},
       {"probes do not nest", SK_SET, {{}, Reply(SK_GET, 0x8003, kValue)},
        kSet + "R16x3 C " + kProbe + kWithValue + "T500 " + kReset + "R16x21 C C C", "TMO 20486"},
+      {"reports a time-out, no limit", SK_SET, {kSaysTimeOut}, kSet + kWithValue + "C " + kSilentProbe + "C",
+       "TMO 20486", kNoTimeOut},
       {"reset unanswered", SK_SET, {kRefused},
        kSet + kWithValue + "T1000 " + kReset + "R16x21 C " + kSilentProbe + "C", "0 -32765"},
   };
@@ -188,6 +190,7 @@ TEST(ProcessDevCommandTest, ResetsAfterFailuresAndResendsWhenOutOfStep) {
 TEST(ProcessDevCommandTest, StopsWhenAsked) {
   const ProcessCase cases[] = {
       {"up before", SK_SET, {}, "", "ABORT 20505", 1000, {.after_ms = 0}},
+      {"poll, up before", SK_RUN, {}, "", "ABORT 20505", 1000, {.after_ms = 0}},
       {"never", SK_SET, {kRefused, kResetDone}, kSet + kWithValue + "T1000 " + kReset + kBare + "T1000", "0 -32765"},
       {"setting", SK_SET, {}, kSet + "R16x2 C", "0 20505", 1000, {.after_ms = 700}},
       {"endless wait", SK_SET, {}, kSet + "R16x40 C", "0 20505", kNoTimeOut, {.after_ms = 20000}},
