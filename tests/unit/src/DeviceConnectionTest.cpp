@@ -39,6 +39,13 @@ TEST(Connection, OpensAndCloses) {
        {"RESET"},
        Visa(0xBFFF0011),
        "OPENRM OPEN(A::INSTR,1,77) CLOSE(1)"},
+      {"opens with a warning",
+       "A::INSTR::ZLT",
+       0,
+       0x3FFF0084,
+       {"RESET"},
+       0x3FFF0084,
+       "OPENRM OPEN(A::INSTR,1,77) CLOSE(2) CLOSE(1)"},
       {"silent",
        "A::INSTR::ZLT",
        0,
@@ -91,6 +98,14 @@ TEST(Connection, StaysOpenWhenProbingFailsUntilTheDeviceGoes) {
   EXPECT_TRUE(provider.Trace().ends_with(" CLOSE(2) CLOSE(1)"));
 }
 
+TEST(Connection, ADeviceThatWasNeverOpened) {
+  test::BenchDevice device;
+  bool on = true;
+  EXPECT_EQ(device.GetModulationEnabled(on), -108);
+  EXPECT_EQ(device.GetModulationPolarity(on), -108);
+  EXPECT_EQ(device.Limits().high_frequency, 4e10);
+}
+
 TEST(Connection, LostLinkRefusesWithoutTouchingIt) {
   OpenBench bench;
   bench.provider.writes = {test::ScriptedProvider::kConnectionLost};
@@ -100,6 +115,9 @@ TEST(Connection, LostLinkRefusesWithoutTouchingIt) {
   bench.provider.TakeLines();
   EXPECT_EQ(bench.device.HW_SetMode(mode), SE_CONNECTION_LOST);
   EXPECT_EQ(bench.provider.TakeLines(), Strings{});
+  bench.provider.close_status = Visa(0xBFFF000E);
+  EXPECT_EQ(bench.device.CloseConnection(), Visa(0xBFFF000E));
+  EXPECT_EQ(bench.device.CloseConnection(), 0);
 }
 
 TEST(Connection, StopRequestLetsNothingOut) {

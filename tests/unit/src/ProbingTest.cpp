@@ -64,7 +64,7 @@ TEST(Probing, InstrumentsOfAllAges) {
       {"oldest",
        {kNoFiles,
         {"SET P_FREQUENCY 6.0", Status16(0x8003)},
-        {"GET P_SYNC_OUT", 2, {{0, 0, 0, 0, 0}}},
+        {"GET P_SYNC_OUT", 0, {{0, 0, 0, 0, 0}}},
         {"SET P_RF_OUT2", Status16(0x8002)},
         {"SET P_RF_OUT 4.2", Status16(0x8002)}},
        {"SET P_FREQUENCY 6.0 [0, 2, 100000000000, 100000000000]", "RESET",
@@ -182,6 +182,9 @@ TEST(Probing, RFOutDeadEndSendsNothingMore) {
   });
   EXPECT_EQ(bench.device.InitRFOut(0, -20.0, 0, 0, 0), SE_UNKNOWN_ERROR);
   EXPECT_EQ(bench.provider.TakeLines().size(), 2U);
+  bench.provider.Respond(test::Instrument({}));
+  bench.device.set_power_sweep();
+  EXPECT_EQ(bench.provider.Requests().back()[8], 8U);  // generation 5, as before
 }
 
 }  // namespace

@@ -41,8 +41,9 @@ TEST(RunPattern, FrequencySweep) {
            "F.start 1e9 | F.stop 1e9 | F.center 1e9 | F.span 1e9 | F.points 5 | F.step 1e9 | SetFreqMode 2 "
            "|SetFreqSpacing 1 | P.cw 1 | P.start 1 | SetPwrMode 1 | SetPwrMode 2 | SetAtten 1 | SetAttStrategy 2 "
            "|SetOutputEnabled 1 | SetOutputEnabled 0 | HW_SetDwell 1 | SetSyncGenPeriod 1 | SetSyncGenWidth 1 "
-           "|SetExtRefGenState 1 | SetExtRefGenFrequency 1 | SetPhaseAdjust 1"},
+           "|SetExtRefGenState 1 | SetExtRefGenFrequency 1 | SetPhaseAdjust 1 | bare INTERVAL 0; SetDwell 1"},
           {"CPPR", "SetSyncInterval 1 | SetSyncOpolarity 1 | SetSyncOutputEnabled 1 | SetSyncOutputDuration 1"},
+          {"CPPPP", ":LIST:MODE MAN"},  // two records of two exchanges
           {"CPPPPR", "SetFreqSpacing 1; forget; F.start 1e9"},
           // Started twice.
           {"CPRR",
@@ -78,7 +79,7 @@ TEST(RunPattern, OldestFirmwareStartsTwice) {
               {
                   {"CPRR", "P.cw 1 | P.start 1 | SetPwrMode 1 | SetAttStrategy 2 | SetOutputEnabled 0"},
                   {"CPR", "SetFreqMode 2"},
-                  {"C", "lost; P.start 1"},
+                  {"C", "lost; P.start 1 | lost; SetFreqMode 2"},
               });
 }
 

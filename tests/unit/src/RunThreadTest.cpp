@@ -1,4 +1,4 @@
-#include <cstring>
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <semaphore>
 
@@ -92,8 +92,10 @@ TEST(RunThread, OnePoll) {
     // A run that has ended by itself counts as active until it is cancelled.
     EXPECT_TRUE(run.Active());
     EXPECT_EQ(neosmart::WaitForEvent(run.GetOPCHandle(), 0), 0);
+    EXPECT_TRUE(run.TryLock());
     run.CancelRun();
     EXPECT_FALSE(run.Active());
+    run.Unlock();
   }
 }
 
@@ -107,6 +109,19 @@ TEST(RunThread, FailedPollClearsResetsAndEnds) {
   run.over.acquire();
   EXPECT_EQ(provider.Lines(), (Strings{"RUN", "GET P_MODE 2.0 [0]", "GET P_MODE 2.0 [0]", "RESET"}));
   EXPECT_FALSE(run.GetLevelState());
+
+  // A body that breaks off leaves the reply's own status, and the run goes on.
+  provider.TakeLines();
+  int polls = 0;
+  provider.Respond([&](Request request) {
+    if (test::Describe(request) != "RUN" || ++polls > 1) return test::Answer(request);
+    provider.QueueRead(RunReply(request, 0, 14, 6));
+    provider.QueueRead({}, test::ScriptedProvider::kIo);
+    return Bytes{};
+  });
+  run.Run(2);
+  run.over.acquire();
+  EXPECT_EQ(provider.TakeLines(), (Strings{"RUN", "GET P_MODE 2.0 [0]", "RESET", "RUN"}));
 }
 
 TEST(RunThread, LooksAtTheButtonOnceASecond) {
@@ -184,41 +199,59 @@ TEST_F(WaitingRun, CancelledPollResetsOnce) {
   EXPECT_EQ(bench.provider.TakeLines(), (Strings{"RUN", "RESET"}));
   EXPECT_EQ(bench.device.Reset(), 0);
   EXPECT_EQ(bench.provider.TakeLines(), (Strings{"RESET"}));
+  // A link that can't be cleared is no reason to leave the instrument waiting.
+  bench.provider.clear_status = test::ScriptedProvider::kNotImplemented;
+  bench.device.Start(0);
+  polling.acquire();
+  EXPECT_EQ(bench.device.Stop(), 0);
+  EXPECT_EQ(bench.provider.TakeLines(), (Strings{"RUN", "RESET"}));
+}
+
+/// Leaves list mode for a sweep.
+void SweepAfterAList(CDevice& device) {
+  device.SetFreqList(std::vector<double>(1000, 1.0));
+  device.SetFreqMode(kModeList);
+  device.SetFreqMode(kModeSweep);
 }
 
 TEST(RunThread, TimeOutFollowsTheSettings) {
+  constexpr int kEndless = 8;
+  static const std::vector<double> list(1000, 1.0);
   const struct {
     const char* name;
-    double dwell;
-    std::vector<double> frequencies;
-    std::vector<double> powers;
-    const char* reads;  // of a poll that is not answered
+    void (*set)(CDevice&);  // behind an immediate trigger and a dwell of 2 s
+    int reads;              // of a poll that is not answered
   } cases[] = {
-      {"short", 0.002, {}, {}, "R16x3 C"},
-      {"501 points", 2.0, {}, {}, "R16x4 C"},
-      {"a longer list", 2.0, std::vector<double>(1000, 1e9), {}, "R16x7 C"},
-      {"power list", 2.0, {}, std::vector<double>(1000, -10.0), "R16x7 C"},
+      {"501 points", [](CDevice&) {}, 4},
+      {"short dwell", [](CDevice& d) { d.SetDwell(0.002); }, 3},
+      {"external trigger", [](CDevice& d) { d.SetTrigSource(kTriggerExternal); }, kEndless},
+      {"points", [](CDevice& d) { d.SetFrequency(1000, kValuePoints, kDefaultPlain); }, 7},
+      {"lists that wait for their modes", [](CDevice& d) { d.SetFreqList(list), d.SetPwrList(list); }, 4},
+      {"frequency list", [](CDevice& d) { d.SetFreqList(list), d.SetFreqMode(kModeList); }, 7},
+      {"power list", [](CDevice& d) { d.SetPwrList(list), d.SetPwrMode(kModeList); }, 7},
+      // A range that goes out with its mode leaves the time-out of the list; what comes behind it does not.
+      {"sweep after a list", SweepAfterAList, 7},
+      {"range", [](CDevice& d) { SweepAfterAList(d), d.HW_SendFrequencyRange(); }, 4},
+      {"CW", [](CDevice& d) { SweepAfterAList(d), d.SetFreqMode(kModeFixed); }, 4},
+      {"frequency list, not sent", [](CDevice& d) { SweepAfterAList(d), d.SetFreqList({1.0}); }, 4},
+      {"power list, not sent", [](CDevice& d) { SweepAfterAList(d), d.SetPwrList({1.0}); }, 4},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     test::OpenBench bench;
     bench.device.SetTrigSource(kTriggerImmediate);
-    if (!c.frequencies.empty()) bench.device.SetFreqMode(kModeList);
-    if (!c.powers.empty()) bench.device.SetPwrMode(kModeList);
-    bench.device.SetDwell(c.dwell);
-    if (!c.frequencies.empty()) bench.device.SetFreqList(c.frequencies);
-    if (!c.powers.empty()) bench.device.SetPwrList(c.powers);
-    bench.device.UpdateTimeout();
-    std::binary_semaphore probed{0};
-    bench.provider.Respond([&](Request request) {
-      if (test::Describe(request) == "RUN") return Bytes{};
-      probed.release();
-      return test::Answer(request);
-    });
+    bench.device.SetDwell(2.0);
+    c.set(bench.device);
+    bench.provider.Respond(
+        [](Request request) { return test::Describe(request) == "RUN" ? Bytes{} : test::Answer(request); });
     bench.device.Start(1);
-    probed.acquire();
-    const std::string trace = bench.provider.Trace();
-    EXPECT_EQ(trace.substr(trace.find("W(RUN)")).substr(7 + 5, std::strlen(c.reads)), c.reads);
+    int reads = 0;
+    for (std::string poll; reads < kEndless && poll.find(" C") == std::string::npos;) {
+      const std::string trace = bench.provider.Trace();
+      poll = trace.substr(std::min(trace.find("W(RUN) T500 R16x"), trace.size()));
+      if (!poll.empty()) reads = std::min(kEndless, std::stoi(poll.substr(16)));
+    }
+    EXPECT_EQ(reads, c.reads);
     bench.device.Stop();
   }
 }

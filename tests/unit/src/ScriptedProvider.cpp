@@ -287,7 +287,7 @@ long viOpenDefaultRM(void* session_out) {
 }
 
 long viOpen(unsigned long, const char* name, unsigned long access_mode, unsigned long timeout_ms, void* session_out) {
-  if (current->open_status == 0) current->Store(session_out, 2);
+  if (static_cast<std::int32_t>(current->open_status) >= 0) current->Store(session_out, 2);
   return current->Note(
       "OPEN(" + std::string(name) + "," + std::to_string(access_mode) + "," + std::to_string(timeout_ms) + ")",
       current->open_status);

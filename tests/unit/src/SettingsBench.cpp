@@ -13,6 +13,9 @@
 #include <type_traits>
 #include <utility>
 
+#include "scpi_core/pcore.h"
+#include "src/plib/CommandTable.h"
+
 namespace {
 
 std::vector<std::string> run_log;
@@ -166,6 +169,7 @@ constexpr std::int16_t Code(unsigned code) {
 SettingsBench::SettingsBench(Firmware firmware, int generation) : m_firmware(firmware), m_generation(generation) {
   constexpr int kGenerations[] = {5, 2, 0};
   if (m_generation < 0) m_generation = kGenerations[static_cast<int>(firmware)];
+  scpi_lib::RegisterCommandTree();
   provider.Respond([this](std::span<const unsigned char> request) { return Respond(request); });
   EXPECT_EQ(device.OpenConnection("TCPIP0::1::INSTR::ZLT", 2000), 0);
   m_probing = false;
@@ -179,10 +183,24 @@ std::string SettingsBench::Do(const std::string& script) {
     std::istringstream stream(line);
     const Words words{std::istream_iterator<std::string>(stream), {}};
     if (words.empty()) continue;
-    const std::string answer = DoOne(words);
+    const bool is_message = words[0].find_first_of(":*") == 0;
+    const std::string answer = is_message ? Say(line) : DoOne(words);
     if (!answer.empty()) answers += (answers.empty() ? "" : " ") + answer;
   }
   return answers;
+}
+
+std::string SettingsBench::Say(std::string message) {
+  message += '\n';
+  Parse(message.data(), static_cast<int>(message.size()), &device, &device);
+  std::string answer = device.TakeResponse();
+  while (device.GetErrCount() > 0) {
+    device.SCPI_SYST_ERR();
+    const std::string error = device.TakeResponse();
+    answer += error.substr(0, error.find(','));
+  }
+  std::erase(answer, '\n');
+  return answer;
 }
 
 std::string SettingsBench::DoOne(const Words& words) {

@@ -12,8 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "src/Device.h"
-#include "tests/unit/src/ScriptedProvider.h"
+#include "tests/unit/src/DeviceBench.h"
 
 namespace test {
 
@@ -31,6 +30,7 @@ class SettingsBench {
   ///   F.start 1e9           SetFrequency with a plain value; P.start likewise SetPower
   ///   F? start stop         GetFrequency; P? likewise GetPower
   ///   SetX? / GetX          a getter answers its value
+  ///   :FREQ 1GHZ           a message; answers its response, then the numbers of its errors
   ///   answer MODE 2 7 8     the next SK_SET of P_MODE (GET_MODE: SK_GET) gets this status and these values
   ///   bare MODE 2           the same without a body
   ///   lost                  the next write finds the link gone
@@ -43,7 +43,7 @@ class SettingsBench {
   std::string TakePattern();
 
   ScriptedProvider provider;
-  CDevice device;
+  BenchDevice device;
 
  private:
   using Words = std::vector<std::string>;
@@ -53,6 +53,7 @@ class SettingsBench {
     std::vector<double> values;
     bool bare;
   };
+  std::string Say(std::string message);
   std::string DoOne(const Words& words);
   Bytes Respond(std::span<const unsigned char> request);
   Bytes Probe(const std::string& line, std::span<const unsigned char> request) const;

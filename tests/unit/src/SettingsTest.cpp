@@ -57,8 +57,9 @@ TEST(Settings, Frequency) {
       {"spacing sends the old one", kNew, -1, SWEEP_ONE_TO_TWO "SetFreqSpacing 1; GetFreqSpacing",
        "FREQUENCY 6.0 [1000000000, 501, 2000000, 2000000000]", "1"},
       {"spacing in fixed mode, refused", kNew, -1,
-       "answer FREQUENCY 0x8003; =SetFreqSpacing 1; GetFreqSpacing; answer FREQUENCY 2; =SetFreqSpacing 1",
-       "FREQUENCY 6.0 [10005000000] | RESET | FREQUENCY 6.0 [10005000000]", "-32765 0 2"},
+       "answer FREQUENCY 0x8003; =SetFreqSpacing 1; GetFreqSpacing; forget; answer FREQUENCY 2; =SetFreqSpacing 1;"
+       "GetFreqSpacing; answer FREQUENCY 2; =SetFreqMode 1",
+       "FREQUENCY 6.0 [10005000000] | FREQUENCY 6.0 [10005000000]", "-32765 0 2 1 0"},
       {"logarithmic sweep is a list", kNew, -1,
        "F.start 1e9; F.stop 16e9; F.points 5; SetFreqMode 2; SetFreqSpacing 1; forget; F.start "
        "1e9;GetFreqListPointsCnt 3",
@@ -68,19 +69,43 @@ TEST(Settings, Frequency) {
        "3",
        "FREQUENCY_LIST2 6.0 [0, 3, 10000000, 125992105, 20000000000]", "0"},
       {"corrected range is taken", kNew, -1,
-       SWEEP_ONE_TO_TWO "answer FREQUENCY 1 1.1e9 11 5e7 9e9; F.start 1e9; F? start points step stop",
-       "FREQUENCY 6.0 [1000000000, 501, 2000000, 2000000000]", "1100000000 11 50000000 1600000000"},
+       SWEEP_ONE_TO_TWO
+       "answer FREQUENCY 1 1.1e9 11 5e7 9e9; F.start 1e9; F? start points step stop;answer FREQUENCY 1 1e9 3 5e8; "
+       "F.start 1.1e9; F? stop; answer FREQUENCY 2 7 7 7 7; =SetFrequency 3e9 2 3; F? start stop",
+       "FREQUENCY 6.0 [1000000000, 501, 2000000, 2000000000] | FREQUENCY 6.0 [1100000000, 11, 50000000, 1600000000] | "
+       "FREQUENCY 6.0 [1000000000, 3, 1000000000, 3000000000]",
+       "1100000000 11 50000000 1600000000 2000000000 0 1000000000 3000000000"},
       {"refused range is no error, corrected cw is not taken", kNew, -1,
-       "answer FREQUENCY 1 4e9; F.cw 3e9;" SWEEP_ONE_TO_TWO
+       "answer FREQUENCY 1 4e9; F.cw 3e9; bare FREQUENCY 0; =SetFrequency 3e9 0 3;" SWEEP_ONE_TO_TWO
        "answer FREQUENCY 0x8003 7 7 7 7; =SetFrequency 3e9 2 3; F? stop cw",
-       "FREQUENCY 6.0 [1000000000, 501, 4000000, 3000000000] | RESET", "0 3000000000 3000000000"},
+       "FREQUENCY 6.0 [1000000000, 501, 4000000, 3000000000] | RESET", "0 0 3000000000 3000000000"},
       {"refused mode is kept and told", kNew, -1,
-       "answer FREQUENCY 0x8003 7 7 7 7; =SetFreqMode 2; GetFreqMode; F? start stop",
-       "FREQUENCY 6.0 [10000000, 1, 0, 20000000000] | RESET", "-32765 2 10000000 20000000000"},
+       "answer FREQUENCY 0x8003 7 7 7 7; =SetFreqMode 2; GetFreqMode; F? start stop; answer FREQUENCY 2 2e7 3 5e6 "
+       "3e7;=SetFreqMode 2; F? start stop step points",
+       "FREQUENCY 6.0 [10000000, 1, 0, 20000000000] | RESET | FREQUENCY 6.0 [10000000, 1, 0, 20000000000]",
+       "-32765 2 10000000 20000000000 0 20000000 30000000 5000000 501"},
+      {"reply beyond 64 bits wraps", kMiddle, -1,
+       "answer FREQUENCY 0 1e9 140737488355328 140737488355328; =SetFreqMode 2; F? stop",
+       "FREQUENCY 6.0 [10000000, 1, 0]", "0 -1.40736488355e+14"},
+      {"a step keeps its sign, a start its fraction", kNew, -1,
+       "F.step -1e300; SetFreqMode 2; F? step; F.start 10000000.9; F.stop 10000002; F.step 0.5; forget; SetFreqMode 2",
+       "FREQUENCY 6.0 [10000000, 3, 1, 10000002]", "0"},
+      {"continuous first, then a sweep", kNew, -1, ":INIT:CONT ON; :FREQ:MODE SWE",
+       "FREQUENCY 6.0 [10000000, 1, 0, 20000000000] | RUN 0", ""},
+      {"logarithmic sweep beyond all measure", kNew, -1,
+       ":FREQ:MODE SWE; :SWE:SPAC LOG; F.start 0; forget; :SWE:STEP 1; :LIST:FREQ:POIN?; :SWE:POIN?; lost; "
+       "F.points 16777216; GetFreqListPointsCnt 3",
+       "", "-310 0 2820130817 16777216"},
+      {"points refused by the frequency never reach the power", kNew, -1,
+       ":FREQ:MODE SWE; :SWE:SPAC LOG; forget; answer FREQUENCY_LIST2 0xFF22; :SWE:POIN 2",
+       "FREQUENCY_LIST2 6.0 [0, 2, 10000000, 20000000000] | RESET", "-222"},
       {"short replies", kNew, -1,
        "bare FREQUENCY 0; =SetFreqMode 2; bare FREQUENCY 1; =SetFrequency 1e9 1 3; F? start points",
        "FREQUENCY 6.0 [10000000, 1, 0, 20000000000] | FREQUENCY 6.0 [1000000000, 501, 38000000, 20000000000]",
        "-32763 0 1000000000 501"},
+      {"no number is out of range", kNew, -1,
+       ":FREQ NAN; :FREQ:SPAN NAN; :POW NAN; :SWE:POIN NAN; :LIST:DWEL NAN; :PULM:INT:PER NAN", "",
+       "-222 -222 -222 -222 -222 -222"},
       {"no number, no room", kNew, -1,
        "F.cw nan; SetFreqMode 2; forget; F.points nan; F.step 1e300; F.stop -1e300; F? cw points",
        "FREQUENCY 6.0 [10000000] | FREQUENCY 6.0 [10000000] | FREQUENCY 6.0 [10000000]", "-9.22337203685e+18 1"},
@@ -124,9 +149,12 @@ TEST(Settings, Power) {
        "-10.5"},
       {"cw, generation 5", kNew, 5, CW_AND_OUTPUT, "RF_OUT2 6.2 [0, 0, 0, 0, -10.5] | RF_OUT2 6.2 [1, 0, 0, 0, -10]",
        "-10"},
-      {"sweep, generation 0", kOld, 0, POWER_SWEEP, "", "-20 10"},
-      {"sweep, generation 1", kOld, 1, POWER_SWEEP, "RF_OUT 4.2 [0, -20, 501, 0.0599975585938]", "-20 10"},
-      {"sweep, generation 3", kNew, 3, POWER_SWEEP, SWEEP_PACKET "]", "-20 10"},
+      {"sweep, generation 0: the stop is rounded all the same", kOld, 0,
+       "P.start -20; P.stop 10.001; forget; SetPwrMode 2; P? stop", "", "10.01"},
+      {"the stop is rounded though the send failed", kMiddle, -1,
+       "P.start -20; P.stop 10.001; forget; lost; =SetPwrMode 2; P? stop", "", "20506 10.01"},
+      {"warnings of a mode and of a sweep", kMiddle, -1,
+       "answer RF_OUT2 2; =SetPwrMode 1; SetPwrMode 2; answer RF_OUT2 2; =SetAtten 0; forget", "", "0 0"},
       {"keywords count for nothing", kMiddle, -1, "SetPower 0 0 0; P? cw", "RF_OUT2 4.2 [0, 0, 0, 0, 0]", "0"},
       {"start in fixed mode resends the cw power", kNew, -1, "P.start -20; P? start stop",
        "RF_OUT2 6.2 [0, 0, 0, 0, -100]", "-20 10"},
@@ -156,7 +184,8 @@ TEST(Settings, Power) {
       {"lost link", kMiddle, -1,
        "lost; =SetFrequency 1e9 0 3; =SetOutputEnabled 1; =SetFreqMode 2; =SetFrequency 1e9 1 3; =SetPhaseAdjust 1", "",
        "20506 20506 20506 20506 20506"},
-      {"lost link, silent in six bytes", kNew, -1, "lost; =SetFreqMode 2; =SetOutputEnabled 1", "", "20506 0"},
+      {"lost link, silent in six bytes", kNew, -1, "lost; =SetFreqMode 2; =SetOutputEnabled 1; =SetAtten 1", "",
+       "20506 0 226"},
   });
 }
 
@@ -172,13 +201,20 @@ TEST(Settings, PowerUnitTouchesOnlyWhatIsPrinted) {
   EXPECT_DOUBLE_EQ(device.ConvertPower(7, 0, true), 7);
 }
 
-TEST(Settings, OutputOffClearsTheBitOfActiveRf) {
+TEST(Settings, OutputThatIsOffClearsTheBitOfActiveRf) {
   SettingsBench bench(kMiddle);
   bench.device.StatusRegisters().SetRegBit(0, 7, true);
-  bench.Do("SetOutputEnabled 1");
+  bench.Do("SetOutputEnabled 1; answer RF_OUT2 0 1 0 0 0 0; SetOutputEnabled 0");
   EXPECT_EQ(bench.device.StatusRegisters().standard_event, 0x80);
-  bench.Do("SetOutputEnabled 0");
+  bench.Do("answer RF_OUT2 0 0 0 0 0 0; SetOutputEnabled 1");
   EXPECT_EQ(bench.device.StatusRegisters().standard_event, 0);
+}
+
+TEST(Settings, AbortClearsTheLink) {
+  SettingsBench bench(kNew);
+  bench.Do("sweep; :ABOR");
+  EXPECT_EQ(bench.TakeLog(), "CANCEL");
+  EXPECT_TRUE(bench.provider.Trace().ends_with(" C"));
 }
 
 }  // namespace

@@ -47,6 +47,10 @@ TEST(Settings, TriggerInput) {
        "1 0 1 0"},
       {"immediate leaves the flag", kMiddle, -1,
        MANUAL "SetTrigSource 1; forget; SetTrigSource 0; GetSingleStepEnabled", "SYNC_IN 1.0 [0, 0, 0, 0, 2]", "1"},
+      {"list mode by message", kMiddle, -1,
+       ":LIST:MODE MAN; :LIST:MODE?; :TRIG:SOUR IMM; GetSingleStepEnabled; :LIST:MODE?; :LIST:MODE MAN;"
+       "GetSingleStepEnabled; forget",
+       "", "MANual 1 AUTO 0"},
       {"step form comes from the reply", kMiddle, -1,
        MANUAL "answer SYNC_IN 0 3 0 0 0 2; SetTrigSource 1; =SetListMode 1; =SetSingleStepEnabled 0; "
               "=SetSyncSourceDetection 1",
@@ -120,8 +124,11 @@ TEST(Settings, ExternalLeveling) {
        "1"},
       {"external source under leveling", kMiddle, -1, "SetPowControl 1; forget; SetTrigSource 1; SetTrigSource 0",
        "SYNC_IN 1.0 [1, 0, 1, 0, 3] | SYNC_IN 1.0 [0, 0, 1, 0, 3]", ""},
-      {"refused at the input", kMiddle, -1, "answer SYNC_IN 0x8003; =SetPowControl 1; GetPowControl; GetTrigSource",
-       "SYNC_IN 1.0 [4, 0, 1, 0, 3] | RESET", "-32765 1 2"},
+      {"refused at the input, at the output", kMiddle, -1,
+       "answer SYNC_IN 0x8003; =SetPowControl 1; GetPowControl; GetTrigSource;answer SYNC_OUT 0x8003; =SetPowControl "
+       "2; GetTrigSource",
+       "SYNC_IN 1.0 [4, 0, 1, 0, 3] | RESET | SYNC_IN 1.0 [0, 0, 0, 0, 2] | SYNC_OUT 1.0 [0, 0, 1, 0, 0] | RESET",
+       "-32765 1 2 -32765 0"},
   });
 }
 
