@@ -30,11 +30,13 @@ CIOBuffer::~CIOBuffer() {
 long CIOBuffer::Write(const unsigned char* text, unsigned long count, unsigned long* written) {
   if (text == nullptr) count = 0;
   const auto* bytes = reinterpret_cast<const char*>(text);
-  const std::int64_t start = support::NowNs();
-  const auto timeout = static_cast<std::uint32_t>(m_device->m_timeout.load());
-  // The lock is only ever held for a copy.
-  while (!m_device->m_input_lock.TryLock()) {
-    if (support::MillisecondsSince(start) > timeout) return VI_ERROR_TMO;
+  // The lock is only ever held for a copy, so it is as good as always free.
+  if (!m_device->m_input_lock.TryLock()) {
+    const std::int64_t start = support::NowNs();
+    const auto timeout = static_cast<std::uint32_t>(m_device->m_timeout.load());
+    do {
+      if (support::MillisecondsSince(start) > timeout) return VI_ERROR_TMO;
+    } while (!m_device->m_input_lock.TryLock());
   }
   unsigned long stored = 0;
   m_input.Write(bytes, count, &stored);

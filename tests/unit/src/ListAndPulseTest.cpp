@@ -29,6 +29,12 @@ TEST(Settings, Lists) {
       {"empty lists get a point, an empty argument sends none", kNew, -1,
        "SetFreqMode 3; forget; =SetFreqList; SetFreqMode 3; SetPwrList; SetPwrMode 3",
        "FREQUENCY_LIST2 6.0 [0, 1, 10000000] | RF_OUT_LIST2 4.2 [0, 0, 0, 0, 0, 1, -60]", "0"},
+      {"list answers a part", kNew, -1,
+       "SetFreqMode 3; forget; answer FREQUENCY_LIST2 1 0 2 7; =SetFreqList 1e9 2e9; answer FREQUENCY_LIST2 0 0 2 7; "
+       "=SetFreqMode 3; =SetFreqMode 3",
+       "FREQUENCY_LIST2 6.0 [0, 2, 1000000000, 2000000000] | FREQUENCY_LIST2 6.0 [0, 2, 1000000000, 2000000000] | "
+       "FREQUENCY_LIST2 6.0 [0, 2, 1000000000, 2000000000]",
+       "0 -32763 0"},
       {"point out of range leaves zeros", kNew, -1,
        "=SetFreqList 1e7 2e10; =SetFreqList 1e9 99e9; =SetFreqList nan; =SetFreqList 1e9 2e9 1; GetFreqListPointsCnt "
        "3; SetFreqMode 3",

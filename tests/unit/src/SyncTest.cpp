@@ -45,6 +45,13 @@ TEST(Settings, TriggerInput) {
        "SYNC_IN 1.0 [2, 0, 0, 0, 2] | SYNC_IN 1.0 [0, 0, 0, 0, 2] | SYNC_IN 1.0 [2, 0, 0, 0, 2] | SYNC_IN 1.0 [1, 0, "
        "0, 0, 2]",
        "1 0 1 0"},
+      {"code 1 clears the flag", kMiddle, -1,
+       "SetTrigSource 1; SetListMode 1; forget; answer SYNC_IN 0 1 0 0 0 2; =SetSingleStepEnabled 1; "
+       "GetSingleStepEnabled",
+       "SYNC_IN 1.0 [2, 0, 0, 0, 2]", "0 0"},
+      {"failed source in manual mode", kMiddle, -1,
+       MANUAL "answer SYNC_IN 0x8003; =SetTrigSource 1; GetSingleStepEnabled; =SetTrigSource 1; GetSingleStepEnabled",
+       "SYNC_IN 1.0 [2, 0, 0, 0, 2] | RESET | SYNC_IN 1.0 [1, 0, 0, 0, 2]", "-32765 1 0 0"},
       {"immediate leaves the flag", kMiddle, -1,
        MANUAL "SetTrigSource 1; forget; SetTrigSource 0; GetSingleStepEnabled", "SYNC_IN 1.0 [0, 0, 0, 0, 2]", "1"},
       {"list mode by message", kMiddle, -1,
@@ -64,6 +71,13 @@ TEST(Settings, TriggerInput) {
   });
 }
 
+TEST(Settings, AnInputCodeBelowZeroIsRefused) {
+  SettingsBench bench(kMiddle);
+  bench.provider.QueueRead(FromHex("AA 55 03 00 00 00 0C 00 05 21 00 00 00 00 00 00"));
+  bench.provider.QueueRead(FromHex("07 00 00 FF 00 01 00 00 00 00 00 02"));
+  EXPECT_EQ(bench.Do("=SetTrigSource 1; GetTrigSource; GetSyncSourceDetection"), "-1 1 0");
+}
+
 TEST(Settings, AuxiliaryOutput) {
   RunSettings({
       {"pulse, disabled", kMiddle, -1, "=SetSyncInterval 3; GetSyncInterval; GetSyncOutputEnabled",
@@ -81,10 +95,21 @@ TEST(Settings, AuxiliaryOutput) {
                "SYNC_OUT 1.0 [" KEPT_0 ", 0, 1, 1, 1, 0]",
        "0 3 0 9e-06"},
       {"pulse answered for something else", kNew, -1,
-       "SetSyncOutputEnabled 1; forget; answer SYNC_OUT 0 5 1 2 0 0 0 0 0 0 0; answer SYNC_IN 0 0 0 0 0 0 0;answer "
-       "SYNC_OUT 0 0 0 0 0 0 7 0 3 0 0; SetSyncInterval 1; GetSyncInterval; GetSyncOpolarity;GetSyncOutputDuration",
-       ASK_OUT "SYNC_OUT 1.0 [1, 0, 1, 0, 0, " KEPT_1 "] | " ASK_IN "SYNC_IN 1.0 [" KEPT_0 ", 5, 0, 1, 1, 0]",
-       "1 0 1e-06"},
+       "SetSyncOutputEnabled 1; forget; answer SYNC_OUT 0 5 1 2 0 0 0 0 0 0 0; answer SYNC_IN 0 0 0 0 0 0 4 1 0 0 0; "
+       "answer "
+       "SYNC_OUT 0 0 0 0 0 0 7 0 3 0 0; SetSyncInterval 1; GetSyncInterval; GetSyncOpolarity; GetSyncOutputDuration; "
+       "GetSyncOutputEnabled",
+       ASK_OUT "SYNC_OUT 1.0 [1, 0, 1, 0, 0, " KEPT_1 "] | " ASK_IN "SYNC_IN 1.0 [" KEPT_0 ", 5, 0, 1, 1, 0] | " ASK_OUT
+               "SYNC_OUT 1.0 [" KEPT_0 ", 5, 1, 1, 1, 0]",
+       "2 1 2e-06 1"},
+      {"second channel refused", kNew, -1,
+       "SetSyncOutputEnabled 1; forget; answer SYNC_OUT 0 0 1 2 0 0 0 0 0 0 0; answer SYNC_IN 0 0 0 0 0 0 4 1 0 0 0; "
+       "answer "
+       "SYNC_OUT 0x8003; =SetSyncInterval 1; GetSyncInterval; GetSyncOpolarity; GetSyncOutputDuration; "
+       "GetSyncOutputEnabled",
+       ASK_OUT "SYNC_OUT 1.0 [1, 0, 1, 0, 0, " KEPT_1 "] | " ASK_IN "SYNC_IN 1.0 [" KEPT_0 ", 0, 0, 1, 1, 0] | " ASK_OUT
+               "SYNC_OUT 1.0 [" KEPT_0 ", 0, 1, 1, 1, 0] | RESET",
+       "-32765 1 0 1e-06 1"},
       {"on", kMiddle, -1, "=SetSyncOutputEnabled 1; GetSyncInterval", "SYNC_OUT 1.0 [1, 0, 1, 0, 0]", "0 1"},
       {"disagreement switches off, older firmware has one channel", kMiddle, -1,
        "answer SYNC_OUT 0 0 0 1 0 0; SetSyncOutputEnabled 1; GetSyncOutputEnabled; GetSyncInterval",
@@ -102,6 +127,10 @@ TEST(Settings, AuxiliaryOutput) {
       {"polarity, refused", kMiddle, -1,
        "answer SYNC_OUT 0x8003 0 0 9 0 0; =SetSyncOpolarity 1; GetSyncOpolarity; GetSyncOutputDuration",
        "SYNC_OUT 1.0 [0, 1, 1, 0, 0] | RESET", "-32765 1 1e-06"},
+      {"generator answers one value", kNew, -1,
+       "answer GEN_SYNC 0 7; =SetSyncGenPeriod 1e-6; answer GEN_SYNC 1 7; =SetSyncGenPeriod 1e-6; GetSyncGenWidth; "
+       "GetSyncGenPeriod",
+       "GEN_SYNC 4.0 [50, 950, 0] | GEN_SYNC 4.0 [50, 950, 0]", "-32763 0 5e-08 1e-06"},
       {"generator", kMiddle, -1,
        "=SetSyncGenPeriod 1e-6; GetSyncGenPeriod; SetSyncGenPeriod 0; GetSyncGenPeriod; SetSyncGenWidth "
        "2e-6;GetSyncGenPeriod; answer GEN_SYNC 0x8003; =SetSyncGenPeriod 5; GetSyncGenPeriod; SetSyncGenPeriod "
@@ -122,6 +151,11 @@ TEST(Settings, ExternalLeveling) {
        ASK_IN "SYNC_IN 1.0 [4, 0, 1, 0, 3, " KEPT_1 "] | " ASK_OUT "SYNC_OUT 1.0 [1, 0, 1, 1, 0, " KEPT_1 "] | " ASK_IN
               "SYNC_IN 1.0 [" KEPT_0 ", 0, 0, 1, 1, 0] | " ASK_OUT "SYNC_OUT 1.0 [" KEPT_0 ", 0, 1, 1, 1, 0]",
        "1"},
+      {"a warning at the input does not stop external leveling", kNew, -1,
+       "answer SYNC_IN 1 4 0 1 0 3 0 0 0 0 0; =SetPowControl 1",
+       ASK_IN "SYNC_IN 1.0 [4, 0, 1, 0, 3, " KEPT_1 "] | " ASK_OUT "SYNC_OUT 1.0 [1, 0, 1, 1, 0, " KEPT_1 "] | " ASK_IN
+              "SYNC_IN 1.0 [" KEPT_0 ", 0, 0, 1, 1, 0] | " ASK_OUT "SYNC_OUT 1.0 [" KEPT_0 ", 0, 1, 1, 1, 0]",
+       "0"},
       {"external source under leveling", kMiddle, -1, "SetPowControl 1; forget; SetTrigSource 1; SetTrigSource 0",
        "SYNC_IN 1.0 [1, 0, 1, 0, 3] | SYNC_IN 1.0 [0, 0, 1, 0, 3]", ""},
       {"refused at the input, at the output", kMiddle, -1,
