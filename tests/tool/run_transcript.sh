@@ -5,7 +5,7 @@
 # A line "$ command" is typed; up to the next one stand its output and its error stream, and "[exit N]" when it failed.
 set -uo pipefail
 transcript=$(realpath "$2")
-PATH=$1:$PATH
+PATH=$(realpath "$1"):$PATH
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 cd "$folder" || exit 1

@@ -35,9 +35,6 @@ int Hold(Parameters, bool, void* device, sComErrorInfo*) {
 int Boom(Parameters, bool, void*, sComErrorInfo*) {
   throw std::runtime_error("boom");
 }
-int Exit(Parameters, bool, void*, sComErrorInfo*) {
-  std::exit(0);
-}
 int Set(Parameters, bool, void*, sComErrorInfo*) {
   ++TheWorld().sets;
   return 0;
@@ -46,8 +43,7 @@ int Set(Parameters, bool, void*, sComErrorInfo*) {
 const sCommandTreeNode kRows[] = {
     {"idn", -1, 0, -1, false, 1, Idn, {1, nullptr, 0}},  {"long", -1, 0, 1, false, 1, Long, {1, nullptr, 0}},
     {"big", -1, 0, 2, false, 1, Big, {1, nullptr, 0}},   {"hold", -1, 0, 3, false, 1, Hold, {2, nullptr, 0}},
-    {"exit", -1, 0, 6, false, 1, Exit, {2, nullptr, 0}}, {"boom", -1, 0, 4, false, 1, Boom, {3, nullptr, 0}},
-    {"set", -1, 0, 5, false, 1, Set, {2, nullptr, 0}},
+    {"boom", -1, 0, 4, false, 1, Boom, {3, nullptr, 0}}, {"set", -1, 0, 5, false, 1, Set, {2, nullptr, 0}},
 };
 
 }  // namespace

@@ -3,7 +3,6 @@
 //   *IDN?   answers "fake" and what came before        HOLD    keeps the interpreter until Release
 //   LONG?   answers 10 bytes with the line end          BOOM    throws
 //   BIG?    answers more than the ring holds            SET     does nothing but count
-//                                                       EXIT    ends the process from the interpreter
 #pragma once
 
 #include <atomic>

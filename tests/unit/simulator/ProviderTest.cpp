@@ -1,16 +1,10 @@
 // The vi functions over the simulated instruments, as a program meets them: reads and their statuses, faults, runs that
 // wait for triggers, control calls, the log. Each test uses instruments of its own numbers.
 #include <algorithm>
-#include <atomic>
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <sstream>
 #include <string>
 #include <thread>
-#include <unistd.h>
 #include <vector>
 
 #include "simulator/control.h"
@@ -23,14 +17,6 @@ constexpr long kTimeout = static_cast<long>(0xFFFFFFFFBFFF0015);
 constexpr long kLost = static_cast<long>(0xFFFFFFFFBFFF00A6);
 constexpr long kInvalidObject = static_cast<long>(0xFFFFFFFFBFFF000E);
 constexpr unsigned long kTimeoutAttribute = 0x3FFF001A;
-
-/// Names the log before anything opens it, and takes it away at the end.
-struct LogFile {
-  const std::string path = "/tmp/unit_simulator_" + std::to_string(getpid()) + ".log";
-  LogFile() { setenv("SCPI_ZLT_SIM_LOG", path.c_str(), 1); }
-  ~LogFile() { std::remove(path.c_str()); }
-};
-const LogFile kLogFile;
 
 class Session {
  public:
@@ -288,51 +274,6 @@ TEST(Provider, WakesWhoReads) {
     EXPECT_EQ(reply, one.reply);
     simControl("SIM150 heal");
   }
-}
-
-TEST(Provider, ManySessionsFromManyThreads) {
-  std::vector<std::thread> threads;
-  std::atomic<int> wrong{0};
-  for (int i = 0; i < 8; ++i) {
-    threads.emplace_back([i, &wrong] {
-      const std::string name = "SIM" + std::to_string(160 + i / 2);
-      for (int open = 0; open < 5; ++open) {
-        const Session session(name + "::INSTR");
-        for (int k = 0; k < 20; ++k) {
-          if (session.Ask("SET P_MODE 2.0 1") != "SET P_MODE 2.0 [1] SK_NO_ERROR") ++wrong;
-          if (session.Ask("RUN") != "RUN SK_NO_ERROR SK_NO_ERROR") ++wrong;
-          simControl((name + " level=1 trigger").c_str());
-          Query(name + " P_FREQUENCY");
-        }
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(wrong, 0);
-}
-
-TEST(Provider, LogsEachPacketOnALine) {
-  {
-    const Session session("SIM170::fw=oldest::INSTR");
-    session.Ask("RESET");
-    session.Ask("SET P_RF_OUT 2.1 1 -10.5");
-    simControl("SIM170 level=0");
-    session.Ask("RUN");
-    viClear(session.Handle());
-  }
-  std::ifstream file(kLogFile.path);
-  std::string lines;
-  for (std::string line; std::getline(file, line);) {
-    const std::size_t name = line.find(" SIM170 ");
-    if (name != std::string::npos) lines += line.substr(name + 8) + "\n";
-  }
-  EXPECT_EQ(lines,
-            "-- open SIM170::fw=oldest::INSTR\n"
-            "-> RESET\n<- RESET SK_NO_ERROR\n"
-            "-> SET P_RF_OUT 2.1 [1, -10.5]\n<- SET P_RF_OUT 2.1 [1, -10.5] SK_NO_ERROR\n"
-            "-- level=0\n"
-            "-> RUN\n<- RUN SK_UNLEVEL SK_NO_ERROR\n"
-            "-- clear\n-- close\n");
 }
 
 }  // namespace

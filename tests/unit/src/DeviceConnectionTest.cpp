@@ -20,60 +20,35 @@ constexpr long Visa(unsigned status) {
 }
 
 TEST(Connection, OpensAndCloses) {
-  constexpr const char* kOpened = "OPENRM OPEN(A::INSTR,1,77) T1000 W(RESET) T500 ";
+  const std::string open = "OPENRM OPEN(A::INSTR,1,77)";
+  const std::string reset = open + " T1000 W(RESET) T500 ";
+  const std::string answered = reset + "R16:16/0 R0:0/0 T1000 CLOSE(2) CLOSE(1)";
+  constexpr long kNotFound = Visa(0xBFFF0011);
+  constexpr long kViolation = Visa(0xBFFF0035);
+  constexpr long kWarning = 0x3FFF0084;
   const struct {
     const char* name;
     const char* resource;
     long manager_status;
     long open_status;
-    Row reset;
+    std::optional<std::int16_t> reset_status;
     long result;
     std::string trace;  // of the open and of the close behind it
   } cases[] = {
-      {"no marker", "A::INSTR", 0, 0, {"RESET"}, Visa(0xBFFF000E), ""},
-      {"no manager", "A::INSTR::ZLT", Visa(0xBFFF0011), 0, {"RESET"}, Visa(0xBFFF0011), "OPENRM"},
-      {"no instrument",
-       "A::INSTR::ZLT::B",
-       0,
-       Visa(0xBFFF0011),
-       {"RESET"},
-       Visa(0xBFFF0011),
-       "OPENRM OPEN(A::INSTR,1,77) CLOSE(1)"},
-      {"opens with a warning",
-       "A::INSTR::ZLT",
-       0,
-       0x3FFF0084,
-       {"RESET"},
-       0x3FFF0084,
-       "OPENRM OPEN(A::INSTR,1,77) CLOSE(2) CLOSE(1)"},
-      {"silent",
-       "A::INSTR::ZLT",
-       0,
-       0,
-       {"RESET", {}},
-       Visa(0xBFFF0011),
-       std::string(kOpened) + "R16x11 C C CLOSE(2) CLOSE(1)"},
-      {"refuses",
-       "A::INSTR::ZLT",
-       0,
-       0,
-       {"RESET", Status16(0x8003)},
-       Visa(0xBFFF0035),
-       std::string(kOpened) + "R16:16/0 R0:0/0 T1000 CLOSE(2) CLOSE(1)"},
-      {"warns",
-       "A::INSTR::ZLT",
-       0,
-       0,
-       {"RESET", SK_PARAMETER_CORRECTED},
-       Visa(0xBFFF0035),
-       std::string(kOpened) + "R16:16/0 R0:0/0 T1000 CLOSE(2) CLOSE(1)"},
+      {"no marker", "A::INSTR", 0, 0, 0, Visa(0xBFFF000E), ""},
+      {"no manager", "A::INSTR::ZLT", kNotFound, 0, 0, kNotFound, "OPENRM"},
+      {"no instrument", "A::INSTR::ZLT::B", 0, kNotFound, 0, kNotFound, open + " CLOSE(1)"},
+      {"opens with a warning", "A::INSTR::ZLT", 0, kWarning, 0, kWarning, open + " CLOSE(2) CLOSE(1)"},
+      {"silent", "A::INSTR::ZLT", 0, 0, {}, kNotFound, reset + "R16x11 C C CLOSE(2) CLOSE(1)"},
+      {"refuses", "A::INSTR::ZLT", 0, 0, Status16(0x8003), kViolation, answered},
+      {"warns", "A::INSTR::ZLT", 0, 0, SK_PARAMETER_CORRECTED, kViolation, answered},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     test::ScriptedProvider provider;
     provider.open_manager_status = c.manager_status;
     provider.open_status = c.open_status;
-    provider.Respond(test::Instrument({c.reset}));
+    provider.Respond(test::Instrument({{"RESET", c.reset_status}}));
     {
       test::BenchDevice device;
       EXPECT_EQ(device.OpenConnection(c.resource, 77), c.result);
