@@ -26,11 +26,26 @@ std::locale EnvironmentLocale() {
 }
 
 std::wstring TextCodec::Decode(std::string_view bytes) const {
+  // The facet swallows a character that is incomplete at the end or before a zero, so each piece ends with a line end.
+  std::wstring text;
+  for (bool more = true; more;) {
+    const std::size_t end = bytes.find('\0');
+    more = end != bytes.npos;
+    DecodePiece(std::string(bytes.substr(0, end)) + '\n', text);
+    text.back() = L'\0';
+    bytes.remove_prefix(more ? end + 1 : bytes.size());
+  }
+  text.pop_back();
+  return text;
+}
+
+void TextCodec::DecodePiece(std::string_view bytes, std::wstring& text) const {
   const auto& codec = std::use_facet<Codec>(m_locale);
-  std::wstring text(bytes.size(), L'\0');
+  const std::size_t start = text.size();
+  text.resize(start + bytes.size());
   const char* from = bytes.data();
   const char* const end = from + bytes.size();
-  wchar_t* to = text.data();
+  wchar_t* to = text.data() + start;
   while (from != end) {
     std::mbstate_t state{};
     const char* from_next = from;
@@ -44,7 +59,6 @@ std::wstring TextCodec::Decode(std::string_view bytes) const {
     }
   }
   text.resize(static_cast<std::size_t>(to - text.data()));
-  return text;
 }
 
 bool TextCodec::Encode(wchar_t c, std::string& bytes) const {
