@@ -243,7 +243,7 @@ bool SParamMatrix::ChangeMatrix(ICustomMatrix<double>* noise) {
   const std::wstring format = m_options.size() > 2 ? datafiles::Upper(m_options[2]) : std::wstring();
   if (format == L"DB") {
     for (unsigned int row = 0; row < rows; ++row) {
-      for (unsigned int column = 1; column < columns; column += 2) {
+      for (unsigned int column = 1; column + 1 < columns; column += 2) {
         m_matrix->SetValue(column, row, std::pow(10.0, m_matrix->GetValue(column, row) / 20.0));
       }
     }

@@ -130,6 +130,22 @@ std::string Lower(std::string_view text) {
   return lower;
 }
 
+std::size_t PromisedPorts(const std::filesystem::path& file) {
+  const std::string extension = Lower(file.extension().string());
+  constexpr std::size_t kLongest = 5;  // ".s99p"
+  if (extension.size() < 4 || extension.size() > kLongest || extension[1] != 's' || extension.back() != 'p') {
+    return 0;
+  }
+  std::size_t ports = 0;
+  for (const char c : extension.substr(2, extension.size() - 3)) {
+    if (!datafiles::IsDigit(c)) {
+      return 0;
+    }
+    ports = ports * 10 + static_cast<std::size_t>(c - '0');
+  }
+  return ports;
+}
+
 std::string Quoted(std::string_view word) {
   constexpr std::size_t kShown = 24;
   std::string text = "\"";

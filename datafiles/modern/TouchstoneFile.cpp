@@ -17,23 +17,6 @@ using namespace detail;
 constexpr double kRadians = 3.141592653589793 / 180.0;
 constexpr std::size_t kNoiseNumbers = 5;
 
-/// The ports that an extension like ".s2p" promises; 0 for any other.
-std::size_t PromisedPorts(const std::filesystem::path& file) {
-  const std::string extension = Lower(file.extension().string());
-  constexpr std::size_t kLongest = 5;  // ".s99p"
-  if (extension.size() < 4 || extension.size() > kLongest || extension[1] != 's' || extension.back() != 'p') {
-    return 0;
-  }
-  std::size_t ports = 0;
-  for (const char c : extension.substr(2, extension.size() - 3)) {
-    if (!datafiles::IsDigit(c)) {
-      return 0;
-    }
-    ports = ports * 10 + static_cast<std::size_t>(c - '0');
-  }
-  return ports;
-}
-
 class TouchstoneReader {
  public:
   explicit TouchstoneReader(const std::filesystem::path& file) : m_file(file, false), m_promised(PromisedPorts(file)) {}
@@ -157,6 +140,9 @@ class TouchstoneReader {
     }
     const std::size_t ports = m_network.ports;
     const double frequency = m_record[0] * m_unit;
+    if (!std::isfinite(frequency)) {
+      m_file.Fail("the frequency before this line is too large");
+    }
     if (ports == 2 && m_record.size() == kNoiseNumbers) {
       if (!m_network.noise.empty() && !(frequency > m_network.noise.back().frequency_hz)) {
         m_file.Fail("the noise frequency before this line does not rise");
@@ -192,6 +178,9 @@ class TouchstoneReader {
     m_network.frequency_hz.push_back(frequency);
     for (std::size_t i = 1; i < m_record.size(); i += 2) {
       m_network.values.push_back(Value(m_record[i], m_record[i + 1]));
+      if (!std::isfinite(m_network.values.back().real() + m_network.values.back().imag())) {
+        m_file.Fail("a value of the row before this line is too large");
+      }
     }
     if (m_network.ports == 2) {  // the file has S21 before S12
       std::swap(*(m_network.values.end() - 3), *(m_network.values.end() - 2));

@@ -54,8 +54,11 @@ void CheckFrequency(const std::filesystem::path& file, const char* what, double 
 }
 
 /// Everything that would not read back.
-void Check(const std::filesystem::path& file, const Network& network) {
+void Check(const std::filesystem::path& file, const Network& network, SParameterFormat format) {
   const auto fail = [&](const std::string& reason) { throw DataFileError(file, 0, reason); };
+  if (const std::size_t promised = PromisedPorts(file); promised != 0 && promised != network.ports) {
+    fail("a network of " + std::to_string(network.ports) + " ports in a file named for " + std::to_string(promised));
+  }
   if (network.ports == 0 || network.frequency_hz.empty() ||
       network.values.size() != network.Points() * network.ports * network.ports) {
     fail("a network must have ports, frequencies, and ports x ports values for each of them");
@@ -70,7 +73,9 @@ void Check(const std::filesystem::path& file, const Network& network) {
     CheckFrequency(file, "frequencies", i != 0 ? network.frequency_hz[i - 1] : 0.0, network.frequency_hz[i], i == 0);
   }
   for (std::size_t i = 0; i < network.values.size(); ++i) {
-    if (!std::isfinite(network.values[i].real()) || !std::isfinite(network.values[i].imag())) {
+    const std::complex<double> value = network.values[i];
+    const bool has_magnitude = format == SParameterFormat::kRealImaginary || std::isfinite(std::abs(value));
+    if (!std::isfinite(value.real()) || !std::isfinite(value.imag()) || !has_magnitude) {
       fail("a value at point " + std::to_string(i / (network.ports * network.ports) + 1) + " is not a finite number");
     }
   }
@@ -173,7 +178,7 @@ class TouchstoneWriter {
 }  // namespace
 
 void WriteTouchstone(const std::filesystem::path& file, const Network& network, const TouchstoneOptions& options) {
-  Check(file, network);
+  Check(file, network, options.format);
   detail::WriteFile(file, TouchstoneWriter(network, options).Text());
 }
 

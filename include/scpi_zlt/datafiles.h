@@ -6,7 +6,8 @@
 //
 // The functions of matrix.h and touchstone.h keep odd answers that callers rely on (a word ends its line, zero is saved
 // as -200, a falling frequency begins the noise). These do not: what is written reads back to the same numbers, and
-// what is not understood or cannot be written so is refused. Nothing is written when something is refused.
+// what is not understood or cannot be written so is refused. Nothing is written when something is refused. (Frequencies
+// that lie within a rounding of each other may fall together in another unit than Hz; such a file does not read back.)
 //
 // Touchstone files follow Touchstone 1.1: any number of ports, rows that go on over several lines, any reference
 // impedance, S, Y, Z, G and H parameters. Version 2.0 keywords ("[Version] 2.0") are refused.

@@ -10,8 +10,9 @@
 // Loading takes one and two ports, one row per line; the reference impedance is not looked at. A frequency that falls
 // begins the noise block, so rows behind a fall never load as data. Saving takes up to four ports, always in Hz and
 // 50 ohm, with 12 digits (13 for the frequency). A pair that is zero or missing is saved as "-200 0" in every format,
-// so in MA and RI it does not come back as zero; NaN is saved as a word, which ends its row on load. The functions of
-// scpi_zlt/datafiles.h do without these surprises.
+// so in MA and RI it does not come back as zero; NaN is saved as a word, which ends its row on load. In dB a magnitude
+// within 1e-5 of 1 comes back with fewer digits. Comments are decoded by the program's global C++ locale and encoded by
+// the environment's. The functions of scpi_zlt/datafiles.h do without these surprises.
 #pragma once
 
 #include <string>

@@ -210,6 +210,8 @@ TEST(BadFiles, SameNumbersAndCodesInEveryLocale) {
   setenv("LANG", german.c_str(), 1);
   WriteBytes(folder / "m", "# \xC3\xA4\xFF\n1");
   EXPECT_EQ(LoadMatrix(folder / "m", 0), "0 {1} # <228><255>");
+  WriteBytes(folder / "m", "# a\xC3\n1");
+  EXPECT_EQ(LoadMatrix(folder / "m", 0), "0 {1} # a<195>");
   CSimpleMatrix matrix = MakeMatrix({{1}});
   for (const int flags : {0, 2}) {
     setenv("LANG", "C", 1);

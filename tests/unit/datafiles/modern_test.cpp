@@ -81,6 +81,8 @@ TEST(ModernFiles, Read) {
       {"n.s1p", "# Hz S RI\n1 2 3\n4 5x 6\n", "3: not a number: \"5x\""},
       {"n.s1p", "# Hz S RI\n1 2\n", "2: an even count of numbers where a row with its frequency should begin"},
       {"n.s1p", "# Hz S RI\n", "0: no data"},
+      {"n.s1p", "# Hz S DB\n1 1e5 0\n2 0 0\n", "3: a value of the row before this line is too large"},
+      {"n.s1p", "# GHz S RI\n1e300 1 0\n2e300 1 0\n", "3: the frequency before this line is too large"},
   };
   Folder folder;
   for (const auto& c : cases) {
@@ -186,13 +188,21 @@ TEST(ModernFiles, WhatWouldNotComeBackIsRefusedBeforeAnythingIsWritten) {
       {"noise", [](Network& n, double bad) { n.noise[0].resistance = bad; }},
       {"impedance", [](Network& n, double) { n.reference_ohm = 0; }},
       {"parameter", [](Network& n, double) { n.parameter = 'T'; }},
+      {"ports of the name",
+       [](Network& n, double) {
+         n = {1, 'S', 50, {1}, {{1, 0}}, {}, ""};
+       }},
+      {"magnitude",
+       [](Network& n, double) {
+         n.values[1] = {1.5e308, 1.5e308};
+       }},
   };
   Folder folder;
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     Network bad = good;
     c.spoil(bad, nan);
-    EXPECT_THROW(WriteTouchstone(folder / "n.s2p", bad), DataFileError);
+    EXPECT_THROW(WriteTouchstone(folder / "n.s2p", bad, {SParameterFormat::kMagnitudeAngle, {}}), DataFileError);
     EXPECT_FALSE(std::filesystem::exists(folder / "n.s2p"));
   }
   EXPECT_THROW(WriteMatrix(folder / "m", Matrix{2, {1, 2, 3}, ""}), DataFileError);

@@ -53,6 +53,13 @@ TEST(Touchstone, Load) {
       {"noise row above the data", "# GHZ S RI R 50\n" + nine + "3 3 0.5 90 0.2", "-3 "},
       {"unequal noise", "# GHZ S RI R 50\n" + nine + "1 3 0.5 90 0.2\n1 3", "-3 "},
       {"NaN cuts its row", "1 .1 nan", "-5 "},
+      {"MHz", "# MHZ S RI R 50\n1 .5 0", "0 {1e+06,0.5,0}"},
+      {"three ports", "1" + std::string(36, ' ') + "1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1", "-5 "},
+      {"only comments", "! a\n! b\n", "-5 "},
+      {"CR LF", "# GHZ S RI R 50\r\n1 .5 0\r\n", "0 {1e+09,0.5,0}"},
+      {"huge exponents", "1 1e400 2\n", "-5 "},
+      {"garbage", std::string("\xFF\xFE\0\x01", 4) + "\n1 .5 0\n", "0 {1,0.5,0}"},
+      {"mark of UTF-8", "\xEF\xBB\xBF# GHZ S RI R 50\n1 .5 0\n", "0 {1e+09,0.5,0}"},
   };
   Folder folder;
   for (const auto& c : cases) {
@@ -77,10 +84,14 @@ TEST(Touchstone, CommentBuffer) {
   EXPECT_EQ(LoadTouchstone(name.c_str(), &matrix, buffer, &length, nullptr), 0);
   EXPECT_EQ(std::wstring(buffer), L"xx! a! b\r");
   EXPECT_EQ(length, 10);
+  length = 0;
+  EXPECT_EQ(LoadTouchstone(name.c_str(), &matrix, buffer, &length, nullptr), 0);
+  EXPECT_EQ(std::wstring(buffer), L"! a! b\r");
+  EXPECT_EQ(length, 8);
   length = -1;
   EXPECT_EQ(LoadTouchstone(name.c_str(), &matrix, buffer, &length, nullptr), 0);
   EXPECT_EQ(length, -1);
-  EXPECT_EQ(buffer[0], L'x');
+  EXPECT_EQ(buffer[0], L'!');
 }
 
 TEST(Touchstone, NoiseThatTheFileDoesNotHaveStays) {
@@ -106,6 +117,11 @@ TEST(Touchstone, WordsOfAnEarlierLoadHold) {
   EXPECT_EQ(wrapper.Load((folder / "db").wstring().c_str(), nullptr, nullptr, nullptr), -5);
   EXPECT_TRUE(wrapper.ChangeMatrix(nullptr));
   EXPECT_EQ(Text(matrix), "{1000,20,0,6}");  // the words of a file without rows are not taken over
+  WriteBytes(folder / "db", "# HZ S DB R 50\n1 0 0\n");
+  EXPECT_EQ(wrapper.Load((folder / "db").wstring().c_str(), nullptr, nullptr, nullptr), 0);
+  matrix = MakeMatrix({{1, 20, 0, 20}});
+  EXPECT_TRUE(wrapper.ChangeMatrix(nullptr));
+  EXPECT_EQ(Text(matrix), "{1,10,0,20}");  // half a pair stays
 }
 
 /// What stands behind the option line, blanks as points.
@@ -204,12 +220,19 @@ TEST(Touchstone, SaveLoadSaveGivesTheSameBytes) {
       }
     }
     CSimpleMatrix noise = MakeMatrix({{5e8, 2, .5, 90, .25}});
-    ASSERT_EQ(SaveTouchstone(name.c_str(), &matrix, nullptr, &noise, kTouchstoneRi), 0);
-    const std::string bytes = Rows(ReadBytes(folder / "n.x"));
-    ASSERT_EQ(LoadTouchstone(name.c_str(), &matrix, nullptr, nullptr, &noise), 0);
-    ASSERT_EQ(SaveTouchstone(name.c_str(), &matrix, nullptr, &noise, kTouchstoneRi), 0);
-    ASSERT_EQ(Rows(ReadBytes(folder / "n.x")), bytes);
+    for (const ETouchstoneFormat format : {kTouchstoneDb, kTouchstoneMa, kTouchstoneRi}) {
+      ASSERT_EQ(SaveTouchstone(name.c_str(), &matrix, nullptr, &noise, format), 0);
+      const std::string bytes = Rows(ReadBytes(folder / "n.x"));
+      ASSERT_EQ(LoadTouchstone(name.c_str(), &matrix, nullptr, nullptr, &noise), 0);
+      ASSERT_EQ(SaveTouchstone(name.c_str(), &matrix, nullptr, &noise, format), 0);
+      ASSERT_EQ(Rows(ReadBytes(folder / "n.x")), bytes);
+    }
   }
+  // What does not come back: a zero pair is -200 then, and in dB a magnitude beside 1 loses digits.
+  CSimpleMatrix matrix = MakeMatrix({{1, 0, 0}, {2, 1 - 1e-6, 0}});
+  ASSERT_EQ(SaveTouchstone(name.c_str(), &matrix, nullptr, nullptr, kTouchstoneRi), 0);
+  ASSERT_EQ(LoadTouchstone(name.c_str(), &matrix, nullptr, nullptr, nullptr), 0);
+  EXPECT_EQ(Text(matrix), "{1,-200,0}{2,0.999999,0}");
 }
 
 }  // namespace
