@@ -5,6 +5,7 @@
 #include <cstring>
 #include <locale.h>
 #include <mutex>
+#include <new>
 
 #include "scpi_zlt/scpi_zlt.h"
 
@@ -96,7 +97,12 @@ void CGenericDevice::ThreadCycle() {
   const CLocale locale;
   while (!ThreadShouldStop()) {
     int index = -1;
-    neosmart::WaitForMultipleEvents(m_wait_events, 4, false, neosmart::kInfinite, index);
+    try {
+      neosmart::WaitForMultipleEvents(m_wait_events, 4, false, neosmart::kInfinite, index);
+    } catch (const std::bad_alloc&) {
+      // No memory for a wait on several: one that needs none gives others the time to let some go.
+      neosmart::WaitForEvent(StopEvent(), 10);
+    }
     if (index == 0 && m_connected) {
       TakeMessage();
     } else if (index == 1) {
@@ -160,7 +166,11 @@ void CGenericDevice::Interpret(int length) {
   } catch (...) {
     // Some handlers let exceptions pass; the message ends here and the session goes on.
     LogMessageGD("Interpret", "exception");
-    RaiseError(kSystemError, "");
+    try {
+      RaiseError(kSystemError, "");
+    } catch (...) {
+      // No memory for the error either.
+    }
   }
 }
 

@@ -28,6 +28,11 @@ struct TableLock {
 constinit TableLock table;
 constinit std::atomic<bool> forked{false};
 
+/// This thread is in a call into a session, and into which if that is listed. Only the handler of a signal can find
+/// itself there: one that ends the process must not wait for the call that it has interrupted.
+constinit thread_local bool in_call = false;
+constinit thread_local const CIOBuffer* called = nullptr;
+
 class Hold {
  public:
   Hold() { pthread_mutex_lock(&table.mutex); }
@@ -43,6 +48,8 @@ class Hold {
 /// A call is out of a session.
 void Leave(CIOBuffer* session) {
   Hold hold;
+  in_call = false;
+  called = nullptr;
   if (--session->users == 0) hold.Notify();
 }
 
@@ -103,6 +110,7 @@ long CScpiResManager::CloseSession(unsigned long id) {
     if (ScpiResManager != nullptr) session = ScpiResManager->FindSession(id);
     if (session == nullptr) return VI_ERROR_INV_OBJECT;
     std::erase(ScpiResManager->m_sessions, session);
+    in_call = true;
   }
   Finish(session, support::DeadlineIn(kDrainLimit));
   return VI_SUCCESS;
@@ -117,19 +125,20 @@ void CScpiResManager::Finish(CIOBuffer* session, std::int64_t drain_deadline) {
   session->Drain(drain_deadline);
   delete session;
   Hold hold;
+  in_call = false;
   --table.alive;
   hold.Notify();
 }
 
 void CScpiResManager::EndSessions() {
-  const auto is_own = [](CIOBuffer* session) { return session->Device().RunsOnThisThread(); };
+  const auto is_own = [](CIOBuffer* session) { return session == called || session->Device().RunsOnThisThread(); };
   std::vector<CIOBuffer*> sessions;
   {
     const Hold hold;
     if (!table.ending) {
-      const auto opening = std::count_if(m_opening.begin(), m_opening.end(), is_own);
-      table.abandoned =
-          static_cast<unsigned int>(opening) + static_cast<unsigned int>(std::erase_if(m_sessions, is_own));
+      // Wherever that session stands, opening, open or closing, it stays alive as long as this thread.
+      table.abandoned = in_call || CThreadObject::OnAnyThread() ? 1 : 0;
+      std::erase_if(m_sessions, is_own);
     }
     table.ending = true;
     for (CIOBuffer* session : m_opening) session->Device().ThreadStopAsync();
@@ -154,7 +163,10 @@ SessionUse::SessionUse(unsigned long id) {
   const Hold hold;
   if (ScpiResManager == nullptr) return;
   m_session = ScpiResManager->FindSession(id);
-  if (m_session != nullptr) ++m_session->users;
+  if (m_session == nullptr) return;
+  ++m_session->users;
+  in_call = true;
+  called = m_session;
 }
 
 SessionUse::~SessionUse() {
@@ -190,6 +202,7 @@ long OpenSession(const char* name, unsigned int timeout, unsigned long* id) {
     const Hold hold;
     if (ScpiResManager == nullptr || table.ending) return VI_ERROR_INV_OBJECT;
     ++table.alive;
+    in_call = true;
   }
   CIOBuffer* session = nullptr;
   long status = VI_ERROR_SYSTEM_ERROR;
@@ -205,6 +218,7 @@ long OpenSession(const char* name, unsigned int timeout, unsigned long* id) {
   }
   Hold hold;
   --table.alive;
+  in_call = false;
   hold.Notify();
   return status;
 }

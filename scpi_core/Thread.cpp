@@ -5,6 +5,16 @@
 
 #include "support/Clock.h"
 
+namespace {
+
+constinit thread_local bool on_thread_object = false;
+
+}  // namespace
+
+bool CThreadObject::OnAnyThread() {
+  return on_thread_object;
+}
+
 CSafeObject::CSafeObject() {
   pthread_mutexattr_t attributes;
   pthread_mutexattr_init(&attributes);
@@ -49,6 +59,7 @@ unsigned int CThreadObject::ThreadStart(void (*body)(CThreadObject& self)) {
   m_should_stop = false;
   m_thread = std::thread([this, body] {
     m_thread_id = std::this_thread::get_id();
+    on_thread_object = true;
     m_running = true;
     body(*this);
     m_running = false;

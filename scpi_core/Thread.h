@@ -49,6 +49,8 @@ class CThreadObject {
   int ThreadStopAsync();
   bool ThreadShouldStop() const { return m_should_stop; }
   bool Active() const { return m_thread.joinable(); }
+  /// True on a thread of any CThreadObject.
+  static bool OnAnyThread();
   /// True on the thread itself.
   bool IsThisThread() const { return m_thread_id.load() == std::this_thread::get_id(); }
   /// Signalled while a stop is asked for: waiters that must be let out by a stop wait on it too.

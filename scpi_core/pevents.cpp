@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 
 #include "support/Clock.h"
 
@@ -22,6 +23,19 @@ void Lock(pthread_mutex_t& mutex) {
 void Unlock(pthread_mutex_t& mutex) {
   Require(pthread_mutex_unlock(&mutex) == 0, "result == 0");
 }
+
+/// Lets go of the mutex also when there is no memory for what is done under it.
+class Held {
+ public:
+  explicit Held(pthread_mutex_t& mutex) : m_mutex(mutex) { Lock(m_mutex); }
+  Held(pthread_mutex_t& mutex, std::adopt_lock_t) : m_mutex(mutex) {}
+  ~Held() { Unlock(m_mutex); }
+  Held(const Held&) = delete;
+  Held& operator=(const Held&) = delete;
+
+ private:
+  pthread_mutex_t& m_mutex;
+};
 
 /// Drops one reference and frees the record with the last.
 void Release(neosmart_wfmo_t_* record) {
@@ -111,23 +125,37 @@ neosmart_wfmo_t_* NewRecord(int count, bool wait_all) {
 /// Consumes the event if it is signalled, otherwise queues the record on it. Returns true if nothing else needs a look:
 /// a wait on any has its event.
 bool Register(neosmart_event_t_& event, neosmart_wfmo_t_* record, std::int32_t index) {
-  Lock(event.Mutex);
+  const Held event_held(event.Mutex);
   Prune(event);
-  Lock(record->Mutex);
+  const Held record_held(record->Mutex);
   // An event registered before may have fired meanwhile; a later one is not consumed then.
   const bool done = !record->WaitAll && record->Status.FiredEvent != -1;
   if (!done && event.State) {
     if (event.AutoReset) event.State = false;
     Fire(*record, index);
   } else if (!done) {
-    ++record->RefCount;
     event.WaitQueue.push_back({record, index});
+    ++record->RefCount;
   }
-  const bool fired = !record->WaitAll && record->Status.FiredEvent != -1;
-  Unlock(record->Mutex);
-  Unlock(event.Mutex);
-  return fired;
+  return !record->WaitAll && record->Status.FiredEvent != -1;
 }
+
+/// The waiter's own reference to its record, and the end of the wait when it goes, however that comes.
+class Waiting {
+ public:
+  explicit Waiting(neosmart_wfmo_t_* record) : m_record(record) {}
+  ~Waiting() {
+    Lock(m_record->Mutex);
+    m_record->StillWaiting = false;
+    Unlock(m_record->Mutex);
+    Release(m_record);
+  }
+  Waiting(const Waiting&) = delete;
+  Waiting& operator=(const Waiting&) = delete;
+
+ private:
+  neosmart_wfmo_t_* m_record;
+};
 
 }  // namespace
 
@@ -185,6 +213,7 @@ int WaitForEvent(neosmart_event_t event, std::uint64_t milliseconds) {
   } else {
     Lock(event->Mutex);
   }
+  const Held held(event->Mutex, std::adopt_lock);
   int result = 0;
   if (!event->State && milliseconds == 0) {
     result = kTimedOut;
@@ -196,18 +225,18 @@ int WaitForEvent(neosmart_event_t event, std::uint64_t milliseconds) {
     if (event->State) result = 0;
   }
   if (result == 0 && event->AutoReset) event->State = false;
-  Unlock(event->Mutex);
   return result;
 }
 
 int WaitForMultipleEvents(neosmart_event_t* events, int count, bool wait_all, std::uint64_t milliseconds,
                           int& wait_index) {
   wait_index = -1;
-  neosmart_wfmo_t_* record = NewRecord(count, wait_all);
+  neosmart_wfmo_t_* const record = NewRecord(count, wait_all);
+  const Waiting waiting(record);
   for (int i = 0; i < count; ++i) {
     if (Register(*events[i], record, i)) break;
   }
-  Lock(record->Mutex);
+  const Held held(record->Mutex);
   int result = 0;
   if (!IsSatisfied(*record) && milliseconds == 0) {
     result = kTimedOut;
@@ -219,10 +248,8 @@ int WaitForMultipleEvents(neosmart_event_t* events, int count, bool wait_all, st
     // An event may have fired between the time-out and this thread's getting the lock back.
     if (IsSatisfied(*record)) result = 0;
   }
-  record->StillWaiting = false;
+  record->StillWaiting = false;  // in the same hold: nothing fires into a wait that is over
   wait_index = wait_all ? record->Status.EventsLeft : record->Status.FiredEvent;
-  Unlock(record->Mutex);
-  Release(record);
   return result;
 }
 

@@ -5,6 +5,7 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -186,6 +187,25 @@ void ExitOnPoller(const char* path) {
   ExitFrom(path, {":FREQ:MODE SWE\n", ":TRIG:SOUR EXT\n", ":INIT\n"}, "SIM2 await=held");
 }
 
+/// A person's Ctrl-C: the handler ends the process out of a read that waits for ever.
+void ExitInHandler(const char* path) {
+  static const Library library(path);
+  library.Write(library.Open("SIM1::latency=50"), kMessages);
+  const unsigned long session = library.Open("SIM2");
+  library.set_attribute(session, VI_ATTR_TMO_VALUE, 0xFFFFFFFF);
+  library.Write(session, ":FREQ 1GHZ\n");
+  look_after_exit = [] {
+    ExpectMessagesRan(1);
+    Expect(Clock::now() - exit_start < std::chrono::seconds(5), "nobody waits for the interrupted read");
+  };
+  signal(SIGALRM, [](int) {
+    exit_start = Clock::now();
+    std::exit(1);
+  });
+  alarm(1);
+  library.Read(session);
+}
+
 void Unload(const char* path) {
   for (int round = 0; round < 2; ++round) {
     const Library library(path);
@@ -251,6 +271,7 @@ int main(int argc, char** argv) {
               {"exit_while_opening", ExitWhileOpening},
               {"exit_on_interpreter", ExitOnInterpreter},
               {"exit_on_poller", ExitOnPoller},
+              {"exit_in_handler", ExitInHandler},
               {"unload", Unload},
               {"unload_with_sessions", UnloadWithSessions},
               {"fork", Fork}};
