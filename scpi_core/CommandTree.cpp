@@ -5,7 +5,19 @@
 #include "scpi_core/Ascii.h"
 #include "scpi_core/pcore.h"
 
-std::vector<STree> CommandTree;
+namespace {
+
+/// Never destroyed: a session whose own thread ends the process still walks the tree while statics go.
+union TreeStorage {
+  constexpr TreeStorage() : tree() {}
+  ~TreeStorage() {}
+  std::vector<STree> tree;
+};
+constinit TreeStorage storage;
+
+}  // namespace
+
+constinit std::vector<STree>& CommandTree = storage.tree;
 
 namespace {
 
@@ -76,6 +88,10 @@ bool Execute(sCommand& command, const sCommandTreeNode& row, int level, void* de
 }
 
 }  // namespace
+
+void ReleaseCommandTree() {
+  std::vector<STree>().swap(CommandTree);
+}
 
 void AddTreeLevel(int level, const sCommandTreeNode* rows, std::size_t count) {
   if (level < 0) return;

@@ -9,6 +9,7 @@
 
 #include "scpi_zlt/scpi_zlt.h"
 
+#include "scpi_core/pcore.h"
 #include "support/Clock.h"
 
 namespace {
@@ -146,13 +147,17 @@ void CScpiResManager::EndSessions() {
   }
   const std::int64_t deadline = support::DeadlineIn(kDrainLimit);
   std::vector<std::thread> closers;
+  // The last one on this thread: at unload a thread of our own may have to wait for a lock that the loader holds.
+  CIOBuffer* const last = sessions.empty() ? nullptr : sessions.back();
   for (CIOBuffer* session : sessions) {
+    if (session == last) break;
     try {
       closers.emplace_back([session, deadline] { Finish(session, deadline); });
     } catch (...) {
       Finish(session, deadline);  // no thread to be had: one after the other then
     }
   }
+  if (last != nullptr) Finish(last, deadline);
   for (std::thread& closer : closers) closer.join();
   Hold hold;
   while (table.alive > table.abandoned) hold.Wait();
@@ -190,6 +195,7 @@ void DeleteResManager() {
   if (table.alive > 0) return;  // a session whose own thread ends the process; its memory goes with it
   delete ScpiResManager;
   ScpiResManager = nullptr;
+  ReleaseCommandTree();
 }
 
 void MarkForked() {

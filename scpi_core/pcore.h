@@ -12,7 +12,9 @@
 #include "scpi_core/types.h"
 
 /// The command tree, one entry per depth; the same for all sessions, and filled once.
-extern std::vector<STree> CommandTree;
+extern std::vector<STree>& CommandTree;
+/// At unload, once no interpreter is left that could walk it; nothing destroys it before.
+void ReleaseCommandTree();
 
 /// Replaces a level that exists, appends the next one; a negative level is ignored.
 void AddTreeLevel(int level, const sCommandTreeNode* rows, std::size_t count);

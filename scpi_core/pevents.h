@@ -46,7 +46,7 @@ using neosmart_event_t = neosmart_event_t_*;
 inline constexpr int kTimedOut = 110;
 inline constexpr std::uint64_t kInfinite = ~std::uint64_t{0};
 
-/// The caller destroys the event, when no thread waits on it any more.
+/// The caller destroys the event, when no thread waits on it or is inside SetEvent any more.
 neosmart_event_t CreateEvent(bool manual_reset, bool initial_state);
 int DestroyEvent(neosmart_event_t event);
 

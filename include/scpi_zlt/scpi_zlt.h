@@ -40,13 +40,14 @@
  *      threads that read answers of one session share them out by chance, each answer whole. Closing wins over
  *      calls under way: they are let out first, and a blocked skRead returns VI_ERROR_INV_OBJECT.
  *   4. The caller owns nothing but its own buffers. A session lives from skOpen to skClose. Sessions still open
- *      at exit, or when the library is unloaded, are closed then, side by side. After fork() the child has none.
+ *      at exit, or when the library is unloaded, are closed then, side by side. After fork() the child has none
+ *      and can open none: load the library behind the last fork.
  *   5. Times are milliseconds. Null pointers for counts store nothing; a null buffer counts as one of size 0.
  *   6. A message, and a response, has at most 160144 bytes with its line end.
  *   7. No exception leaves the library, save one: skOpen throws std::logic_error for a null name.
  *
- * Names and values of statuses and attributes are those of the VISA standard (VPP-4.3); the header stands beside a
- * visa.h. The language is IEEE 488.2 and SCPI-1999; docs/commands.md lists the commands.
+ * Names and values of statuses and attributes are those of the VISA standard (VPP-4.3); the header stands behind a
+ * visa.h that is included first. The language is IEEE 488.2 and SCPI-1999; docs/commands.md lists the commands.
  */
 #ifndef SCPI_ZLT_SCPI_ZLT_H
 #define SCPI_ZLT_SCPI_ZLT_H

@@ -78,6 +78,8 @@ TEST(Session, RefusesWhatIsNull) {
   EXPECT_EQ(skRead(session, nullptr, 10, &count), VI_ERROR_TMO);
   EXPECT_EQ(count, 0UL);
   EXPECT_EQ(skRead(session, bytes, 1, nullptr), VI_SUCCESS_MAX_CNT);
+  std::array<unsigned char, 100> rest{};
+  EXPECT_EQ(skRead(session, rest.data(), (1UL << 32U) + 1, nullptr), VI_SUCCESS_TERM_CHAR);
   EXPECT_EQ(skGetAttribute(session, VI_ATTR_TMO_VALUE, nullptr), VI_ERROR_NSUP_ATTR_STATE);
   EXPECT_EQ(skSetAttribute(session, VI_ATTR_TERMCHAR, 0), VI_ERROR_NSUP_ATTR_STATE);
   EXPECT_EQ(skClose(session), VI_SUCCESS);

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <iterator>
 #include <memory>
+#include <new>
 #include <stdexcept>
 
 #include "scpi_core/pcore.h"
@@ -85,6 +86,7 @@ void FakeDevice::Hold() {
 }  // namespace test
 
 CGenericDevice* CreateDevice(CIOBuffer* io_buffer) {
+  if (test::TheWorld().no_memory) throw std::bad_alloc();
   AddTreeLevel(0, test::kRows, std::size(test::kRows));
   return new test::FakeDevice(io_buffer);
 }

@@ -22,6 +22,7 @@ struct World {
   World& operator=(const World&) = delete;
 
   std::atomic<long> open_result{0};
+  std::atomic<bool> no_memory{false};  ///< no device can be made
   std::atomic<bool> hold_open{false};  ///< the next opens wait for Release, or for a stop
   std::atomic<int> opened{0};
   std::atomic<int> closed{0};

@@ -303,6 +303,15 @@ TEST_F(Session, OpensByStatusAndLeavesNothingBehind) {
   }
 }
 
+TEST_F(Session, RefusesWithoutAManagerOrMemory) {
+  TheWorld().no_memory = true;
+  EXPECT_EQ(OpenSession("SOMEWHERE::ZLT", 10000, &id), VI_ERROR_SYSTEM_ERROR);
+  DeleteResManager();  // goes, so nothing counts as alive
+  EXPECT_EQ(OpenSession("SOMEWHERE::ZLT", 10000, &id), VI_ERROR_INV_OBJECT);
+  EXPECT_EQ(CScpiResManager::CloseSession(1), VI_ERROR_INV_OBJECT);
+  EXPECT_FALSE(SessionUse(1));
+}
+
 TEST_F(Session, ClosingGivesUpAfterTenSeconds) {
   Open();
   WriteHold("HOLD\nSET\n");

@@ -183,6 +183,9 @@ TEST_F(WaitingRun, AnotherExchangeMakesItGiveUp) {
   bool on = false;
   EXPECT_EQ(bench.device.GetRFButtonState(&on), 0);
   EXPECT_TRUE(bench.device.IsSweeping());
+  bool state = true;
+  EXPECT_EQ(bench.device.GetLevelState(state), 0);
+  EXPECT_FALSE(state);  // as it was: a cancelled poll says nothing
   EXPECT_EQ(bench.device.SCPI_STB(), 0);
   EXPECT_EQ(bench.provider.TakeLines(), (Strings{"RUN", "RESET", "GET P_RF_BUTTON 2.0 [0]", "GET P_RF_BUTTON 2.0 [0]",
                                                  "GET P_FREQUENCY 4.0 [0, 0, 0]"}));
