@@ -52,9 +52,10 @@ long CIOBuffer::Write(const unsigned char* text, unsigned long count, unsigned l
 
 long CIOBuffer::Read(unsigned char* buffer, unsigned long size, unsigned long* got) {
   if (buffer == nullptr) size = 0;
-  const std::int64_t start = support::NowNs();
+  const std::uint64_t timeout = Widened(m_device->m_timeout);
+  const std::int64_t deadline = support::DeadlineIn(timeout);
   for (;;) {
-    if (const long failed = WaitForResponse(start)) return failed;
+    if (const long failed = WaitForResponse(deadline, timeout == 0)) return failed;
     const std::lock_guard hold(m_device->m_output_lock);
     // Another reader may have been faster; it goes on waiting then, so that nobody sees half a response.
     if (!m_output.CommandComplete()) continue;
@@ -65,16 +66,11 @@ long CIOBuffer::Read(unsigned char* buffer, unsigned long size, unsigned long* g
   }
 }
 
-long CIOBuffer::WaitForResponse(std::int64_t start_ns) {
-  const std::uint64_t timeout = Widened(m_device->m_timeout);
+long CIOBuffer::WaitForResponse(std::int64_t deadline_ns, bool only_look) {
+  const neosmart::neosmart_event_t event = m_device->m_response_event;
   for (;;) {
-    std::uint64_t left = timeout;
-    if (timeout != neosmart::kInfinite) {
-      const auto gone = static_cast<std::uint64_t>(support::MillisecondsSince(start_ns));
-      left = gone < timeout ? timeout - gone : 0;
-    }
     if (m_closing) return VI_ERROR_INV_OBJECT;
-    const int waited = neosmart::WaitForEvent(m_device->m_response_event, left);
+    const int waited = only_look ? neosmart::WaitForEvent(event, 0) : neosmart::WaitForEventUntil(event, deadline_ns);
     if (m_closing) return VI_ERROR_INV_OBJECT;
     if (waited != 0) return VI_ERROR_TMO;
     // Idle is looked at before the ring: an interpreter that is idle has written all it had to.
@@ -83,7 +79,7 @@ long CIOBuffer::WaitForResponse(std::int64_t start_ns) {
     if (idle) return VI_ERROR_TMO;  // nothing left, and nothing under way
     const std::lock_guard hold(m_device->m_output_lock);
     if (m_output.CommandComplete()) return VI_SUCCESS;
-    if (!m_closing) neosmart::ResetEvent(m_device->m_response_event);
+    if (!m_closing) neosmart::ResetEvent(event);
   }
 }
 

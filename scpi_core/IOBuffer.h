@@ -39,6 +39,7 @@ class CIOBuffer : public IResponseStream {
 
   /// From here on nobody is let in; a blocked Read comes back.
   void BeginClose();
+  bool IsClosing() const { return m_closing; }
   /// Waits until no complete message is left and none runs, or until the deadline (of support/Clock.h).
   void Drain(std::int64_t deadline_ns);
 
@@ -53,7 +54,8 @@ class CIOBuffer : public IResponseStream {
 
   bool IsIdle() const { return !m_input.CommandComplete() && !m_device->m_message_running; }
   int AwaitAnswer(neosmart::neosmart_event_t done, int& index) const;
-  long WaitForResponse(std::int64_t start_ns);
+  /// Up to a deadline of support/Clock.h, or without any wait.
+  long WaitForResponse(std::int64_t deadline_ns, bool only_look);
   long Classify(const unsigned char* buffer, unsigned long size, unsigned long got) const;
 
   unsigned long m_id = 0;

@@ -1,4 +1,5 @@
 // From a message to the calls of its handlers, and what they leave on the stream.
+#include <array>
 #include <cstring>
 #include <memory>
 
@@ -10,6 +11,8 @@ namespace {
 constexpr int kTimeOut = -365;
 /// A unit of fewer characters is passed over; the last one holds the line end too.
 constexpr int kShortestUnit = 3;
+/// Of all units but lists and blocks.
+constexpr int kUsualLength = 256;
 
 /// What one unit came to.
 struct Failure {
@@ -42,18 +45,20 @@ void Parse(char* text, int length, IResponseStream* stream, void* device) {
   int parent = -1;
   SubStringParams cursor;
   cursor.delimiters = ";";
-  std::unique_ptr<char[]> copy;
+  std::array<char, kUsualLength> usual;
+  std::unique_ptr<char[]> longer;
   for (int unit = 0; unit < units; ++unit) {
     FindSubString(text, length, cursor);
     int unit_length = cursor.length;
     if (unit_length < kShortestUnit) continue;
-    if (!copy) copy.reset(new char[static_cast<std::size_t>(length)]);
-    std::memcpy(copy.get(), text + cursor.position, static_cast<std::size_t>(unit_length));
-    Trim(copy.get(), unit_length);
+    if (unit_length > kUsualLength && !longer) longer.reset(new char[static_cast<std::size_t>(length)]);
+    char* const copy = unit_length > kUsualLength ? longer.get() : usual.data();
+    std::memcpy(copy, text + cursor.position, static_cast<std::size_t>(unit_length));
+    Trim(copy, unit_length);
     if (unit_length == 0) return;
 
     sCommand* instance = nullptr;
-    GetCommandInstance(copy.get(), unit_length, &instance);
+    GetCommandInstance(copy, unit_length, &instance);
     const std::unique_ptr<sCommand> command(instance);
     if (command->error != 0) return Fail({command->error, "", false}, command->query, *stream);
 

@@ -51,7 +51,7 @@ void Leave(CIOBuffer* session) {
   Hold hold;
   in_call = false;
   called = nullptr;
-  if (--session->users == 0) hold.Notify();
+  if (--session->users == 0 && session->IsClosing()) hold.Notify();
 }
 
 }  // namespace

@@ -62,6 +62,13 @@ void Fire(neosmart_wfmo_t_& record, std::int32_t index) {
   }
 }
 
+/// Consumes the event if it is signalled, with its mutex held.
+bool Take(neosmart_event_t_& event) {
+  if (!event.State) return false;
+  if (event.AutoReset) event.State = false;
+  return true;
+}
+
 /// Takes the front entry off the queue, with the event's mutex held. Returns true if a live waiter took the event; its
 /// record is put on `chain` (which then owns the entry's reference) if that completes its wait.
 bool PopWaiter(neosmart_event_t_& event, neosmart_wfmo_t_*& chain) {
@@ -145,16 +152,23 @@ class Waiting {
  public:
   explicit Waiting(neosmart_wfmo_t_* record) : m_record(record) {}
   ~Waiting() {
-    Lock(m_record->Mutex);
-    m_record->StillWaiting = false;
-    Unlock(m_record->Mutex);
+    if (!m_over) {
+      const Held held(m_record->Mutex);
+      m_record->StillWaiting = false;
+    }
     Release(m_record);
+  }
+  /// With the record's mutex held, and in the same hold as the last look at it: nothing fires into a wait that is over.
+  void End() {
+    m_record->StillWaiting = false;
+    m_over = true;
   }
   Waiting(const Waiting&) = delete;
   Waiting& operator=(const Waiting&) = delete;
 
  private:
   neosmart_wfmo_t_* m_record;
+  bool m_over = false;
 };
 
 }  // namespace
@@ -208,31 +222,29 @@ int ResetEvent(neosmart_event_t event) {
 }
 
 int WaitForEvent(neosmart_event_t event, std::uint64_t milliseconds) {
-  if (milliseconds == 0) {
-    if (pthread_mutex_trylock(&event->Mutex) != 0) return kTimedOut;
-  } else {
-    Lock(event->Mutex);
-  }
+  if (milliseconds != 0) return WaitForEventUntil(event, support::DeadlineIn(milliseconds));
+  if (pthread_mutex_trylock(&event->Mutex) != 0) return kTimedOut;
   const Held held(event->Mutex, std::adopt_lock);
+  return Take(*event) ? 0 : kTimedOut;
+}
+
+int WaitForEventUntil(neosmart_event_t event, std::int64_t deadline_ns) {
+  const Held held(event->Mutex);
   int result = 0;
-  if (!event->State && milliseconds == 0) {
-    result = kTimedOut;
-  } else if (!event->State) {
-    const std::int64_t deadline = support::DeadlineIn(milliseconds);
-    while (!event->State && result == 0) {
-      result = support::WaitUntil(&event->Condition, &event->Mutex, deadline);
-    }
-    if (event->State) result = 0;
-  }
-  if (result == 0 && event->AutoReset) event->State = false;
-  return result;
+  while (!event->State && result == 0) result = support::WaitUntil(&event->Condition, &event->Mutex, deadline_ns);
+  return Take(*event) ? 0 : result;
 }
 
 int WaitForMultipleEvents(neosmart_event_t* events, int count, bool wait_all, std::uint64_t milliseconds,
                           int& wait_index) {
   wait_index = -1;
+  // The first event comes before all others, so where it is set nothing has to be queued.
+  if (!wait_all && count > 0 && WaitForEvent(events[0], 0) == 0) {
+    wait_index = 0;
+    return 0;
+  }
   neosmart_wfmo_t_* const record = NewRecord(count, wait_all);
-  const Waiting waiting(record);
+  Waiting waiting(record);
   for (int i = 0; i < count; ++i) {
     if (Register(*events[i], record, i)) break;
   }
@@ -248,7 +260,7 @@ int WaitForMultipleEvents(neosmart_event_t* events, int count, bool wait_all, st
     // An event may have fired between the time-out and this thread's getting the lock back.
     if (IsSatisfied(*record)) result = 0;
   }
-  record->StillWaiting = false;  // in the same hold: nothing fires into a wait that is over
+  waiting.End();
   wait_index = wait_all ? record->Status.EventsLeft : record->Status.FiredEvent;
   return result;
 }

@@ -57,6 +57,8 @@ int ResetEvent(neosmart_event_t event);
 
 /// 0 or kTimedOut. With 0 ms a busy event counts as not signalled.
 int WaitForEvent(neosmart_event_t event, std::uint64_t milliseconds);
+/// The same up to a deadline of support/Clock.h, for who waits more than once for one thing.
+int WaitForEventUntil(neosmart_event_t event, std::int64_t deadline_ns);
 
 /// 0 or kTimedOut. In a wait on any `wait_index` is the position of the event that fired, the lowest one if several are
 /// signalled, or -1; in a wait on all the number of events still due. An event may stand in the array once.
