@@ -6,6 +6,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
@@ -89,28 +90,24 @@ bool ConvertNarrowed(const Char* first, const Char* last, const NumberParts& par
   return ConvertToken(large.data(), large.data() + length, parts, value);
 }
 
-/// The value of eight digits at once, on a machine that keeps the lowest byte first; false when one of them is none.
-inline bool EightDigits(const char* p, std::uint64_t& value) {
-  std::uint64_t bytes = 0;
-  std::memcpy(&bytes, p, sizeof bytes);
-  // A digit is 0x30 to 0x39: the high half is 3 and stays 3 when 6 is added. A carry comes only from a byte that is
-  // none.
-  constexpr std::uint64_t kHighHalves = 0xF0F0F0F0F0F0F0F0;
-  constexpr std::uint64_t kZeros = 0x3030303030303030;
-  if ((bytes & kHighHalves) != kZeros || ((bytes + 0x0606060606060606) & kHighHalves) != kZeros) {
-    return false;
-  }
-  // Neighbours become pairs, pairs fours, fours eight: each step joins what the one before made.
-  bytes -= kZeros;
-  bytes = bytes * 10 + (bytes >> 8);
-  constexpr std::uint64_t kPairs = 0x000000FF000000FF;
-  constexpr std::uint64_t kFirst = 100 + (std::uint64_t{1'000'000} << 32);
-  constexpr std::uint64_t kSecond = 1 + (std::uint64_t{10'000} << 32);
-  value = ((bytes & kPairs) * kFirst + ((bytes >> 16) & kPairs) * kSecond) >> 32;
-  return true;
+/// True when all eight bytes are digits: their upper halves are 3, and still are after 6 more. A byte whose sum carries
+/// into the next one has the upper half 15 and fails by itself.
+constexpr bool AreDigits(std::uint64_t eight) {
+  constexpr std::uint64_t kUpper = 0xF0F0F0F0F0F0F0F0;
+  constexpr std::uint64_t kThrees = 0x3030303030303030;
+  return (eight & kUpper) == kThrees && ((eight + 0x0606060606060606) & kUpper) == kThrees;
 }
 
-/// Takes digits from `p` on into the parts. Most of the time of a large file is spent here.
+/// The number that eight digits spell, the first of them in the lowest byte. Neighbours are joined three times, to 99,
+/// 9999 and 99999999; each sum fits its bits, and what the multiplications carry out at the top is not looked at.
+constexpr std::uint64_t JoinDigits(std::uint64_t eight) {
+  const std::uint64_t ones = eight & 0x0F0F0F0F0F0F0F0F;
+  const std::uint64_t twos = ((ones * (10 << 8 | 1)) >> 8) & 0x00FF00FF00FF00FF;
+  const std::uint64_t fours = ((twos * (100 << 16 | 1)) >> 16) & 0x0000FFFF0000FFFF;
+  return (fours * (std::uint64_t{10000} << 32 | 1)) >> 32;
+}
+
+/// Takes digits from `p` on into the parts. The mantissa wraps when there are too many; then `digits` is beyond 19.
 template <class Char>
 [[gnu::always_inline]] inline const Char* TakeDigits(const Char* p, const Char* end, NumberParts& parts) {
   if (parts.digits == 0) {
@@ -119,10 +116,15 @@ template <class Char>
     }
   }
   const Char* const first = p;
-  std::uint64_t mantissa = parts.mantissa;  // may wrap; then `digits` is beyond 19
+  std::uint64_t mantissa = parts.mantissa;
   if constexpr (sizeof(Char) == 1) {
-    for (std::uint64_t eight = 0; end - p >= 8 && EightDigits(p, eight); p += 8) {
-      mantissa = mantissa * 100'000'000 + eight;
+    static_assert(std::endian::native == std::endian::little, "JoinDigits wants the first digit in the lowest byte");
+    for (std::uint64_t eight = 0; end - p >= 8; p += 8) {
+      std::memcpy(&eight, p, 8);
+      if (!AreDigits(eight)) {
+        break;
+      }
+      mantissa = mantissa * 100'000'000 + JoinDigits(eight);
     }
   }
   for (; p != end && IsDigit(*p); ++p) {

@@ -26,20 +26,21 @@ std::locale EnvironmentLocale() {
 }
 
 std::wstring TextCodec::Decode(std::string_view bytes) const {
-  // The facet swallows a character that is incomplete at the end or before a zero, so each piece ends with a line end.
   std::wstring text;
-  for (bool more = true; more;) {
-    const std::size_t end = bytes.find('\0');
-    more = end != bytes.npos;
-    DecodePiece(std::string(bytes.substr(0, end)) + '\n', text);
-    text.back() = L'\0';
-    bytes.remove_prefix(more ? end + 1 : bytes.size());
+  for (;;) {
+    const std::size_t size = std::min(bytes.find('\0'), bytes.size());
+    DecodePiece(bytes.substr(0, size), text);
+    if (size == bytes.size()) {
+      return text;
+    }
+    text += L'\0';
+    bytes.remove_prefix(size + 1);
   }
-  text.pop_back();
-  return text;
 }
 
-void TextCodec::DecodePiece(std::string_view bytes, std::wstring& text) const {
+void TextCodec::DecodePiece(std::string_view piece, std::wstring& text) const {
+  // The facet swallows a character that is incomplete where its input ends. Before a line end it reports it.
+  const std::string bytes = std::string(piece) + '\n';
   const auto& codec = std::use_facet<Codec>(m_locale);
   const std::size_t start = text.size();
   text.resize(start + bytes.size());
@@ -58,7 +59,7 @@ void TextCodec::DecodePiece(std::string_view bytes, std::wstring& text) const {
       *to++ = static_cast<wchar_t>(static_cast<unsigned char>(*from++));
     }
   }
-  text.resize(static_cast<std::size_t>(to - text.data()));
+  text.resize(static_cast<std::size_t>(to - text.data()) - 1);
 }
 
 bool TextCodec::Encode(wchar_t c, std::string& bytes) const {

@@ -38,7 +38,8 @@ class TextCodec {
   const std::locale& Locale() const { return m_locale; }
 
  private:
-  void DecodePiece(std::string_view bytes, std::wstring& text) const;
+  /// Appends bytes without a zero among them.
+  void DecodePiece(std::string_view piece, std::wstring& text) const;
 
   std::locale m_locale;
 };

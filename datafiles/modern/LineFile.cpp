@@ -130,6 +130,15 @@ std::string Lower(std::string_view text) {
   return lower;
 }
 
+std::string Quoted(std::string_view word) {
+  constexpr std::size_t kShown = 24;
+  std::string text = "\"";
+  for (const char c : word.substr(0, kShown)) {
+    text += c >= ' ' && c <= '~' ? c : '?';
+  }
+  return text + (word.size() > kShown ? "...\"" : "\"");
+}
+
 std::size_t PromisedPorts(const std::filesystem::path& file) {
   const std::string extension = Lower(file.extension().string());
   constexpr std::size_t kLongest = 5;  // ".s99p"
@@ -144,15 +153,6 @@ std::size_t PromisedPorts(const std::filesystem::path& file) {
     ports = ports * 10 + static_cast<std::size_t>(c - '0');
   }
   return ports;
-}
-
-std::string Quoted(std::string_view word) {
-  constexpr std::size_t kShown = 24;
-  std::string text = "\"";
-  for (const char c : word.substr(0, kShown)) {
-    text += c >= ' ' && c <= '~' ? c : '?';
-  }
-  return text + (word.size() > kShown ? "...\"" : "\"");
 }
 
 std::wstring FromUtf8(std::string_view bytes) {

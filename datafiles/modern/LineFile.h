@@ -47,11 +47,11 @@ std::string_view TakeWord(std::string_view& text);
 /// ASCII letters only.
 std::string Lower(std::string_view text);
 
-/// The ports that an extension like ".s2p" promises; 0 for any other.
-std::size_t PromisedPorts(const std::filesystem::path& file);
-
 /// A word from a file for a message: short, and without what a terminal would act on.
 std::string Quoted(std::string_view word);
+
+/// The ports that a name like "filter.s2p" promises; 0 for any other.
+std::size_t PromisedPorts(const std::filesystem::path& file);
 
 /// A byte that is no UTF-8 stands for the character of the same number.
 std::wstring FromUtf8(std::string_view bytes);

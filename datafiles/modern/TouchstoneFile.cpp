@@ -59,9 +59,6 @@ class TouchstoneReader {
   }
 
   void Options(std::string_view line) {
-    if (!m_network.frequency_hz.empty() || !m_record.empty()) {
-      m_file.Fail("option line behind the data");
-    }
     m_options_known = true;
     for (std::string_view word = TakeWord(line); !word.empty(); word = TakeWord(line)) {
       const std::string name = Lower(word);
@@ -177,10 +174,11 @@ class TouchstoneReader {
     }
     m_network.frequency_hz.push_back(frequency);
     for (std::size_t i = 1; i < m_record.size(); i += 2) {
-      m_network.values.push_back(Value(m_record[i], m_record[i + 1]));
-      if (!std::isfinite(m_network.values.back().real() + m_network.values.back().imag())) {
-        m_file.Fail("a value of the row before this line is too large");
+      const std::complex<double> value = Value(m_record[i], m_record[i + 1]);
+      if (!std::isfinite(value.real()) || !std::isfinite(value.imag())) {
+        m_file.Fail("a value before this line is too large");
       }
+      m_network.values.push_back(value);
     }
     if (m_network.ports == 2) {  // the file has S21 before S12
       std::swap(*(m_network.values.end() - 3), *(m_network.values.end() - 2));

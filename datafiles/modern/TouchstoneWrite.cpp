@@ -56,12 +56,13 @@ void CheckFrequency(const std::filesystem::path& file, const char* what, double 
 /// Everything that would not read back.
 void Check(const std::filesystem::path& file, const Network& network, SParameterFormat format) {
   const auto fail = [&](const std::string& reason) { throw DataFileError(file, 0, reason); };
-  if (const std::size_t promised = PromisedPorts(file); promised != 0 && promised != network.ports) {
-    fail("a network of " + std::to_string(network.ports) + " ports in a file named for " + std::to_string(promised));
-  }
   if (network.ports == 0 || network.frequency_hz.empty() ||
       network.values.size() != network.Points() * network.ports * network.ports) {
     fail("a network must have ports, frequencies, and ports x ports values for each of them");
+  }
+  const std::size_t promised = PromisedPorts(file);
+  if (promised != 0 && promised != network.ports) {
+    fail("a network of " + std::to_string(network.ports) + " ports in a file named for " + std::to_string(promised));
   }
   if (!(network.reference_ohm > 0.0) || !std::isfinite(network.reference_ohm)) {
     fail("the reference impedance must be above 0");
@@ -73,9 +74,10 @@ void Check(const std::filesystem::path& file, const Network& network, SParameter
     CheckFrequency(file, "frequencies", i != 0 ? network.frequency_hz[i - 1] : 0.0, network.frequency_hz[i], i == 0);
   }
   for (std::size_t i = 0; i < network.values.size(); ++i) {
-    const std::complex<double> value = network.values[i];
-    const bool has_magnitude = format == SParameterFormat::kRealImaginary || std::isfinite(std::abs(value));
-    if (!std::isfinite(value.real()) || !std::isfinite(value.imag()) || !has_magnitude) {
+    const std::complex<double>& value = network.values[i];
+    const bool magnitude_written = format != SParameterFormat::kRealImaginary;  // it may overflow where no part does
+    if (!std::isfinite(value.real()) || !std::isfinite(value.imag()) ||
+        (magnitude_written && !std::isfinite(std::abs(value)))) {
       fail("a value at point " + std::to_string(i / (network.ports * network.ports) + 1) + " is not a finite number");
     }
   }

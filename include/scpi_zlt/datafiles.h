@@ -6,8 +6,7 @@
 //
 // The functions of matrix.h and touchstone.h keep odd answers that callers rely on (a word ends its line, zero is saved
 // as -200, a falling frequency begins the noise). These do not: what is written reads back to the same numbers, and
-// what is not understood or cannot be written so is refused. Nothing is written when something is refused. (Frequencies
-// that lie within a rounding of each other may fall together in another unit than Hz; such a file does not read back.)
+// what is not understood or cannot be written so is refused. Nothing is written when something is refused.
 //
 // Touchstone files follow Touchstone 1.1: any number of ports, rows that go on over several lines, any reference
 // impedance, S, Y, Z, G and H parameters. Version 2.0 keywords ("[Version] 2.0") are refused.
@@ -109,11 +108,14 @@ struct TouchstoneOptions {
   FrequencyUnit unit = FrequencyUnit::kHz;
 };
 
-/// The number of ports comes from the rows; an extension like ".s2p" must agree with it. Frequencies must rise.
+/// The number of ports comes from the rows; an extension like ".s2p" must agree with it. Frequencies must rise. A
+/// number that is finite in the file but not in memory ("1e300 GHz", "1e5 dB") is refused.
 Network ReadTouchstone(const std::filesystem::path& file);
 
 /// Numbers have as many digits as they need; RI and Hz read back to the same bits, the other forms to within rounding.
-/// Zero is "-6500 0" in decibels, which reads back as zero. NaN, infinity and frequencies that do not rise are refused.
+/// Zero is "-6500 0" in decibels, which reads back as zero. NaN, infinity, a magnitude that overflows, frequencies that
+/// do not rise, and ports that an extension like ".s2p" contradicts are refused. Not noticed are frequencies that rise
+/// by the last bit or two and become equal in a unit other than Hz: such a file is refused when it is read.
 void WriteTouchstone(const std::filesystem::path& file, const Network& network, const TouchstoneOptions& options = {});
 
 }  // namespace scpi_zlt

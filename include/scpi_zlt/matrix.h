@@ -81,8 +81,8 @@ ZLT_API int CopyCustomMatrix(ICustomMatrix<double> const* from, ICustomMatrix<do
 ZLT_API int LoadCustomMatrixFromFile(ICustomMatrix<double>* matrix, std::wistream& stream, std::wstring* comment,
                                      EMatrixFlags flags, bool reserved);
 
-/// The same on a named file. A pipe gives -1 unless it is scrambled (plain text
-/// is read twice), a directory -4. A UTF-8 mark at the start of a file is skipped; in a caller's stream U+FEFF is text.
+/// The same on a named file, whose UTF-8 mark is skipped if it begins with one (a mark in a stream hides the numbers of
+/// its line). A pipe gives -1 (it cannot be read twice) unless the form is scrambled, a directory -4.
 ZLT_API int LoadCustomMatrixFromFile(ICustomMatrix<double>* matrix, wchar_t const* file_name, std::wstring* comment,
                                      EMatrixFlags flags, bool reserved);
 

@@ -84,4 +84,8 @@ inline std::string LoadNetwork(const std::filesystem::path& path) {
   return std::to_string(result) + " " + Text(matrix) + (noise_text.empty() ? "" : " noise " + noise_text);
 }
 
+/// The tables of files, which hold in every locale.
+void ExpectMatricesLoad();
+void ExpectNetworksLoad();
+
 }  // namespace datafiles_test

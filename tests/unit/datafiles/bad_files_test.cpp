@@ -28,7 +28,7 @@ constexpr std::size_t kLongLine = std::size_t{32} << 20;
 constexpr std::size_t kLongLine = std::size_t{1} << 30;
 #endif
 
-TEST(BadFiles, Load) {
+void ExpectBadFilesDoNotLoad() {
   Folder folder;
   std::filesystem::create_directory(folder / "directory");
   WriteBytes(folder / "file", "1 2 3\n");
@@ -57,7 +57,10 @@ TEST(BadFiles, Load) {
       }
       CSimpleMatrix matrix;
       if (touchstone) {
-        EXPECT_EQ(LoadTouchstone(c.file.c_str(), &matrix, nullptr, nullptr, nullptr), c.touchstone_result);
+        wchar_t comment[] = L"x";
+        int length = 0;
+        EXPECT_EQ(LoadTouchstone(c.file.c_str(), &matrix, comment, &length, nullptr), c.touchstone_result);
+        EXPECT_EQ(comment[0], L'x');
       } else {
         EXPECT_EQ(LoadCustomMatrixFromFile(&matrix, c.file.c_str(), nullptr, kMatrixPlain, false), c.matrix_result);
       }
@@ -72,7 +75,7 @@ TEST(BadFiles, Load) {
   EXPECT_EQ(LoadTouchstone(no_name, &matrix, nullptr, nullptr, nullptr), -1);
 }
 
-TEST(BadFiles, Save) {
+void ExpectBadFilesAreNotSaved() {
   Folder folder;
   WriteBytes(folder / "file", "x");
   CSimpleMatrix matrix = MakeMatrix({{1, 2, 3}});
@@ -147,24 +150,19 @@ TEST(BadFiles, LongLineIsNotHeld) {
   EXPECT_EQ(matrix.GetValue(70, 0), 2.7777777777777777);
 }
 
-/// Numbers and codes of a few files, whatever the locale; without the comments, which the locale decodes.
+/// The tables of cases once more, and all bytes that are written; without the comments, which the locale decodes.
 std::string Everything(const Folder& folder) {
-  std::string all;
-  const std::string texts[] = {"# \xC3\xA4\xFF\n1,5 2.5\n-1e3 .5\n", "1.234,5", "1,2\n3", "", "\xE4 1\n2 \xE4 3\n"};
-  for (const std::string& text : texts) {
-    WriteBytes(folder / "m", text);
-    for (const int flags : {0, 4, 8}) {
-      const std::string loaded = LoadMatrix(folder / "m", flags);
-      all += loaded.substr(0, loaded.rfind('}') + 1) + loaded.substr(0, 2) + "\n";
-    }
-  }
-  WriteBytes(folder / "n", "! \xFF\xC3\xA4\n# GHZ S DB R 50\n1,5 -6.0206 90\n1600,25e-3 0 0\n");
-  all += LoadNetwork(folder / "n") + "\n";
+  ExpectMatricesLoad();
+  ExpectNetworksLoad();
+  ExpectBadFilesDoNotLoad();
+  ExpectBadFilesAreNotSaved();
   CSimpleMatrix matrix = MakeMatrix({{1234567.25, -0.5, 1e6}});
   SaveCustomMatrixToFile(&matrix, (folder / "m").wstring().c_str(), nullptr, kMatrixPlain);
   SaveTouchstone((folder / "n.x").wstring().c_str(), &matrix, nullptr, nullptr, kTouchstoneDb);
   const std::string saved = ReadBytes(folder / "n.x");
-  return all + ReadBytes(folder / "m") + saved.substr(saved.find("# Hz"));
+  const char* const language = std::getenv("LANG");  // the date follows it, whatever the program has set: "12:00:00 PM"
+  EXPECT_EQ(saved.find("M\n# Hz") != saved.npos, language != nullptr && std::string(language).starts_with("en"));
+  return ReadBytes(folder / "m") + saved.substr(saved.find("# Hz"));
 }
 
 /// Builds a locale into the folder, without its collation, which takes the most time and nothing here looks at.
@@ -182,14 +180,13 @@ bool BuildLocale(const Folder& folder, const std::string& name) {
 
 TEST(BadFiles, SameNumbersAndCodesInEveryLocale) {
   Folder folder;
+  unsetenv("LC_ALL");
+  unsetenv("LANG");
+  const std::string expected = Everything(folder);
   for (const char* locale : {"de_DE", "en_US"}) {
     ASSERT_TRUE(BuildLocale(folder, locale)) << "localedef, or the sources of " << locale << ", are missing";
   }
   setenv("LOCPATH", (folder / "").c_str(), 1);
-  unsetenv("LC_ALL");
-  unsetenv("LANG");
-  const std::string expected = Everything(folder);
-  EXPECT_NE(expected.find("{1.5,2.5}{-1000,0.5}"), expected.npos);
   const std::string german = "de_DE.UTF-8";
   const std::string american = "en_US.UTF-8";
   for (const std::string& language : {std::string("C"), american, german, std::string("xx_XX.UTF-8")}) {
@@ -208,10 +205,21 @@ TEST(BadFiles, SameNumbersAndCodesInEveryLocale) {
   }
   // The comment does follow the locale: decoded, and "?" for what has no bytes there.
   setenv("LANG", german.c_str(), 1);
-  WriteBytes(folder / "m", "# \xC3\xA4\xFF\n1");
-  EXPECT_EQ(LoadMatrix(folder / "m", 0), "0 {1} # <228><255>");
-  WriteBytes(folder / "m", "# a\xC3\n1");
-  EXPECT_EQ(LoadMatrix(folder / "m", 0), "0 {1} # a<195>");
+  for (const auto& [bytes, text] : {std::pair<std::string, std::string>("\xC3\xA4\xFF", "<228><255>"),
+                                    {"a\xC3", "a<195>"},
+                                    {std::string("\xC3\0b", 3), std::string("<195>\0b", 7)}}) {
+    WriteBytes(folder / "m", "# " + bytes + "\n1");
+    EXPECT_EQ(LoadMatrix(folder / "m", 0), "0 {1} # " + text);
+  }
+  WriteBytes(folder / "n", "! \xC3\xA4\n1 2 3\n");
+  CSimpleMatrix network;
+  for (const wchar_t* text : {L"! \u00c3\u00a4", L"! \u00e4"}) {  // the program's locale, classic and German
+    wchar_t buffer[8] = {};
+    int length = 0;
+    EXPECT_EQ(LoadTouchstone((folder / "n").wstring().c_str(), &network, buffer, &length, nullptr), 0);
+    EXPECT_EQ(std::wstring(buffer), text);
+    std::locale::global(std::locale(text[3] != 0 ? "" : "C"));
+  }
   CSimpleMatrix matrix = MakeMatrix({{1}});
   for (const int flags : {0, 2}) {
     setenv("LANG", "C", 1);

@@ -19,7 +19,9 @@ std::string Enr(const std::string& version, const std::string& data) {
   return "[Filetype ENR]\n[Version " + version + "]\n" + data;
 }
 
-TEST(Matrix, Load) {
+}  // namespace
+
+void datafiles_test::ExpectMatricesLoad() {
   struct {
     const char* name;
     int flags;
@@ -54,6 +56,9 @@ TEST(Matrix, Load) {
       {"ENR with comma", 8, Enr("1.0", "10 MHz, 15.3"), "0 {10,15.3} "},
       {"ENR 1.1 with comma", 8, Enr("1.1", "10000000, 15.3"), "0 {10,15.3} "},
       {"ENR and mark", 9, Enr("1.0", "2 GHz 15\n#CRC\n3 GHz 16"), "0 {2000,15} "},
+      {"CSV and ENR", 12, Enr("1.0", "2 GHz,15.3,1\n3 GHz,15,2"), "0 {2000,15.3,1}{3000,15,2} "},
+      {"header line of 12 characters", 8, "[Filetype ENR]\n[Version 1.0\n2 GHz 15", "0 {2} "},
+      {"version inside a line", 8, Enr("1.0", "[a [Version 1.1]\n2 GHz 15"), "0 {2000,15} "},
       {"ENR not asked for", 0, Enr("1.0", "2 15.3"), "0 {2,15.3} [Filetype ENR]\n[Version 1.0]"},
       {"empty", 0, "", "-4  "},
       {"only comments", 0, "# a\n!b\n", "-4  "},
@@ -64,6 +69,7 @@ TEST(Matrix, Load) {
        "\xEF\xBB\xBF"
        "1 2",
        "0 {1,2} "},
+      {"blank of another encoding", 4, "\xA0 1\n2 \xA0 3\n", "0 {2} "},
       {"bytes of no encoding", 0, "# \xFF\n1 2\xFF 3", "0 {1,2} # <255>"},
       {"no final line end behind a comment", 0, "1\n#c", "0 {1} #c"},
   };
@@ -86,6 +92,12 @@ TEST(Matrix, Load) {
   }
 }
 
+namespace {
+
+TEST(Matrix, Load) {
+  ExpectMatricesLoad();
+}
+
 TEST(Matrix, Save) {
   const double third = 1.0 / 3.0;
   struct {
@@ -99,6 +111,7 @@ TEST(Matrix, Save) {
       {"CSV", 4, {{1, 2.5}, {1e6, -0.25}}, L"# c", "# c\n\n1,2.5\n1e+06,-0.25\n"},
       {"comment", 0, {{1}}, L"# hello\n\n#CRC 5\n  ! x ", "# hello\n! x\n\n1\n"},
       {"ENR", 8, {{2000, 15.3}}, L"[Filetype ENR]\n[Version 1.1]", "[Filetype ENR]\r\n[Version 1.1]\r\n2000, 15.3\r\n"},
+      {"CSV and ENR", 12, {{2000, 15.3}}, nullptr, "2000,15.3\r\n"},
       {"six digits", 0, {{third, 1234567, 1e-5, 100000, -0.0}}, L"", "0.333333\t1.23457e+06\t1e-05\t100000\t-0\n"},
       {"no numbers", 0, {{1, kNan}, {kInf, 2}}, nullptr, "1\tnan\ninf\t2\n"},
       {"comment without mark", 0, {{1}}, L"no mark 5", "no mark 5\n\n1\n"},
@@ -115,6 +128,11 @@ TEST(Matrix, Save) {
     const std::wstring wide = stream.str();
     EXPECT_EQ(std::string(wide.begin(), wide.end()), c.expected);
   }
+  CSimpleMatrix matrix = MakeMatrix({{1}});
+  std::wostream failed(nullptr);
+  EXPECT_EQ(SaveCustomMatrixToFile(&matrix, failed, nullptr, kMatrixPlain), -1);
+  matrix.SetSize(2, 0);
+  EXPECT_EQ(SaveCustomMatrixToFile(&matrix, failed, nullptr, kMatrixPlain), -4);
   WriteBytes(folder / "nan", "1\tnan\ninf\t2\n");
   EXPECT_EQ(LoadMatrix(folder / "nan", 0), "0 {1} ");
 }
@@ -166,6 +184,14 @@ TEST(Matrix, ScrambledTextEndsInOneMoreCharacter) {
   // Cut behind the comment's last letter the extra character is taken for one of the comment's own: no data, -4.
   WriteBytes(folder / "m", bytes.substr(0, 3));
   EXPECT_EQ(LoadMatrix(folder / "m", 2), "-4  ");
+  const std::wstring name = (folder / "m").wstring();
+  ASSERT_EQ(SaveCustomMatrixToFile(&matrix, name.c_str(), std::wstring(33, L'!').c_str(), kMatrixScrambled), 0);
+  bytes = ReadBytes(folder / "m");
+  EXPECT_EQ(bytes.substr(28), "\x5C\x2F\x14\x4F\x32" + bytes.substr(33));  // the key begins again at 30
+  WriteBytes(folder / "m", "\x04\x64\x30\x3B");  // "1\n#c", then the end of the file as a character
+  std::wstring comment;
+  EXPECT_EQ(LoadCustomMatrixFromFile(nullptr, name.c_str(), &comment, kMatrixScrambled, false), 0);
+  EXPECT_EQ(comment, std::wstring(L"#c") + static_cast<wchar_t>(WEOF ^ 0x27));
 }
 
 TEST(Matrix, ReadsNothingIntoOtherSizesOrWithoutMatrix) {
@@ -182,9 +208,17 @@ TEST(Matrix, ReadsNothingIntoOtherSizesOrWithoutMatrix) {
   behind.seekg(6);
   EXPECT_EQ(LoadCustomMatrixFromFile(&matrix, behind, nullptr, kMatrixPlain, false), 0);
   EXPECT_EQ(Text(matrix), "{1,2}{4,5}");
-  CSimpleMatrix copy;
+  CSimpleMatrix copy = MakeMatrix({{7, 8}});
   EXPECT_EQ(CopyCustomMatrix(&matrix, &copy), 0);
   EXPECT_EQ(Text(copy), "{1,2}{4,5}");
+  struct : CSimpleMatrix {
+    int SetSize(unsigned int, unsigned int) override { throw std::bad_alloc(); }
+  } of_the_caller;  // its size is right: nothing may resize it
+  of_the_caller.CSimpleMatrix::SetSize(3, 2);
+  std::wistringstream fitting(L"1 2 3\n4 5 6\n");
+  EXPECT_EQ(LoadCustomMatrixFromFile(&of_the_caller, fitting, nullptr, kMatrixPlain, false), 0);
+  of_the_caller.CSimpleMatrix::SetSize(3, 2);  // keeps the values
+  EXPECT_EQ(Text(of_the_caller), "{1,2,3}{4,5,6}");
 }
 
 TEST(Matrix, Parameter) {
@@ -201,6 +235,7 @@ TEST(Matrix, Parameter) {
   for (const auto& c : cases) {
     EXPECT_EQ(GetParameter(c.text, c.name, L"none"), c.expected);
   }
+  EXPECT_EQ(GetParameter(L"x\n", L"x", nullptr), L"");
 }
 
 }  // namespace

@@ -34,7 +34,8 @@ std::string Read(const std::filesystem::path& file) {
       values.insert(values.end(), {value.real(), value.imag()});
     }
     for (const auto& noise : network.noise) {
-      values.insert(values.end(), {noise.frequency_hz, noise.minimum_figure_db, noise.resistance});
+      values.insert(values.end(), {noise.frequency_hz, noise.minimum_figure_db, noise.gamma_magnitude,
+                                   noise.gamma_degrees, noise.resistance});
     }
     return std::to_string(network.ports) + network.parameter + Numbers({network.reference_ohm}) + ": " +
            Numbers(values);
@@ -67,8 +68,9 @@ TEST(ModernFiles, Read) {
       {"m.enr", "1 2", "1: no version line before the numbers"},
       {"n.s1p", "! a\n# MHz S RI R 75 ! tail\n1 2 3 ! x\n", "1S75: 1e+06 2 3"},
       {"n.s1p", "#\n1 2 0\n", "1S50: 1e+09 2 0"},
+      {"n.s1p", "# THz S RI\n1 2 0\n", "1S50: 1e+12 2 0"},
       {"n.s2p", two, "2S75: 1 1 2 5 6 3 4 7 8"},
-      {"n.s2p", two + "0.5 3 0.5 90 0.2\n", "2S75: 1 1 2 5 6 3 4 7 8 0.5 3 0.2"},
+      {"n.s2p", two + "0.5 3 0.5 90 0.2\n", "2S75: 1 1 2 5 6 3 4 7 8 0.5 3 0.5 90 0.2"},
       {"n.s3p", "# Hz Z RI\n1 1 0 2 0 3 0\n4 0 5 0 6 0\n7 0 8 0 9 0\n", "3Z50: 1 1 0 2 0 3 0 4 0 5 0 6 0 7 0 8 0 9 0"},
       {"n.s3p", two, "2: rows of 2 ports in a file named for 3"},
       {"n.s2p", two + "1 1 2 3 4 5 6 7 8\n", "3: the frequency before this line does not rise"},
@@ -81,8 +83,8 @@ TEST(ModernFiles, Read) {
       {"n.s1p", "# Hz S RI\n1 2 3\n4 5x 6\n", "3: not a number: \"5x\""},
       {"n.s1p", "# Hz S RI\n1 2\n", "2: an even count of numbers where a row with its frequency should begin"},
       {"n.s1p", "# Hz S RI\n", "0: no data"},
-      {"n.s1p", "# Hz S DB\n1 1e5 0\n2 0 0\n", "3: a value of the row before this line is too large"},
-      {"n.s1p", "# GHz S RI\n1e300 1 0\n2e300 1 0\n", "3: the frequency before this line is too large"},
+      {"n.s1p", "# Hz S DB\n1 1e5 0\n", "2: a value before this line is too large"},
+      {"n.s1p", "# GHz S RI\n1e300 1 0\n", "2: the frequency before this line is too large"},
   };
   Folder folder;
   for (const auto& c : cases) {
@@ -180,31 +182,30 @@ TEST(ModernFiles, WhatWouldNotComeBackIsRefusedBeforeAnythingIsWritten) {
        [](Network& n, double bad) {
          n.values[5] = {0.0, bad};
        }},
+      {"overflowing magnitude", [](Network& n, double) { n.values[5] = std::complex(1.5e308, 1.5e308); }},
       {"falling", [](Network& n, double) { n.frequency_hz[3] = 1; }},
       {"equal", [](Network& n, double) { n.frequency_hz[3] = n.frequency_hz[2]; }},
       {"NaN frequency", [](Network& n, double bad) { n.frequency_hz[0] = bad; }},
       {"sizes", [](Network& n, double) { n.values.pop_back(); }},
       {"ports", [](Network& n, double) { n.ports = 0; }},
+      {"noise above the data", [](Network& n, double) { n.noise[0].frequency_hz = 1e9; }},
+      {"noise that does not rise", [](Network& n, double) { n.noise.push_back(n.noise[0]); }},
       {"noise", [](Network& n, double bad) { n.noise[0].resistance = bad; }},
       {"impedance", [](Network& n, double) { n.reference_ohm = 0; }},
       {"parameter", [](Network& n, double) { n.parameter = 'T'; }},
-      {"ports of the name",
-       [](Network& n, double) {
-         n = {1, 'S', 50, {1}, {{1, 0}}, {}, ""};
-       }},
-      {"magnitude",
-       [](Network& n, double) {
-         n.values[1] = {1.5e308, 1.5e308};
-       }},
   };
   Folder folder;
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     Network bad = good;
     c.spoil(bad, nan);
-    EXPECT_THROW(WriteTouchstone(folder / "n.s2p", bad, {SParameterFormat::kMagnitudeAngle, {}}), DataFileError);
+    EXPECT_THROW(WriteTouchstone(folder / "n.s2p", bad, {SParameterFormat::kMagnitudeAngle}), DataFileError);
     EXPECT_FALSE(std::filesystem::exists(folder / "n.s2p"));
   }
+  EXPECT_THROW(WriteTouchstone(folder / "n.s1p", good), DataFileError);
+  Network large = good;
+  large.values[5] = {1.5e308, 1.5e308};
+  EXPECT_NO_THROW(WriteTouchstone(folder / "n.s2p", large));  // as real and imaginary part it fits
   EXPECT_THROW(WriteMatrix(folder / "m", Matrix{2, {1, 2, 3}, ""}), DataFileError);
   EXPECT_THROW(WriteMatrix(folder / "m.enr", Matrix{1, {1}, "[Version 1.1]"}), DataFileError);
 }
