@@ -10,7 +10,6 @@ namespace support {
 namespace {
 
 constexpr std::int64_t kNsPerSecond = 1'000'000'000;
-constexpr std::int64_t kNsPerMillisecond = 1'000'000;
 
 timespec ToTimespec(std::int64_t ns) {
   timespec time{};
@@ -25,16 +24,6 @@ std::int64_t NowNs() {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
   return now.tv_sec * kNsPerSecond + now.tv_nsec;
-}
-
-std::int64_t DeadlineIn(std::uint64_t milliseconds) {
-  const std::int64_t now = NowNs();
-  const auto fitting = static_cast<std::uint64_t>((kNever - now) / kNsPerMillisecond);
-  return milliseconds >= fitting ? kNever : now + static_cast<std::int64_t>(milliseconds) * kNsPerMillisecond;
-}
-
-std::int64_t MillisecondsSince(std::int64_t start_ns) {
-  return (NowNs() - start_ns) / kNsPerMillisecond;
 }
 
 void SleepUntil(std::int64_t deadline_ns) {

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr std::int64_t kNsPerMillisecond = 1'000'000;
+using support::kNsPerMillisecond;
 
 /// One thread inside WaitUntil. Its mutex and condition live at least as long as it is listed.
 struct Waiter {
@@ -120,16 +120,6 @@ std::int64_t NowNs() {
   DrivenTime& time = Time();
   const std::lock_guard lock(time.mutex);
   return time.now_ns;
-}
-
-std::int64_t DeadlineIn(std::uint64_t milliseconds) {
-  const std::int64_t now = NowNs();
-  const auto fitting = static_cast<std::uint64_t>((kNever - now) / kNsPerMillisecond);
-  return milliseconds >= fitting ? kNever : now + static_cast<std::int64_t>(milliseconds) * kNsPerMillisecond;
-}
-
-std::int64_t MillisecondsSince(std::int64_t start_ns) {
-  return (NowNs() - start_ns) / kNsPerMillisecond;
 }
 
 void SleepUntil(std::int64_t deadline_ns) {
