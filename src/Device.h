@@ -255,6 +255,10 @@ class CDevice : public CGenericDevice {
   int SetPhaseAdjust(double phase);
   int GetPhaseAdjust(double& phase) const;
 
+ protected:
+  /// The run thread of an opened device; a test puts one in its place that polls nothing.
+  virtual std::unique_ptr<CRunThread> MakeRunThread(ExchangeGate& gate);
+
  private:
   /// The part of OpenConnection that talks to the instrument.
   long ResetAndProbe();

@@ -166,11 +166,15 @@ void CDevice::ProbePowerLimits() {
   m_limits.low_power = m_working_low_power = m_settings.cw_power;
 }
 
+std::unique_ptr<CRunThread> CDevice::MakeRunThread(ExchangeGate& gate) {
+  return std::make_unique<CRunThread>(gate);
+}
+
 void CDevice::StartRunThread() {
   m_opc_event = nullptr;
   m_poller = nullptr;
   m_run_thread.reset();
-  m_run_thread = std::make_unique<CRunThread>(m_gate);
+  m_run_thread = MakeRunThread(m_gate);
   m_run_thread->SetSession(m_instrument);
   UpdateTimeout();
   m_opc_event = m_run_thread->GetOPCHandle();

@@ -28,9 +28,9 @@ class CRunThread : public CThreadObject, public CSafeObject {
 
   /// Starts polling: `count` polls, 0 means until CancelRun. Sets the OPC event as soon as the thread is started, not
   /// when the polls are over; callers rely on it. A thread that can't be started leaves the run inactive.
-  void Run(int count);
+  virtual void Run(int count);
   /// Stops polling. Takes 1.5 s when the thread was active, even if it had ended by itself.
-  void CancelRun();
+  virtual void CancelRun();
 
   neosmart::neosmart_event_t GetOPCHandle() const { return m_opc_event; }
   bool GetLevelState() const { return m_level; }

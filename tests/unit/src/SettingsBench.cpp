@@ -16,36 +16,29 @@
 #include "scpi_core/pcore.h"
 #include "src/plib/CommandTable.h"
 
-namespace {
-
-std::vector<std::string> run_log;
-
-}  // namespace
-
-// The played run thread. It is active from Run to CancelRun, as the real one is.
-CRunThread::CRunThread(ExchangeGate& gate)
-    : CThreadObject(0), m_gate(gate), m_opc_event(neosmart::CreateEvent(true, false)) {}
-CRunThread::~CRunThread() {
-  ThreadStop(0);
-  neosmart::DestroyEvent(m_opc_event);
-}
-void CRunThread::SetSession(unsigned long session) {
-  m_session = session;
-}
-void CRunThread::Run(int count) {
-  ThreadStop(0);
-  run_log.push_back("RUN " + std::to_string(count));
-  ThreadStart();
-}
-void CRunThread::CancelRun() {
-  run_log.push_back("CANCEL");
-  ThreadStop(0);
-}
-void CRunThread::ThreadCycle() {}
-
 namespace test {
 
 namespace {
+
+/// The played run: active from Run to CancelRun, as the real one is.
+class PlayedRun : public CRunThread {
+ public:
+  PlayedRun(ExchangeGate& gate, std::vector<std::string>& log) : CRunThread(gate), m_log(log) {}
+  ~PlayedRun() override { ThreadStop(0); }
+  void Run(int count) override {
+    ThreadStop(0);
+    m_log.push_back("RUN " + std::to_string(count));
+    ThreadStart();
+  }
+  void CancelRun() override {
+    m_log.push_back("CANCEL");
+    ThreadStop(0);
+  }
+  void ThreadCycle() override {}
+
+ private:
+  std::vector<std::string>& m_log;
+};
 
 using Numbers = std::vector<double>;
 using Call = std::function<std::string(CDevice&, const Numbers&)>;
@@ -166,6 +159,10 @@ constexpr std::int16_t Code(unsigned code) {
 
 }  // namespace
 
+std::unique_ptr<CRunThread> PlayedDevice::MakeRunThread(ExchangeGate& gate) {
+  return std::make_unique<PlayedRun>(gate, m_log);
+}
+
 SettingsBench::SettingsBench(Firmware firmware, int generation) : m_firmware(firmware), m_generation(generation) {
   constexpr int kGenerations[] = {5, 2, 0};
   if (m_generation < 0) m_generation = kGenerations[static_cast<int>(firmware)];
@@ -173,7 +170,7 @@ SettingsBench::SettingsBench(Firmware firmware, int generation) : m_firmware(fir
   provider.Respond([this](std::span<const unsigned char> request) { return Respond(request); });
   EXPECT_EQ(device.OpenConnection("TCPIP0::1::INSTR::ZLT", 2000), 0);
   m_probing = false;
-  run_log.clear();
+  m_log.clear();
 }
 
 std::string SettingsBench::Do(const std::string& script) {
@@ -242,7 +239,7 @@ Bytes SettingsBench::Respond(std::span<const unsigned char> request) {
   if (m_probing) return Probe(line, request);
   if (line.starts_with("SET P_")) line.erase(0, 6);
   if (line.starts_with("GET P_")) line = "GET " + line.substr(6, line.find(" ", 6) - 6);
-  run_log.push_back(line);
+  m_log.push_back(line);
   const auto found = std::ranges::find_if(m_exceptions, [&](const Exception& e) {
     return line.starts_with(e.line) && (line.size() == e.line.size() || line[e.line.size()] == ' ');
   });
@@ -287,17 +284,17 @@ Bytes SettingsBench::Probe(const std::string& line, std::span<const unsigned cha
 
 std::string SettingsBench::TakeLog() {
   std::string log;
-  for (const std::string& line : run_log) log += (log.empty() ? "" : " | ") + line;
-  run_log.clear();
+  for (const std::string& line : m_log) log += (log.empty() ? "" : " | ") + line;
+  m_log.clear();
   return log;
 }
 
 std::string SettingsBench::TakePattern() {
   std::string pattern;
-  for (const std::string& line : run_log) {
+  for (const std::string& line : m_log) {
     pattern += line == "CANCEL" ? 'C' : line == "RUN 0" ? 'R' : line == "RUN 1" ? '1' : 'P';
   }
-  run_log.clear();
+  m_log.clear();
   return pattern;
 }
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <deque>
 #include <initializer_list>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,6 +20,18 @@ namespace test {
 /// kNew: four-field frequency, ten-value sync, generation 5. kMiddle: three fields of six bytes, five-value sync,
 /// generation 2. kOld: three fields of four bytes, five-value sync, generation 0.
 enum class Firmware { kNew, kMiddle, kOld };
+
+/// A device whose run is played.
+class PlayedDevice : public BenchDevice {
+ public:
+  explicit PlayedDevice(std::vector<std::string>& log) : m_log(log) {}
+
+ protected:
+  std::unique_ptr<CRunThread> MakeRunThread(ExchangeGate& gate) override;
+
+ private:
+  std::vector<std::string>& m_log;
+};
 
 class SettingsBench {
  public:
@@ -42,8 +55,9 @@ class SettingsBench {
   /// The same as letters: P a packet, C a cancelled run, R a run without end, 1 a run of one poll.
   std::string TakePattern();
 
+  std::vector<std::string> m_log;
   ScriptedProvider provider;
-  BenchDevice device;
+  PlayedDevice device{m_log};
 
  private:
   using Words = std::vector<std::string>;
