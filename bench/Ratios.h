@@ -16,12 +16,19 @@ struct Ratio {
   double goal;                     ///< the ratio is meant to be at most this
 };
 
+/// What time is compared. That of the processor is the steadier one, and right where nothing waits.
+enum class Clock { kWall, kProcessor };
+
 /// Keeps the median of each benchmark while the usual table is printed.
 class MedianReporter : public benchmark::ConsoleReporter {
  public:
+  explicit MedianReporter(Clock clock) : m_clock(clock) {}
+
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
-      if (run.aggregate_name == "median") m_medians[run.run_name.function_name] = run.GetAdjustedRealTime();
+      if (run.aggregate_name != "median") continue;
+      m_medians[run.run_name.function_name] =
+          m_clock == Clock::kWall ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime();
     }
     ConsoleReporter::ReportRuns(runs);
   }
@@ -44,12 +51,13 @@ class MedianReporter : public benchmark::ConsoleReporter {
   }
 
  private:
+  Clock m_clock;
   std::map<std::string, double> m_medians;
 };
 
 /// The body of a bench program's main. Repetitions of different benchmarks take turns: the scheduler places a pair of
 /// threads well or badly for seconds on end, and a bound is worth nothing unless it meets the same weather.
-inline int Main(int argc, char** argv, const std::vector<Ratio>& ratios) {
+inline int Main(int argc, char** argv, const std::vector<Ratio>& ratios, Clock clock = Clock::kWall) {
   std::vector<char*> arguments(argv, argv + argc);
   char interleaving[] = "--benchmark_enable_random_interleaving=true";
   arguments.insert(arguments.begin() + 1, interleaving);
@@ -58,7 +66,7 @@ inline int Main(int argc, char** argv, const std::vector<Ratio>& ratios) {
   argv = arguments.data();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  MedianReporter reporter;
+  MedianReporter reporter(clock);
   benchmark::RunSpecifiedBenchmarks(&reporter);
   reporter.PrintRatios(ratios);
   return 0;
