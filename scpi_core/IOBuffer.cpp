@@ -54,31 +54,21 @@ long CIOBuffer::Read(unsigned char* buffer, unsigned long size, unsigned long* g
   if (buffer == nullptr) size = 0;
   const std::uint64_t timeout = Widened(m_device->m_timeout);
   const std::int64_t deadline = support::DeadlineIn(timeout);
-  for (;;) {
-    if (const long failed = WaitForResponse(deadline, timeout == 0)) return failed;
-    const std::lock_guard hold(m_device->m_output_lock);
-    // Another reader may have been faster; it goes on waiting then, so that nobody sees half a response.
-    if (!m_output.CommandComplete()) continue;
-    unsigned long count = 0;
-    m_output.Read(reinterpret_cast<char*>(buffer), size, &count);
-    if (got != nullptr) *got = count;
-    return Classify(buffer, size, count);
-  }
-}
-
-long CIOBuffer::WaitForResponse(std::int64_t deadline_ns, bool only_look) {
   const neosmart::neosmart_event_t event = m_device->m_response_event;
   for (;;) {
     if (m_closing) return VI_ERROR_INV_OBJECT;
-    const int waited = only_look ? neosmart::WaitForEvent(event, 0) : neosmart::WaitForEventUntil(event, deadline_ns);
+    const int waited = timeout == 0 ? neosmart::WaitForEvent(event, 0) : neosmart::WaitForEventUntil(event, deadline);
     if (m_closing) return VI_ERROR_INV_OBJECT;
     if (waited != 0) return VI_ERROR_TMO;
-    // Idle is looked at before the ring: an interpreter that is idle has written all it had to.
-    const bool idle = IsIdle();
-    if (m_output.CommandComplete()) return VI_SUCCESS;
-    if (idle) return VI_ERROR_TMO;  // nothing left, and nothing under way
+    // One hold for all three looks: the interpreter ends no message meanwhile, and no other reader empties the ring.
     const std::lock_guard hold(m_device->m_output_lock);
-    if (m_output.CommandComplete()) return VI_SUCCESS;
+    if (m_output.CommandComplete()) {
+      unsigned long count = 0;
+      m_output.Read(reinterpret_cast<char*>(buffer), size, &count);
+      if (got != nullptr) *got = count;
+      return Classify(buffer, size, count);
+    }
+    if (IsIdle()) return VI_ERROR_TMO;  // nothing left, and nothing under way
     if (!m_closing) neosmart::ResetEvent(event);
   }
 }
@@ -127,7 +117,11 @@ void CIOBuffer::BeginClose() {
 }
 
 void CIOBuffer::Drain(std::int64_t deadline_ns) {
-  while (!IsIdle()) {
+  const auto at_rest = [this] {
+    const std::lock_guard hold(m_device->m_output_lock);
+    return IsIdle();
+  };
+  while (!at_rest()) {
     const std::int64_t left = deadline_ns - support::NowNs();
     if (left <= 0) return;
     constexpr std::int64_t kMillisecond = 1000000;

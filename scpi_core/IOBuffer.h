@@ -52,10 +52,9 @@ class CIOBuffer : public IResponseStream {
  private:
   friend class CGenericDevice;
 
+  /// Under the output lock: a message that runs can't end meanwhile, so none is missed between the two looks.
   bool IsIdle() const { return !m_input.CommandComplete() && !m_device->m_message_running; }
   int AwaitAnswer(neosmart::neosmart_event_t done, int& index) const;
-  /// Up to a deadline of support/Clock.h, or without any wait.
-  long WaitForResponse(std::int64_t deadline_ns, bool only_look);
   long Classify(const unsigned char* buffer, unsigned long size, unsigned long got) const;
 
   unsigned long m_id = 0;

@@ -29,6 +29,9 @@ int Long(Parameters, bool, void* device, sComErrorInfo*) {
 int Big(Parameters, bool, void* device, sComErrorInfo*) {
   return Answer(device, std::string(CCharBuff::kCapacity + 1, 'x'));
 }
+int Wide(Parameters, bool, void* device, sComErrorInfo*) {
+  return Answer(device, std::string(CCharBuff::kCapacity / 2, '#'));
+}
 int Hold(Parameters, bool, void* device, sComErrorInfo*) {
   static_cast<FakeDevice*>(device)->Hold();
   return 0;
@@ -45,6 +48,7 @@ const sCommandTreeNode kRows[] = {
     {"idn", -1, 0, -1, false, 1, Idn, {1, nullptr, 0}},  {"long", -1, 0, 1, false, 1, Long, {1, nullptr, 0}},
     {"big", -1, 0, 2, false, 1, Big, {1, nullptr, 0}},   {"hold", -1, 0, 3, false, 1, Hold, {2, nullptr, 0}},
     {"boom", -1, 0, 4, false, 1, Boom, {3, nullptr, 0}}, {"set", -1, 0, 5, false, 1, Set, {2, nullptr, 0}},
+    {"wide", -1, 0, 6, false, 1, Wide, {1, nullptr, 0}},
 };
 
 }  // namespace

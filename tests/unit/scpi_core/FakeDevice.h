@@ -3,6 +3,7 @@
 //   *IDN?   answers "fake" and what came before        HOLD    keeps the interpreter until Release
 //   LONG?   answers 10 bytes with the line end          BOOM    throws
 //   BIG?    answers more than the ring holds            SET     does nothing but count
+//   WIDE?   answers half a ring of "#"
 #pragma once
 
 #include <atomic>
