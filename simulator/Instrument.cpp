@@ -103,6 +103,7 @@ void Instrument::FinishRun(Link& link, Clock::time_point now) {
   link.m_run.reset();
   ++m_passes;
   Deliver(link, AnswerWithFaults(run.request, run.packet), run.packet);
+  m_changed.notify_all();
 }
 
 void Instrument::Trigger(std::uint64_t count, bool rising_edge) {

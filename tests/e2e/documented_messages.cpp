@@ -1,14 +1,19 @@
-// Runs the blocks of a page for users: in a fenced block the first line names a resource, "> text" is written, "< text"
-// is what the next read has to deliver. Blocks run side by side, since closing a session takes a second or more.
+// Runs the blocks of a page for users. In a fenced block the first line names a resource; "> text" is written, "< text"
+// is what the next read has to deliver, "! text" is done to the simulated instrument, "= question: answer" is what it
+// holds then. Blocks run side by side, since closing a session takes a second or more.
 #include <array>
 #include <fstream>
 #include <iostream>
 #include <mutex>
+#include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "scpi_zlt/scpi_zlt.h"
+
+#include "simulator/control.h"
 
 namespace {
 
@@ -36,6 +41,20 @@ std::vector<Block> ReadBlocks(std::istream& page) {
   return blocks;
 }
 
+/// A name like "SIM0::fw=g0|g1::INSTR" stands for one instrument of each firmware: the block is run with each.
+std::vector<Block> ForEachFirmware(const Block& block) {
+  const std::size_t first = block.resource.find('=') + 1;
+  const std::size_t end = block.resource.find_first_of(",:", first);
+  if (block.resource.find('|') == std::string::npos) return {block};
+  std::vector<Block> blocks;
+  std::istringstream values(block.resource.substr(first, end - first));
+  for (std::string value; std::getline(values, value, '|');) {
+    blocks.push_back(block);
+    blocks.back().resource.replace(first, end - first, value);
+  }
+  return blocks;
+}
+
 std::string ReadAnswer(unsigned long session) {
   std::array<unsigned char, 4096> text{};
   unsigned long count = 0;
@@ -43,27 +62,52 @@ std::string ReadAnswer(unsigned long session) {
   return {text.begin(), text.begin() + static_cast<long>(count) - 1};
 }
 
-/// What went wrong in a block, empty if nothing did.
-std::string Run(const Block& block, int instrument) {
-  // Each block meets an instrument of its own: the number after SIM is replaced.
-  std::string resource = block.resource;
-  resource.replace(3, resource.find("::") - 3, std::to_string(instrument));
-  if (instrument > 0 && block.resource.starts_with("SIM0::INSTR"))
-    resource = "SIM" + std::to_string(instrument) + "::INSTR";
+std::string Write(unsigned long session, const std::string& text) {
+  std::string line = text + "\n";
+  unsigned long written = 0;
+  const long status = skWrite(session, reinterpret_cast<unsigned char*>(line.data()), line.size(), &written);
+  return status == VI_SUCCESS && written == line.size() ? "" : "is not taken";
+}
+
+std::string CompareHeld(const std::string& instrument, const std::string& text) {
+  const std::size_t colon = text.find(": ");
+  std::array<char, 1024> held{};
+  simQuery((instrument + ' ' + text.substr(0, colon)).c_str(), held.data(), static_cast<int>(held.size()));
+  return text.substr(colon + 2) == held.data() ? "" : std::string("but it holds ") + held.data();
+}
+
+/// What went wrong with one line, empty if nothing did.
+std::string RunStep(unsigned long session, const std::string& instrument, const std::string& step) {
+  const std::string text = step.size() > 2 ? step.substr(2) : "";
+  switch (step.empty() ? ' ' : step.front()) {
+    case '>':
+      return Write(session, text);
+    case '<': {
+      const std::string answer = ReadAnswer(session);
+      return answer == text ? "" : "but read \"" + answer + "\"";
+    }
+    case '!':
+      return simControl((instrument + ' ' + text).c_str()) == 0 ? "" : "is no command";
+    case '=':
+      return CompareHeld(instrument, text);
+    default:
+      return "is no step";
+  }
+}
+
+/// What went wrong in a block, empty if nothing did. Each block meets an instrument of its own: the number after SIM is
+/// replaced.
+std::string Run(const Block& block, int number) {
+  const std::string instrument = "SIM" + std::to_string(number);
+  const std::string resource = instrument + block.resource.substr(block.resource.find("::")) + "::ZLT";
   unsigned long session = 0;
-  const long status = skOpen(0, (resource + "::ZLT").c_str(), 0, 20000, &session);
+  const long status = skOpen(0, resource.c_str(), 0, 20000, &session);
   if (status != VI_SUCCESS) return "does not open " + resource;
   skSetAttribute(session, VI_ATTR_TMO_VALUE, 10000);
   std::string wrong;
   for (const std::string& step : block.steps) {
-    const std::string text = step.size() > 2 ? step.substr(2) : "";
-    if (step.starts_with(">")) {
-      std::string line = text + "\n";
-      unsigned long written = 0;
-      skWrite(session, reinterpret_cast<unsigned char*>(line.data()), line.size(), &written);
-    } else if (const std::string answer = ReadAnswer(session); answer != text) {
-      wrong += "\"" + step + "\" but read \"" + answer + "\"; ";
-    }
+    const std::string trouble = RunStep(session, instrument, step);
+    if (!trouble.empty()) wrong += "\"" + step + "\" " + trouble + "; ";
   }
   skClose(session);
   return wrong;
@@ -73,7 +117,10 @@ std::string Run(const Block& block, int instrument) {
 
 int main(int argc, char** argv) {
   std::ifstream page(argc > 1 ? argv[1] : "");
-  const std::vector<Block> blocks = ReadBlocks(page);
+  std::vector<Block> blocks;
+  for (const Block& block : ReadBlocks(page)) {
+    for (Block& one : ForEachFirmware(block)) blocks.push_back(std::move(one));
+  }
   if (blocks.empty()) {
     std::cerr << "no blocks to run\n";
     return 1;
@@ -87,7 +134,7 @@ int main(int argc, char** argv) {
       if (wrong.empty()) return;
       const std::lock_guard hold(lock);
       ++failed;
-      std::cerr << argv[1] << ':' << blocks[i].line << ": " << wrong << '\n';
+      std::cerr << argv[1] << ':' << blocks[i].line << ": " << blocks[i].resource << ": " << wrong << '\n';
     });
   }
   for (std::thread& thread : threads) thread.join();
