@@ -18,6 +18,7 @@
 
 #include "bench/PingPong.h"
 #include "bench/Ratios.h"
+#include "client/MessageExchange.h"
 #include "src/visa.h"
 
 namespace {
@@ -43,6 +44,7 @@ class Session {
     unsigned long count = 0;
     if (skRead(m_session, answer.data(), answer.size(), &count) != VI_SUCCESS_TERM_CHAR) std::abort();
   }
+  unsigned long Handle() const { return m_session; }
 
  private:
   unsigned long m_session = 0;
@@ -74,6 +76,15 @@ void VersionQuery(benchmark::State& state) {
 }
 void FrequencyQuery(benchmark::State& state) {
   Query(state, ":FREQ?\n");
+}
+
+/// The query with the fence behind it that tells where its answer ends.
+void FencedQuery(benchmark::State& state) {
+  const Session session("SIM4::INSTR::ZLT");
+  scpi_zlt::MessageExchange exchange(session.Handle());
+  for (auto _ : state) {
+    if (exchange.Exchange(":FREQ?", std::chrono::seconds(20)).response.empty()) std::abort();
+  }
 }
 
 void FrequencySetting(benchmark::State& state) {
@@ -249,6 +260,7 @@ ROUND_TRIP(PingPongBound);
 ROUND_TRIP(OpcQuery);
 ROUND_TRIP(VersionQuery);
 ROUND_TRIP(FrequencyQuery);
+ROUND_TRIP(FencedQuery);
 ROUND_TRIP(BareExchange);
 ROUND_TRIP(FrequencySetting);
 ROUND_TRIP(BareList);
@@ -269,6 +281,7 @@ int main(int argc, char** argv) {
                                  {{"OpcQuery", {"PingPongBound"}, 1.5},
                                   {"VersionQuery", {"PingPongBound"}, 1.5},
                                   {"FrequencyQuery", {"OpcQuery"}, 1.1},
+                                  {"FencedQuery", {"FrequencyQuery"}, 2.0},
                                   {"FrequencySetting", {"PingPongBound", "BareExchange"}, 1.5},
                                   {"ListSetting", {"BareList"}, 3.0}});
   if (result != 0) return result;

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Includes point one way: support <- scpi_core <- src, support <- datafiles; the simulator shares three headers with src;
-# tools and examples see include/ only. Prints each line that breaks this, and fails.
+# client and examples see include/ only, server and tools also client. Prints each line that breaks this, and fails.
 set -u
 cd "$(dirname "$0")/.."
 failed=0
@@ -16,13 +16,16 @@ forbid() {
   fi
 }
 
-forbid include '(support|scpi_core|src|datafiles|simulator|tools|tests)/' 'anything but public headers'
+others='support|scpi_core|src|datafiles|simulator|tools|tests'
+forbid include "($others|client|server)/" 'anything but public headers'
 forbid support '(scpi_core|src|datafiles|simulator|tools|tests)/' 'other rooms'
 forbid scpi_core '(src|datafiles|simulator|tools|tests)/' 'the instrument'
 forbid src '(datafiles|simulator|tools|tests)/' 'other rooms'
 forbid datafiles '(scpi_core|src|simulator|tools|tests)/' 'other rooms'
-forbid tools '(support|scpi_core|src|datafiles|simulator|tests)/' 'anything but public headers'
-forbid examples '(support|scpi_core|src|datafiles|simulator|tools|tests)/' 'anything but public headers'
+forbid client "($others|server)/" 'anything but public headers'
+forbid server "($others)/" 'anything but public headers and client'
+forbid tools '(support|scpi_core|src|datafiles|simulator|tests)/' 'anything but public headers, client and server'
+forbid examples "($others|client|server)/" 'anything but public headers'
 forbid simulator '(support|scpi_core|datafiles|tools|tests)/' 'other rooms'
 hits=$(grep -rnE '^#include "src/' simulator | grep -vE '"src/(comset|ComSetInfo|visa)\.h"')
 if [ -n "$hits" ]; then

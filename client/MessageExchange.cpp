@@ -1,0 +1,122 @@
+#include "client/MessageExchange.h"
+
+#include <algorithm>
+
+#include "scpi_zlt/scpi_zlt.h"
+
+#include "client/MessageScanner.h"
+
+namespace scpi_zlt {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr std::string_view kFence = "*OPC?\n";
+constexpr std::string_view kFenceAnswer = "+1\n";
+
+/// The longest single wait; a longer time-out is a sequence of them.
+constexpr milliseconds kLongestWait{3600 * 1000};
+
+/// kComplete if a fence can follow `message`; `needs_end` tells whether a line end has to be added first.
+Outcome Check(std::string_view message, bool& needs_end) {
+  MessageScanner scanner;
+  std::string_view rest = message;
+  needs_end = true;
+  while (!rest.empty()) {
+    const std::size_t end = scanner.FindEnd(rest);
+    if (std::min(end, rest.size() + 1) > kMaximumMessage) return Outcome::kTooLong;
+    if (end == MessageScanner::npos) break;
+    rest.remove_prefix(end);
+    needs_end = !rest.empty();
+  }
+  return scanner.InBlock() ? Outcome::kUnfinished : Outcome::kComplete;
+}
+
+}  // namespace
+
+Answer MessageExchange::Exchange(std::string_view message, milliseconds timeout) {
+  const auto start = steady_clock::now();
+  if (!InStep()) {
+    Answer late = Await(timeout);
+    if (late.outcome == Outcome::kTimeout) late.outcome = Outcome::kBusy;
+    if (late.outcome != Outcome::kComplete) return late;
+  }
+  Answer sent = Begin(message);
+  if (sent.outcome != Outcome::kComplete) return sent;
+  if (timeout != kForever) timeout -= std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
+  return Await(timeout);
+}
+
+Answer MessageExchange::Begin(std::string_view message) {
+  if (!InStep()) return {Outcome::kBusy, {}, 0};
+  bool needs_end = false;
+  const Outcome refused = Check(message, needs_end);
+  if (refused != Outcome::kComplete) return {refused, {}, 0};
+
+  m_unsent.assign(message);
+  if (needs_end) m_unsent += '\n';
+  m_unsent += kFence;
+  m_received.clear();
+  m_step = Step::kOutstanding;
+  if (const long status = SendOn(); status != VI_SUCCESS) return {Outcome::kFailed, {}, status};
+  return {};
+}
+
+Answer MessageExchange::Await(milliseconds timeout) {
+  if (InStep()) return {};
+  const auto start = steady_clock::now();
+  for (;;) {
+    if (const long status = SendOn(); status != VI_SUCCESS) return {Outcome::kFailed, {}, status};
+    const auto before = steady_clock::now();
+    const auto used = std::chrono::duration_cast<milliseconds>(before - start);
+    // Nothing tells when the ring has room again, so that is looked after every millisecond.
+    const milliseconds longest = m_unsent.empty() ? kLongestWait : milliseconds(1);
+    const milliseconds left = std::clamp(timeout - used, milliseconds(1), longest);
+    const long status = Read(left.count());
+    if (status >= VI_SUCCESS || status == VI_ERROR_IO) continue;
+    if (status != VI_ERROR_TMO) return {Outcome::kFailed, {}, status};
+    // A failure at once tells that nothing is under way; one after the whole wait tells nothing.
+    const auto now = steady_clock::now();
+    if (now - before < left && m_unsent.empty()) return Finish();
+    if (now - start >= timeout) return {Outcome::kTimeout, {}, 0};
+  }
+}
+
+/// Everything has come: cuts the answer of the fence off.
+Answer MessageExchange::Finish() {
+  m_step = Step::kInStep;
+  if (m_received.ends_with(kFenceAnswer)) m_received.resize(m_received.size() - kFenceAnswer.size());
+  Answer answer{Outcome::kComplete, {}, 0};
+  answer.response.swap(m_received);
+  return answer;
+}
+
+/// Writes as much as the input ring has room for.
+long MessageExchange::SendOn() {
+  if (m_unsent.empty()) return VI_SUCCESS;
+  unsigned long stored = 0;
+  const long status = skWrite(m_session, reinterpret_cast<unsigned char*>(m_unsent.data()), m_unsent.size(), &stored);
+  m_unsent.erase(0, stored);
+  // The ring was locked for as long as the time-out says, a millisecond perhaps: it is tried again.
+  return status == VI_ERROR_TMO ? VI_SUCCESS : status;
+}
+
+long MessageExchange::Read(long timeout_ms) {
+  if (timeout_ms != m_timeout_ms) {
+    m_timeout_ms = timeout_ms;
+    skSetAttribute(m_session, VI_ATTR_TMO_VALUE, static_cast<unsigned long>(timeout_ms));
+  }
+  unsigned long count = 0;
+  const long status = skRead(m_session, m_piece.data(), m_piece.size(), &count);
+  m_received.append(reinterpret_cast<const char*>(m_piece.data()), count);
+  return status;
+}
+
+std::string Tidy(std::string_view message, std::string response) {
+  if (response.ends_with(std::string_view("\0\n", 2))) response.erase(response.size() - 2, 1);
+  if (response == "\n" && !IsQuery(message)) response.clear();
+  return response;
+}
+
+}  // namespace scpi_zlt

@@ -1,0 +1,105 @@
+// One program message and its whole answer, over a session of scpi_zlt.h.
+//
+// skRead alone cannot tell a message that has no answer from one that is late: behind a setting it waits for its whole
+// time-out. So every message is followed by a fence of its own, "*OPC?", which the instrument answers at once whatever
+// runs. When nothing is left to read and nothing is under way, skRead fails at once; what came until then ends in the
+// fence's "+1" and LF, and everything in front of that belongs to the message:
+//
+//   :FREQ 1GHZ               nothing
+//   :FREQ?                   "1000000000\n"
+//   :FREQ 1GHZ;:OUTP OFF     "\n"             a line end that the second unit leaves behind
+//   :FREQ?;:FREQ 1GHZ        "1000000000;"    a query that is not the last unit has no end
+//   *IDN?                    "Sorvik,ZG-20E,000000\0\n"
+//
+//   scpi_zlt::MessageExchange exchange(session);                    // a handle from skOpen
+//   const auto answer = exchange.Exchange(":FREQ?", std::chrono::seconds(10));
+//   if (answer.outcome == scpi_zlt::Outcome::kComplete) Use(answer.response);
+//
+// States
+//
+//   in step      nothing is owed: the session is idle, its rings are empty. Exchange and Begin send.
+//   outstanding  a message was sent and its fence has not come yet. Await waits for it. A time-out leaves this state as
+//   it
+//                is: the answer that comes later is handed out by Await, or dropped by the next Exchange.
+//
+// A message that would swallow its own fence, because it ends inside a definite-length block, is refused and never
+// sent.
+//
+// What stays outstanding for ever: a response that outgrows its ring (160144 bytes without an end), or one with an
+// unfinished block in it. Nothing that is written afterwards helps; close the session and open another one.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace scpi_zlt {
+
+/// The largest program message, and the largest response, in bytes with the line end.
+constexpr std::size_t kMaximumMessage = 160144;
+
+/// For a time-out that never ends.
+constexpr std::chrono::milliseconds kForever = std::chrono::milliseconds::max();
+
+enum class Outcome {
+  kComplete,    ///< the message has run, and `response` is its whole answer, which may be empty
+  kTimeout,     ///< the message was sent and still runs; the exchange is outstanding
+  kBusy,        ///< not sent: the message before it is still outstanding
+  kUnfinished,  ///< not sent: the message ends inside a definite-length block
+  kTooLong,     ///< not sent: a message has more than kMaximumMessage bytes with its line end
+  kFailed,      ///< the session refused; `status` says how: VI_ERROR_INV_OBJECT once it is closed
+};
+
+struct Answer {
+  Outcome outcome = Outcome::kComplete;
+  std::string response;  ///< bytes as they came, with the line end
+  long status = 0;       ///< VISA status, with kFailed
+};
+
+/// One thread at a time per object. While it lives, nobody else writes to the session, reads from it, or sets its
+/// attributes: the object keeps VI_ATTR_TMO_VALUE for itself, and VI_ATTR_TERMCHAR has to be LF. Closing the session
+/// from another thread is fine: it ends a wait with kFailed.
+class MessageExchange {
+ public:
+  /// `session` is an open handle, idle and with nothing to read. It stays the caller's, who closes it.
+  explicit MessageExchange(unsigned long session) : m_session(session) {}
+
+  /// Sends one message and waits for its whole answer. A line end is added if it has none. `message` may hold several
+  /// messages with their line ends; the answer is then that of all of them. First waits for a message that is still
+  /// outstanding, and drops what that answers. `timeout` is the limit for both; 0 waits for a millisecond at most.
+  Answer Exchange(std::string_view message, std::chrono::milliseconds timeout);
+
+  /// The first half of Exchange: sends and does not wait. kComplete if the message was sent (the exchange is
+  /// outstanding then), kBusy at once if another one is outstanding.
+  Answer Begin(std::string_view message);
+
+  /// The second half: waits for the answer of what was sent last. kComplete with an empty response if nothing is
+  /// outstanding.
+  Answer Await(std::chrono::milliseconds timeout);
+
+  /// False while a message is outstanding.
+  bool InStep() const { return m_step == Step::kInStep; }
+
+ private:
+  enum class Step { kInStep, kOutstanding };
+
+  long SendOn();
+  long Read(long timeout_ms);
+  Answer Finish();
+
+  unsigned long m_session;
+  Step m_step = Step::kInStep;
+  std::string m_unsent;    ///< what the input ring had no room for yet
+  std::string m_received;  ///< since the message was sent
+  std::array<unsigned char, 4096> m_piece{};
+  long m_timeout_ms = -1;  ///< VI_ATTR_TMO_VALUE as last set
+};
+
+/// Makes an answer of one message as other programs expect it: the zero byte that ends "*IDN?" is cut, and the empty
+/// line that a compound setting leaves behind is dropped. An empty answer of a query stays, so that there is one answer
+/// for each query.
+std::string Tidy(std::string_view message, std::string response);
+
+}  // namespace scpi_zlt

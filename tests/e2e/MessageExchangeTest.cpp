@@ -1,0 +1,132 @@
+// One message, its whole answer, or a time-out after which the session is in step again.
+#include <optional>
+#include <thread>
+
+#include "client/MessageExchange.h"
+#include "client/Session.h"
+#include "tests/e2e/Sessions.h"
+
+namespace {
+
+using scpi_zlt::Answer;
+using scpi_zlt::kMaximumMessage;
+using scpi_zlt::MessageExchange;
+using scpi_zlt::Outcome;
+using std::chrono::milliseconds;
+using namespace std::string_literals;
+
+constexpr milliseconds kLong{20000};
+
+class Exchanges : public testing::Test {
+ protected:
+  void Open(int instrument, const std::string& keys = "") {
+    ASSERT_EQ(session.Open(test::Simulator(instrument, keys) + "::ZLT", kLong), VI_SUCCESS);
+    exchange.emplace(session.Handle());
+  }
+  std::string Ask(const std::string& message) {
+    const Answer answer = exchange->Exchange(message, kLong);
+    EXPECT_EQ(answer.outcome, Outcome::kComplete) << message;
+    return answer.response;
+  }
+
+  scpi_zlt::Session session;
+  std::optional<MessageExchange> exchange;
+};
+
+TEST_F(Exchanges, HandOutTheWholeAnswerOfEachMessage) {
+  Open(70);
+  std::string queries;
+  std::string answers;
+  for (int i = 0; i < 10000; ++i) {
+    queries += ":FREQ?;";
+    answers += "1000000000;";
+  }
+  queries.back() = '\n';
+  answers.back() = '\n';
+  const struct {
+    std::string message;
+    std::string response;
+    std::string tidy;
+  } cases[] = {
+      {":FREQ 1GHZ", "", ""},
+      {":FREQ 1GHZ;:OUTP OFF\n", "\n", ""},
+      {"*IDN?", "Sorvik,ZG-20E,000070\0\n"s, "Sorvik,ZG-20E,000070\n"},
+      {":FREQ?;:FREQ 1GHZ", "1000000000;", "1000000000;"},
+      {"*OPC?", "+1\n", "+1\n"},
+      {"*OPC?;*OPC?", "+1;+1\n", "+1;+1\n"},
+      {":NONSENSE?", "\n", "\n"},
+      {"", "", ""},
+      {"\n\n\n", "", ""},
+      {":FREQ?\n:FREQ 2GHZ;:OUTP OFF\n*OPC?\n:FREQ?", "1000000000\n\n+1\n2000000000\n",
+       "1000000000\n\n+1\n2000000000\n"},
+      {"DATA #14\n\n\n\n", "", ""},
+      {"X #", "", ""},
+      {":FREQ?" + std::string(kMaximumMessage - 7, ' ') + "\n", "2000000000\n", "2000000000\n"},
+      {std::string(300000, '\n') + ":FREQ?", "2000000000\n", "2000000000\n"},
+      {":FREQ 1GHZ", "", ""},
+      {queries, answers, answers},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.message.substr(0, 60));
+    const std::string response = Ask(row.message);
+    EXPECT_EQ(response, row.response);
+    EXPECT_EQ(scpi_zlt::Tidy(row.message, response), row.tidy);
+  }
+}
+
+TEST_F(Exchanges, RefuseWhatWouldSwallowTheFence) {
+  Open(71);
+  const struct {
+    std::string message;
+    Outcome outcome;
+  } cases[] = {
+      {"DATA #14abc", Outcome::kUnfinished},
+      {":FREQ?\nDATA #3100\n\n", Outcome::kUnfinished},
+      {std::string(kMaximumMessage, ' '), Outcome::kTooLong},
+      {":FREQ?\n" + std::string(kMaximumMessage, ' ') + "\n", Outcome::kTooLong},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.message.substr(0, 60));
+    EXPECT_EQ(exchange->Exchange(row.message, kLong).outcome, row.outcome);
+    EXPECT_EQ(Ask(":SYST:ERR?"), "+0,\"No error\"\n");
+  }
+}
+
+TEST_F(Exchanges, AreInStepAgainAfterATimeOut) {
+  Open(72, "latency=200");
+  const std::string slow = ":FREQ 2GHZ;:FREQ?";
+  EXPECT_EQ(exchange->Exchange(slow, milliseconds(0)).outcome, Outcome::kTimeout);
+  EXPECT_FALSE(exchange->InStep());
+  EXPECT_EQ(exchange->Begin(":FREQ?").outcome, Outcome::kBusy);
+  EXPECT_EQ(exchange->Exchange(":FREQ 3GHZ", milliseconds(20)).outcome, Outcome::kBusy);
+  const Answer late = exchange->Await(kLong);
+  EXPECT_EQ(late.outcome, Outcome::kComplete);
+  EXPECT_EQ(late.response, "2000000000\n");
+
+  EXPECT_EQ(exchange->Exchange(slow, milliseconds(20)).outcome, Outcome::kTimeout);
+  EXPECT_EQ(Ask("*OPC?"), "+1\n");  // what was late is dropped
+  EXPECT_TRUE(exchange->InStep());
+}
+
+TEST_F(Exchanges, StayOutstandingBehindAResponseThatOutgrowsItsRing) {
+  Open(73);
+  std::string message;
+  for (int i = 0; i < 10000; ++i) message += "*IDN?;";
+  EXPECT_EQ(exchange->Exchange(message + "*OPC?", milliseconds(300)).outcome, Outcome::kTimeout);
+  EXPECT_EQ(exchange->Exchange("*OPC?", milliseconds(100)).outcome, Outcome::kBusy);
+}
+
+TEST_F(Exchanges, EndWhenTheSessionIsClosed) {
+  Open(74, "latency=100");
+  std::thread closer([this] {
+    simControl("SIM74 await=packets:1");
+    skClose(session.Handle());
+  });
+  const Answer answer = exchange->Exchange(":FREQ 1GHZ;:FREQ 2GHZ;:FREQ 3GHZ", scpi_zlt::kForever);
+  EXPECT_EQ(answer.outcome, Outcome::kFailed);
+  EXPECT_EQ(answer.status, VI_ERROR_INV_OBJECT);
+  closer.join();
+  EXPECT_EQ(exchange->Exchange("*OPC?", kLong).outcome, Outcome::kFailed);
+}
+
+}  // namespace
