@@ -13,7 +13,9 @@
  *   simQuery("SIM3 status P_FREQUENCY", ...)    status that answered the last SK_SET of it, as a number; "none" before
  *   simQuery("SIM3 packets", ...)               packets received; also passes, held, links, state, requests
  *
- * An instrument exists from the first viOpen of its number on. All calls are safe from any thread. */
+ * An instrument exists from the first viOpen of its number on. "heal=1" and "lost=off" mend the link, not a session
+ * that has met the break: that one sends nothing any more. All calls are safe from any thread. docs/simulator.md lists
+ * the keys and has the line that links a program. */
 #ifndef SIMULATOR_CONTROL_H
 #define SIMULATOR_CONTROL_H
 

@@ -11,25 +11,31 @@
  *   int main(void) {
  *     unsigned long session, count;
  *     unsigned char answer[256];
+ *     // An open time-out of 0 would fail: give the instrument time to answer.
  *     if (skOpen(0, "SIM0::INSTR::ZLT", 0, 10000, &session) != VI_SUCCESS) return 1;
  *     skWrite(session, (unsigned char*)":FREQ 1.5 GHZ;:FREQ?\n", 21, &count);
- *     if (skRead(session, answer, sizeof answer, &count) == VI_SUCCESS_TERM_CHAR)
- *       printf("%.*s", (int)count, answer);
- *     return skClose(session) != VI_SUCCESS;
+ *     if (skRead(session, answer, sizeof answer, &count) == VI_SUCCESS_TERM_CHAR) printf("%.*s", (int)count, answer);
+ *     return skClose(session) != VI_SUCCESS;  // takes a second: what was written still takes effect
  *   }
  *
  * What surprises, first:
  *
- *   - An open time-out of 0 fails. skOpen waits as long as its time-out says, and 0 means not at all.
- *     10000 is a good value.
+ *   - Opening switches the output off, sets the lowest level and the whole range as a sweep. Queries then answer
+ *     the library's start values. Write frequency and level before ":OUTP ON".
+ *   - An open time-out of 0 fails. 10000 is a good value.
+ *   - After a lost link the session sends nothing any more, for good: settings are taken, queries answer, and
+ *     ":OUTP OFF" reaches nothing. "*STB?" answers an empty line then. Close the session and open it again.
+ *   - What the instrument refuses shows nowhere for most settings. Errors of a command never show in a status;
+ *     ask ":SYST:ERR?".
  *   - VI_ATTR_TERMCHAR is set through a pointer to a 32-bit word, VI_ATTR_TMO_VALUE by value.
  *   - Closing takes a second, 1.5 s more after a sweep, and what is left to run: what was acknowledged before
- *     still takes effect. A failed open takes a second too.
- *   - skWrite returns before the command has run. skRead is where you wait. Errors of a command never show in
- *     a status; ask ":SYST:ERR?".
+ *     still takes effect. It does not switch the output off. A failed open takes a second too.
+ *   - skWrite returns before the command has run. skRead is where you wait, and only after a query.
  *   - A normal read ends with VI_SUCCESS_TERM_CHAR, never with VI_SUCCESS.
  *   - skReadSTB, skClear, skAssertTrigger and skStatusDesc do not work, like all functions below the word
- *     "Stubs". Write "*STB?" instead.
+ *     "Stubs". Write "*STB?" instead: it answers eight digits, bit 0 first.
+ *
+ * docs/surprises.md shows each of these, the bits of "*STB?" and "*ESR?", and the error numbers.
  *
  * Conventions
  *
@@ -41,13 +47,13 @@
  *      calls under way: they are let out first, and a blocked skRead returns VI_ERROR_INV_OBJECT.
  *   4. The caller owns nothing but its own buffers. A session lives from skOpen to skClose. Sessions still open
  *      at exit, or when the library is unloaded, are closed then, side by side. After fork() the child has none
- *      and can open none: load the library behind the last fork.
+ *      and can open none: load the library after the last fork.
  *   5. Times are milliseconds. Null pointers for counts store nothing; a null buffer counts as one of size 0.
  *   6. A message, and a response, has at most 160144 bytes with its line end.
  *   7. No exception leaves the library, save one: skOpen throws std::logic_error for a null name.
  *
- * Names and values of statuses and attributes are those of the VISA standard (VPP-4.3); the header stands behind a
- * visa.h that is included first. The language is IEEE 488.2 and SCPI-1999; docs/commands.md lists the commands.
+ * Names and values of statuses and attributes are those of the VISA standard (VPP-4.3); a visa.h may be included
+ * before this header. The language is IEEE 488.2 and SCPI-1999; docs/commands.md lists the commands.
  */
 #ifndef SCPI_ZLT_SCPI_ZLT_H
 #define SCPI_ZLT_SCPI_ZLT_H
@@ -110,25 +116,29 @@ extern "C" {
 #endif
 
 /*
- * Opens a session: asks the instrument who it is and what its firmware understands, and takes its limits over.
+ * Opens a session: asks the instrument who it is and what its firmware understands, and takes its limits over. To learn
+ * them it programs the instrument: output off, lowest level, the whole frequency range as a sweep.
  *
  * manager       ignored; 0 will do
- * name          VISA resource name followed by ::ZLT; what stands behind that is dropped. At most 255 characters.
+ * name          VISA resource name followed by ::ZLT; text after that is dropped. At most 255 characters.
  * access_mode   ignored
- * open_timeout  milliseconds, low 32 bits, unsigned (0xFFFFFFFF is 49 days); 0 as good as always gives VI_ERROR_TMO
+ * open_timeout  milliseconds, low 32 bits, unsigned (0xFFFFFFFF is 49 days); 0 as good as always gives VI_ERROR_TMO.
+ *               A call that times out may take twice as long and a second: what was begun is closed first.
  * session       receives the handle; left alone on failure
  *
- * VI_SUCCESS, VI_ERROR_INV_OBJECT (no ::ZLT in the name, session is null, the process is ending, a forked child),
- * VI_ERROR_INV_RSRC_NAME, VI_ERROR_TMO, VI_ERROR_RSRC_NFOUND (nobody there, or start-up failed),
- * VI_ERROR_RAW_RD_PROT_VIOL, VI_ERROR_SYSTEM_ERROR, or what the VISA provider's open returned. A failure leaves nothing
- * behind and takes a second.
+ * VI_SUCCESS: there is a session. Any other status means that there is none, also a positive one: what the VISA
+ * provider's open returned, a completion code too, comes back unchanged.
+ * VI_ERROR_INV_OBJECT (no ::ZLT in the name, session is null, the process is ending, a forked child),
+ * VI_ERROR_INV_RSRC_NAME, VI_ERROR_TMO, VI_ERROR_RSRC_NFOUND (nobody there, no answer, or start-up failed),
+ * VI_ERROR_RAW_RD_PROT_VIOL, VI_ERROR_SYSTEM_ERROR. A failure leaves nothing open and takes a second at least.
  */
 ZLT_API long skOpen(unsigned long manager, const char* name, unsigned long access_mode, unsigned long open_timeout,
                     unsigned long* session);
 
 /*
  * Closes a session. What was written before and is a complete message still runs, for at most ten seconds; then the
- * sweep is stopped and the instrument's session closed. Takes a second, 1.5 s more after a sweep.
+ * sweep is stopped and the instrument's session closed. Takes a second, 1.5 s more after a sweep. The output stays as
+ * it is.
  *
  * VI_SUCCESS, or VI_ERROR_INV_OBJECT for an unknown or closed handle. If two threads close one session, one of them
  * wins.
@@ -147,15 +157,17 @@ ZLT_API long skClose(unsigned long session);
 ZLT_API long skWrite(unsigned long session, unsigned char* text, unsigned long count, unsigned long* written);
 
 /*
- * Reads a response: waits for at most VI_ATTR_TMO_VALUE until a message has been worked off and left one. A compound
- * message answers as a whole. Line end included; not terminated.
+ * Reads a response: waits for at most VI_ATTR_TMO_VALUE until a message has run and left one. A compound message
+ * answers as a whole. Line end included; not terminated.
  *
  * buffer, size  where to
  * count         receives how many bytes came
  *
  * VI_SUCCESS_TERM_CHAR: the response is complete. VI_SUCCESS_MAX_CNT: size bytes came, read on for the rest.
- * VI_ERROR_IO: the response ended without the termination character; it has been delivered. VI_ERROR_TMO: nothing came
- * in time (count untouched; a later read may still get it), at once when nothing is under way, or size is 0 (count 0).
+ * VI_ERROR_IO: the response ended without the termination character; it has been delivered.
+ * VI_ERROR_TMO: nothing came in time; count is untouched, and a later read may still get it. At once when the last
+ * response has been read and nothing was written since; after a setting, and in a new session, only when the time is
+ * over. Also when a response is there and size is 0: count is 0 then, and the response stays.
  * VI_ERROR_INV_OBJECT: no such session, or it was closed meanwhile.
  */
 ZLT_API long skRead(unsigned long session, unsigned char* buffer, unsigned long size, unsigned long* count);
