@@ -18,7 +18,6 @@ using namespace scpi_lib;
 
 using Level = std::span<const sCommandTreeNode>;
 const Level kLevels[] = {Level0, Level1, Level2, Level3, Level4, Level5};
-constexpr int kListKind = 5;
 
 struct Command {
   std::vector<std::string> headers;
@@ -67,20 +66,20 @@ std::string Parameter(const sFunctionCallInfo& info) {
   for (int i = 0; i < parameter.mnemonic_count; ++i) {
     words.push_back(Spelled(parameter.mnemonics[i].name, parameter.mnemonics[i].short_length));
   }
-  if (parameter.kind == 3) return Join(words, ", ");
-  std::string text = parameter.kind == kListKind ? "numbers" : "number";
+  if (parameter.kind == kKindCharacter) return Join(words, ", ");
+  std::string text = parameter.kind == kKindNumericList ? "numbers" : "number";
   std::vector<std::string> units;
   for (int i = 0; i < parameter.unit_count; ++i) units.push_back(Spelled(parameter.units[i].name, -1));
   if (!units.empty()) text += " with " + Join(units, ", ") + " or none";
-  const bool takes_words = (parameter.flags & 2) != 0 && !words.empty();
+  const bool takes_words = (parameter.flags & kTakesWords) != 0 && !words.empty();
   return takes_words ? text + "; " + Join(words, ", ") : text;
 }
 
 std::string Forms(const sFunctionCallInfo& info) {
   switch (info.flags) {
-    case kQuery:
+    case kQueryForm:
       return "query";
-    case kSet:
+    case kSetForm:
       return "set";
     default:
       return "set, query";
@@ -89,7 +88,7 @@ std::string Forms(const sFunctionCallInfo& info) {
 
 void Print(const Command& command, const SCommandSentence& sentence) {
   const sFunctionCallInfo& info = command.row->call_info;
-  const std::string mark = info.flags == kQuery ? "?" : "";
+  const std::string mark = info.flags == kQueryForm ? "?" : "";
   std::cout << "### " << Join(command.headers, mark.empty() ? ", " : "?, ") << mark << "\n\n"
             << sentence.does << "\n\n";
   std::cout << "- Forms: " << (sentence.forms != nullptr ? sentence.forms : Forms(info))

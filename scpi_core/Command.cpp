@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "scpi_zlt/scpi_errors.h"
+
 #include "scpi_core/Ascii.h"
 #include "scpi_core/pcore.h"
 
@@ -59,7 +61,7 @@ void ShowParameters(const sCommand& command) {
   int position = 0;
   for (; position < command.parameter_count && command.error == 0; ++position) {
     const auto token = static_cast<std::size_t>(command.level_count + position);
-    if (token >= command.substrings.size() || command.substrings[token].type != 2) break;
+    if (token >= command.substrings.size() || command.substrings[token].type != kTokenParameter) break;
     if (value < command.parameters.size()) std::printf("%.12g ", command.parameters[value++].value);
   }
   std::printf("\n");
@@ -72,16 +74,15 @@ void ShowParameters(const sCommand& command) {
 
 void Show(sCommand command) {
   constexpr const char* kRule = "-------------------------------------------------------";
-  constexpr int kIllegalParameterValue = -224;
   std::printf("<command_info>\nlevel count: %d\nquery: %s\nsubstring count: %d\n<<list of substrings>>\n",
               command.level_count, command.query ? "true" : "false", command.substring_count);
   std::printf("%s\nText\tLength\tIsNode\tIsParameter\tChannel\n%s\n", kRule, kRule);
   for (const sSubString& token : command.substrings) {
-    if (token.type >= 0 && token.type <= 2) std::printf("%s", kTypes[token.type]);
+    if (token.type >= kTokenUnknown && token.type <= kTokenParameter) std::printf("%s", kTypes[token.type]);
     std::printf("%d\n", token.channel);
   }
   std::printf("%s\n\n", kRule);
-  if (command.error != 0 && command.error != kIllegalParameterValue) {
+  if (command.error != 0 && command.error != scpi_error::kIllegalParameterValue) {
     std::printf("</command_info>\n");
   } else {
     ShowParameters(command);

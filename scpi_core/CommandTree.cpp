@@ -21,12 +21,6 @@ constinit std::vector<STree>& CommandTree = storage.tree;
 
 namespace {
 
-constexpr int kUndefinedHeader = -113;
-constexpr unsigned char kQueryForm = 1;
-constexpr unsigned char kSetForm = 2;
-constexpr std::int32_t kNode = 1;
-constexpr std::int32_t kSuffix = 8;
-
 const STree* Level(int level) {
   return level >= 0 && static_cast<std::size_t>(level) < CommandTree.size()
              ? &CommandTree[static_cast<std::size_t>(level)]
@@ -60,7 +54,7 @@ void CollectSuffixes(sCommand& command, int level, std::int32_t id) {
       if (row.instance_limit != 1 && static_cast<std::size_t>(level) < command.substrings.size()) {
         const std::int32_t channel = command.substrings[static_cast<std::size_t>(level)].channel;
         sParamInfo suffix;
-        suffix.type = kSuffix;
+        suffix.type = kParamHeaderSuffix;
         suffix.value = channel == 0 && level == 0 ? 1 : channel;
         suffixes.push_back(suffix);
       }
@@ -74,7 +68,7 @@ void CollectSuffixes(sCommand& command, int level, std::int32_t id) {
 /// The header ends on this row: matches the parameters and calls the handler. False if that is not to be.
 bool Execute(sCommand& command, const sCommandTreeNode& row, int level, void* device) {
   if (row.handler == nullptr || !AllowsForm(row.call_info, command.query)) {
-    command.error = kUndefinedHeader;
+    command.error = scpi_error::kUndefinedHeader;
     return false;
   }
   CollectSuffixes(command, level, row.id);
@@ -110,7 +104,7 @@ bool CheckTree(sCommand* command, int& level, int& row, int token, void* device)
   const bool matched = Matches(node, *command, token);
   if (!matched && !node.optional) return false;
   if (matched) {
-    command->substrings[static_cast<std::size_t>(token)].type = kNode;
+    command->substrings[static_cast<std::size_t>(token)].type = kTokenNode;
     if (token == command->level_count - 1) return Execute(*command, node, level, device);
   }
   const int next_token = matched ? token + 1 : token;
@@ -133,7 +127,7 @@ void FindNodes(sCommand* command, int& level, int& parent, void* device) {
   command->error = 0;
   const STree* tree = Level(level);
   if (tree == nullptr || tree->count == 0) {
-    command->error = kUndefinedHeader;
+    command->error = scpi_error::kUndefinedHeader;
     return;
   }
   const bool all = level == 0 || parent == -1;
@@ -147,5 +141,5 @@ void FindNodes(sCommand* command, int& level, int& parent, void* device) {
       return;
     }
   }
-  if (command->error == 0) command->error = kUndefinedHeader;
+  if (command->error == 0) command->error = scpi_error::kUndefinedHeader;
 }

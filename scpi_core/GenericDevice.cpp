@@ -7,6 +7,7 @@
 #include <mutex>
 #include <new>
 
+#include "scpi_zlt/scpi_errors.h"
 #include "scpi_zlt/scpi_zlt.h"
 
 #include "scpi_core/IOBuffer.h"
@@ -14,8 +15,6 @@
 #include "support/LogHooks.h"
 
 namespace {
-
-constexpr int kSystemError = -310;
 
 /// Numbers are read and answered with "." whatever locale the program has set: the thread lives under the "C" locale.
 class CLocale {
@@ -167,7 +166,7 @@ void CGenericDevice::Interpret(int length) {
     // Some handlers let exceptions pass; the message ends here and the session goes on.
     LogMessageGD("Interpret", "exception");
     try {
-      RaiseError(kSystemError, "");
+      RaiseError(scpi_error::kSystemError, "");
     } catch (...) {
       // No memory for the error either.
     }

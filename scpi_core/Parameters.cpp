@@ -10,30 +10,8 @@
 
 namespace {
 
-constexpr int kParameterNotAllowed = -108;
-constexpr int kMissingParameter = -109;
-constexpr int kInvalidSuffix = -131;
-constexpr int kSuffixNotAllowed = -138;
-constexpr int kInvalidBlockData = -161;
-constexpr int kBlockDataNotAllowed = -168;
-constexpr int kIllegalParameterValue = -224;
-
-constexpr std::uint32_t kListKind = 5;
-constexpr std::uint32_t kStringKind = 6;
-constexpr std::uint32_t kBlockKind = 7;
-
-constexpr std::int32_t kNumberValue = 2;
-constexpr std::int32_t kMnemonicValue = 3;
-constexpr std::int32_t kStringValue = 6;
-constexpr std::int32_t kBlockValue = 7;
-
-constexpr std::int32_t kConsumed = 2;  ///< type of a token that became a parameter
-
-constexpr std::int32_t kTakesMnemonics = 2;
-constexpr std::int32_t kMayBeLeftOut = 4;
-
-bool IsNumericKind(std::uint32_t kind) {
-  return kind == 2 || kind == 4 || kind == kListKind || kind == kBlockKind;
+bool IsNumericKind(EParamKind kind) {
+  return kind == kKindDecimal || kind == kKindNumeric || kind == kKindNumericList || kind == kKindBlock;
 }
 
 /// True for what both ways of reading a number read alike: plain decimal digits, with a minus at most in front.
@@ -65,7 +43,7 @@ class Matcher {
   bool Match(int token, const sFParam& descriptor) {
     sSubString& substring = m_command.substrings[static_cast<std::size_t>(m_command.level_count + token)];
     if (IsNumericKind(descriptor.kind)) return MatchNumeric(substring, descriptor);
-    if (descriptor.kind == kStringKind) return MatchString(substring);
+    if (descriptor.kind == kKindString) return MatchString(substring);
     return MatchMnemonic(m_command.level_count + token, substring, descriptor);
   }
 
@@ -74,46 +52,46 @@ class Matcher {
     const char* text = m_command.text + token.offset;
     const int rest = m_command.length - token.offset;
     if (BinaryBlockSize(text, token.length, kBlockHeader) > 0) return MatchBlock(token, text, rest, descriptor);
-    if (descriptor.kind == kBlockKind) {
-      m_command.error = kInvalidBlockData;
+    if (descriptor.kind == kKindBlock) {
+      m_command.error = scpi_error::kInvalidBlockData;
       return true;
     }
     sNumValue number;
-    if (GetNumValue(text, token.length, descriptor, number) != 0) return Stop(kIllegalParameterValue);
+    if (GetNumValue(text, token.length, descriptor, number) != 0) return Stop(scpi_error::kIllegalParameterValue);
     if (number.mnemonic) {
-      if ((descriptor.flags & kTakesMnemonics) != 0) {
-        Take(token, kMnemonicValue, number.value);
+      if ((descriptor.flags & kTakesWords) != 0) {
+        Take(token, kParamCharacter, number.value);
       } else {
-        m_command.error = kIllegalParameterValue;
+        m_command.error = scpi_error::kIllegalParameterValue;
       }
       return true;
     }
     if (number.unit[0] == '\0') {
-      Push(kNumberValue, number.value);  // not marked as consumed, unlike all others
+      Push(kParamNumber, number.value);  // not marked as consumed, unlike all others
       return true;
     }
     return MatchUnit(token, number, descriptor);
   }
 
   bool MatchBlock(sSubString& token, const char* text, int rest, const sFParam& descriptor) {
-    if (descriptor.kind != kListKind && descriptor.kind != kBlockKind) {
-      m_command.error = kBlockDataNotAllowed;
+    if (descriptor.kind != kKindNumericList && descriptor.kind != kKindBlock) {
+      m_command.error = scpi_error::kBlockDataNotAllowed;
       return true;
     }
     const auto header = static_cast<int>(BinaryBlockSize(text, rest, kBlockHeader));
-    sParamInfo& block = Take(token, kBlockValue, BinaryBlockSize(text, rest, kBlockData));
+    sParamInfo& block = Take(token, kParamBlock, BinaryBlockSize(text, rest, kBlockData));
     block.data = text + (header < rest ? header : rest);
     return true;
   }
 
   bool MatchUnit(sSubString& token, const sNumValue& number, const sFParam& descriptor) {
-    if (descriptor.unit_count == 0 || descriptor.units == nullptr) return Stop(kSuffixNotAllowed);
+    if (descriptor.unit_count == 0 || descriptor.units == nullptr) return Stop(scpi_error::kSuffixNotAllowed);
     for (std::int32_t i = 0; i < descriptor.unit_count; ++i) {
       if (std::strcmp(number.unit, descriptor.units[i].name) != 0) continue;
-      Take(token, kNumberValue, number.value * descriptor.units[i].multiplier).unit_index = i;
+      Take(token, kParamNumber, number.value * descriptor.units[i].multiplier).unit_index = i;
       return true;
     }
-    return Stop(kInvalidSuffix);
+    return Stop(scpi_error::kInvalidSuffix);
   }
 
   bool MatchString(sSubString& token) {
@@ -121,7 +99,7 @@ class Matcher {
     if (!text.empty() && IsQuote(text.front())) {
       text = text.size() > 2 ? text.substr(1, text.size() - 2) : std::string_view();
     }
-    Take(token, kStringValue, -1.0).text = text;
+    Take(token, kParamString, -1.0).text = text;
     return true;
   }
 
@@ -132,11 +110,11 @@ class Matcher {
       while (row.name[equal] != '\0' && equal < token.length && row.name[equal] == m_command.GetChar(index, equal))
         ++equal;
       if (equal != token.length || (row.name[equal] != '\0' && equal != row.short_length)) continue;
-      Take(token, kMnemonicValue, i);
+      Take(token, kParamCharacter, i);
       return true;
     }
-    if (token.type == kConsumed) return true;  // an earlier attempt on this unit took it
-    return Stop(kIllegalParameterValue);
+    if (token.type == kTokenParameter) return true;  // an earlier attempt on this unit took it
+    return Stop(scpi_error::kIllegalParameterValue);
   }
 
   bool Stop(int error) {
@@ -144,12 +122,12 @@ class Matcher {
     return false;
   }
 
-  sParamInfo& Take(sSubString& token, std::int32_t type, double value) {
-    token.type = kConsumed;
+  sParamInfo& Take(sSubString& token, EParamType type, double value) {
+    token.type = kTokenParameter;
     return Push(type, value);
   }
 
-  sParamInfo& Push(std::int32_t type, double value) {
+  sParamInfo& Push(EParamType type, double value) {
     sParamInfo& parameter = m_command.parameters.emplace_back();
     parameter.type = type;
     parameter.value = value;
@@ -161,7 +139,8 @@ class Matcher {
 };
 
 bool IsMissing(const sFParam& descriptor) {
-  return descriptor.kind != kListKind && descriptor.kind != kStringKind && (descriptor.flags & kMayBeLeftOut) == 0;
+  return descriptor.kind != kKindNumericList && descriptor.kind != kKindString &&
+         (descriptor.flags & kMayBeLeftOut) == 0;
 }
 
 }  // namespace
@@ -194,7 +173,7 @@ int GetNumValue(const char* token, int length, const sFParam& descriptor, sNumVa
 void FindParameters(const sFunctionCallInfo& info, const sFParam* parameters, sCommand* command) {
   const int tokens = command->substring_count - command->level_count;
   if (tokens > 0 && (parameters == nullptr || info.count == 0)) {
-    command->error = kParameterNotAllowed;
+    command->error = scpi_error::kParameterNotAllowed;
     return;
   }
   command->parameters.reserve(command->parameters.size() + static_cast<std::size_t>(tokens > 0 ? tokens : 0));
@@ -202,13 +181,13 @@ void FindParameters(const sFunctionCallInfo& info, const sFParam* parameters, sC
   std::int32_t descriptor = 0;
   for (int token = 0; token < tokens; ++token) {
     if (descriptor >= info.count) {
-      command->error = kParameterNotAllowed;
+      command->error = scpi_error::kParameterNotAllowed;
       return;
     }
     if (!matcher.Match(token, parameters[descriptor])) return;
-    if (parameters[descriptor].kind != kListKind) ++descriptor;
+    if (parameters[descriptor].kind != kKindNumericList) ++descriptor;
   }
   if (descriptor < info.count && !command->query && IsMissing(parameters[descriptor])) {
-    command->error = kMissingParameter;
+    command->error = scpi_error::kMissingParameter;
   }
 }

@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr int kTimeOut = -365;
 /// A unit of fewer characters is passed over; the last one holds the line end too.
 constexpr int kShortestUnit = 3;
 /// Of all units but lists and blocks.
@@ -26,7 +25,7 @@ Failure FailureOf(const sCommand& command) {
   if (command.error_info != nullptr && command.error_info->code != 0) {
     return {command.error_info->code, command.error_info->text, false};
   }
-  return {command.error, "", command.error == kTimeOut};
+  return {command.error, "", command.error == scpi_error::kTimeOutError};
 }
 
 /// The error exit: a query still ends its response, so that nobody waits for it.

@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr int kUndefinedHeader = -113;
 constexpr std::size_t kUsualTokens = 8;  // of all that is no list
 
 /// The block at a place of a text, as far as it lies in the text; 0 if there is none.
@@ -284,7 +283,7 @@ void GetSubStrings(const char* text, int length, sCommand* command) {
     }
     cursor.length = end - cursor.position;
     if (cursor.length == 0) {
-      command->error = kUndefinedHeader;
+      command->error = scpi_error::kUndefinedHeader;
       return;
     }
     sSubString& piece = command->substrings.emplace_back();
@@ -293,7 +292,7 @@ void GetSubStrings(const char* text, int length, sCommand* command) {
     if (token < command->level_count) piece.channel = GetChannel(text + piece.offset, piece.length);
     ++command->substring_count;
   }
-  command->error = command->substrings.empty() ? kUndefinedHeader : 0;
+  command->error = command->substrings.empty() ? scpi_error::kUndefinedHeader : 0;
 }
 
 void GetCommandInstance(char* text, int length, sCommand** out) {
@@ -311,12 +310,12 @@ void GetCommandInstance(char* text, int length, sCommand** out) {
   if (command->error != 0) return;
   command->parameter_count = command->substring_count - command->level_count;
   if (command->first_character == '*' && command->level_count > 1) {
-    command->error = kUndefinedHeader;
+    command->error = scpi_error::kUndefinedHeader;
     return;
   }
   for (sSubString& token : command->substrings) token.offset += start;
   if (question >= 0 && command->parameter_count >= 1) {
     const sSubString& last = command->substrings[static_cast<std::size_t>(command->level_count - 1)];
-    if (question > last.offset + last.length) command->error = kUndefinedHeader;
+    if (question > last.offset + last.length) command->error = scpi_error::kUndefinedHeader;
   }
 }

@@ -6,6 +6,7 @@
 
 #include "scpi_zlt/command.h"
 #include "scpi_zlt/lookups.h"
+#include "scpi_zlt/scpi_errors.h"
 
 /// What the parser and the handlers speak to.
 class IResponseStream {
@@ -21,7 +22,10 @@ class IResponseStream {
   ~IResponseStream() = default;
 };
 
-/// A word that a parameter accepts; the short form is the first `short_length` characters, -1 if there is none.
+/// In place of the length of a short form: only the whole word matches.
+inline constexpr std::int32_t kNoShortForm = -1;
+
+/// A word that character data may be; the short form is the first `short_length` characters.
 struct sMnemonicRow {
   const char* name;
   std::int32_t value;  ///< nothing reads it
@@ -34,19 +38,43 @@ struct sUnitRow {
   double multiplier;
 };
 
+/// What program data a parameter takes. A value without a name counts as character data.
+enum EParamKind : std::uint32_t {
+  kKindDecimal = 2,  ///< matched as kKindNumeric
+  kKindCharacter = 3,
+  kKindNumeric = 4,
+  kKindNumericList = 5,  ///< any number of them, or block data
+  kKindString = 6,
+  kKindBlock = 7,
+};
+
+/// How a parameter may be written; the values are bits.
+enum EParamFlags : std::int32_t {
+  kForSet = 1,        ///< nothing reads it
+  kTakesWords = 2,    ///< a number may also be one of the words: MINimum, MAXimum, DEFault
+  kMayBeLeftOut = 4,  ///< of a set form; of a query everything may
+  kForQuery = 8,      ///< nothing reads it
+};
+constexpr EParamFlags operator|(EParamFlags a, EParamFlags b) {
+  return static_cast<EParamFlags>(static_cast<std::int32_t>(a) | static_cast<std::int32_t>(b));
+}
+
+/// Which forms a command has; the values are bits.
+enum EForms : unsigned char { kQueryForm = 1, kSetForm = 2, kBothForms = 3 };
+
 /// One parameter position of a command.
 struct sFParam {
-  std::uint32_t kind;  ///< 2, 4 number; 5 list of numbers; 6 string; 7 block; anything else mnemonic
+  EParamKind kind;
   const sMnemonicRow* mnemonics;
   std::int32_t mnemonic_count;
   const sUnitRow* units;
   std::int32_t unit_count;
-  std::int32_t flags;  ///< 2: a number also takes the mnemonics; 4: may be left out
+  EParamFlags flags;
 };
 
-/// Which forms a command has (1 query, 2 set), and its parameters.
+/// Which forms a command has, and its parameters.
 struct sFunctionCallInfo {
-  unsigned char flags;
+  EForms flags;
   const sFParam* parameters;
   std::int32_t count;
 };
@@ -56,11 +84,11 @@ using SCPI_Handler = int (*)(std::vector<sParamInfo> parameters, bool query, voi
 
 /// One keyword of the header tree.
 struct sCommandTreeNode {
-  const char* name;           ///< long form in lower case
-  std::int32_t short_length;  ///< of the short form; -1 if only the whole name matches
-  std::int32_t parent;        ///< id of the parent row, one level up
-  std::int32_t id;            ///< unique in its level; -1 for the common commands, which have no children
-  bool optional;              ///< may be left out of a header
+  const char* name;  ///< long form in lower case
+  std::int32_t short_length;
+  std::int32_t parent;  ///< id of the parent row, one level up
+  std::int32_t id;      ///< unique in its level; -1 for the common commands, which have no children
+  bool optional;        ///< may be left out of a header
   std::int32_t instance_limit;
   SCPI_Handler handler;  ///< null for a node on the way only
   sFunctionCallInfo call_info;

@@ -11,20 +11,36 @@
 #include "scpi_zlt/export.h"
 #include "scpi_zlt/lookups.h"
 
+/// What a token of a message unit turned out to be.
+enum ETokenType : std::int32_t {
+  kTokenUnknown = 0,
+  kTokenNode = 1,       ///< a header token that a row of the command tree took
+  kTokenParameter = 2,  ///< a parameter token that became a value
+};
+
+/// What a parsed parameter is.
+enum EParamType : std::int32_t {
+  kParamNumber = 2,
+  kParamCharacter = 3,  ///< character data: one of the words of a table
+  kParamString = 6,
+  kParamBlock = 7,
+  kParamHeaderSuffix = 8,  ///< the numeric suffix of a header token
+};
+
 /// One token.
 struct sSubString {
   std::int32_t offset = 0;
-  std::int32_t length = 0;   ///< without any numeric suffix
-  std::int32_t type = 0;     ///< 0 none yet, 1 node (a matched header token), 2 parameter (a consumed one)
+  std::int32_t length = 0;  ///< without any numeric suffix
+  ETokenType type = kTokenUnknown;
   std::int32_t channel = 0;  ///< numeric suffix of a header token, 0 if none, -1 if it does not begin with a letter
 };
 
 /// One parsed parameter, as handlers receive it.
 struct sParamInfo {
-  std::int32_t type = 2;         ///< 2 number, 3 mnemonic, 6 string, 7 block data, 8 numeric suffix of a node
+  EParamType type = kParamNumber;
   std::int32_t unit_index = -1;  ///< row of the unit table, -1 if no unit was written
   bool flag = false;
-  double value = -1.0;         ///< number in base units; row of the mnemonic; length of the data; -1 for a string
+  double value = -1.0;         ///< number in base units; row of the word; length of the data; -1 for a string
   std::string text;            ///< of a string, without its quotes
   const char* data = nullptr;  ///< first byte of block data, inside the command's text
 };

@@ -8,6 +8,7 @@
 
 #include "scpi_zlt/helpers.h"
 #include "scpi_zlt/lookups.h"
+#include "scpi_zlt/scpi_errors.h"
 
 #include "src/Device.h"
 #include "src/Device/Exchange.h"
@@ -23,8 +24,6 @@ constexpr short kExecutionErrorBit = 4;
 constexpr short kCommandErrorBit = 5;
 constexpr short kOutputOnBit = 7;
 
-constexpr int kResponseTimeOut = -365;
-constexpr int kSystemError = -310;
 constexpr int kResponseCut = 223;
 /// How long "*STB?" may wait for its turn, so that it answers within a reader's second also while a poll waits for its
 /// trigger.
@@ -146,7 +145,7 @@ int CDevice::SCPI_STB() {
 int CDevice::WaitOPC(int milliseconds) {
   if (m_opc_event == nullptr) return 0;
   const int wait = milliseconds < 0 ? m_opc_wait : milliseconds;
-  return neosmart::WaitForEvent(m_opc_event, static_cast<std::uint64_t>(wait)) == 0 ? 0 : kResponseTimeOut;
+  return neosmart::WaitForEvent(m_opc_event, static_cast<std::uint64_t>(wait)) == 0 ? 0 : scpi_error::kTimeOutError;
 }
 
 int CDevice::HW_GetRFButtonState(bool* on) {
@@ -225,13 +224,13 @@ int CDevice::GetERGState(bool& locked) {
 }
 
 int CDevice::SendEnum(const sFunctionCallInfo& info, int value, int descriptor) {
-  if (descriptor < 0 || descriptor >= info.count) return kSystemError;
+  if (descriptor < 0 || descriptor >= info.count) return scpi_error::kSystemError;
   const sFParam& parameter = info.parameters[descriptor];
-  if (parameter.kind != 3 && parameter.kind != 4) return kSystemError;
-  if (value < 0 || value >= parameter.mnemonic_count) return kSystemError;
+  if (parameter.kind != kKindCharacter && parameter.kind != kKindNumeric) return scpi_error::kSystemError;
+  if (value < 0 || value >= parameter.mnemonic_count) return scpi_error::kSystemError;
   const sMnemonicRow& row = parameter.mnemonics[value];
   std::string word = row.name;
-  const int capitals = row.short_length == -1 ? static_cast<int>(word.size()) : row.short_length;
+  const int capitals = row.short_length == kNoShortForm ? static_cast<int>(word.size()) : row.short_length;
   ToUpper(word.data(), capitals);
   SendResponse(word.data(), static_cast<int>(word.size()));
   return 0;

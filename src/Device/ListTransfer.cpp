@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr int kListsDiffer = -226;
 constexpr int kDefaultListPoints = 101;
 
 /// How a list goes on the wire.
@@ -48,7 +47,7 @@ int CDevice::CheckListSize(EMode frequency_mode, EMode power_mode) const {
   if (frequency_mode == kModeList && power_mode == kModeList) {
     fits = frequencies == powers || frequencies == 1 || powers == 1;
   }
-  return fits ? 0 : kListsDiffer;
+  return fits ? 0 : scpi_error::kListsNotSameLength;
 }
 
 int CDevice::GetFreqListPointsCnt(ETDDefaultType def) const {

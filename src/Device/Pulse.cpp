@@ -11,9 +11,6 @@
 
 namespace {
 
-constexpr int kParameterNotAllowed = -108;
-constexpr int kIllegalParameterValue = -224;
-
 constexpr int kModeOff = 0;
 constexpr int kModePulse = 2;
 constexpr int kSourceInternal = 0;
@@ -88,7 +85,7 @@ int CDevice::HW_SetModulationPulse(int mode, int& source, double* widths, double
 }
 
 int CDevice::PulseGeneratorConfigure(double& width) {
-  if (width < 0.0) return kIllegalParameterValue;
+  if (width < 0.0) return scpi_error::kIllegalParameterValue;
   m_settings.pulse_width = width;
   double gap = m_settings.pulse_period - width;
   if (gap < 0.0) gap = 0.0;
@@ -104,7 +101,7 @@ int CDevice::PulseGeneratorConfigure(double& width) {
 
 int CDevice::PacketGeneratorConfigure() {
   // Callers rely on this refusal: the count of pulses stays 0, so no train ever starts.
-  if (m_settings.train_pulse_count == 0) return kIllegalParameterValue;
+  if (m_settings.train_pulse_count == 0) return scpi_error::kIllegalParameterValue;
   CancelIfSweeping();
   ExpandTrain();
   const int count = std::min(m_settings.train_pulse_count, static_cast<int>(m_settings.train_widths.size()));
@@ -161,7 +158,7 @@ int CDevice::ReapplyModulation() {
 }
 
 int CDevice::GetModulationEnabled(bool& on) const {
-  if (!m_settings.modulation_available) return kParameterNotAllowed;
+  if (!m_settings.modulation_available) return scpi_error::kParameterNotAllowed;
   on = m_settings.modulation_enabled;
   return 0;
 }
@@ -192,13 +189,13 @@ int CDevice::SetModulationPolarity(bool inverted) {
 }
 
 int CDevice::GetModulationPolarity(bool& inverted) const {
-  if (!m_settings.modulation_available) return kParameterNotAllowed;
+  if (!m_settings.modulation_available) return scpi_error::kParameterNotAllowed;
   inverted = m_settings.modulation_polarity;
   return 0;
 }
 
 int CDevice::SetPulseGeneratorWidth(double width, ETDDefaultType def) {
-  if (width < 0.0) return kIllegalParameterValue;
+  if (width < 0.0) return scpi_error::kIllegalParameterValue;
   m_settings.pulse_width = PickLimit(width, def, m_limits.min_pulse_width, m_limits.max_pulse_width);
   return Folded(ReapplyModulation());
 }
@@ -209,7 +206,7 @@ int CDevice::GetPulseGeneratorWidth(double& width, ETDDefaultType def) const {
 }
 
 int CDevice::SetPulseGeneratorPeriod(double period, ETDDefaultType def) {
-  if (period < 0.0) return kIllegalParameterValue;
+  if (period < 0.0) return scpi_error::kIllegalParameterValue;
   m_settings.pulse_period = PickLimit(period, def, m_limits.min_pulse_period, m_limits.max_pulse_period);
   return Folded(ReapplyModulation());
 }

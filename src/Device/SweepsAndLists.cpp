@@ -6,17 +6,13 @@
 
 #include "src/Device/Fields.h"
 
-namespace {
-
-constexpr int kDataOutOfRange = -222;
-
-}  // namespace
+namespace {}  // namespace
 
 int CDevice::SetFreqList(std::vector<double> list) {
   // Callers rely on a refused list leaving zeros, as many as it had points.
   m_frequency_list.assign(list.size(), 0.0);
   for (const double point : list) {
-    if (!(m_working_low_frequency <= point && point <= m_working_high_frequency)) return kDataOutOfRange;
+    if (!(m_working_low_frequency <= point && point <= m_working_high_frequency)) return scpi_error::kDataOutOfRange;
   }
   std::ranges::copy(list, m_frequency_list.begin());
   const int status = HW_SendList(kFrequencyList);

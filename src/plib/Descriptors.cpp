@@ -93,56 +93,54 @@ const sMnemonicRow AMCouplingValues[] = {
     {"ground", -1, 3},
 };
 
-// Kind (3 a mnemonic, 4 a number or a mnemonic, 5 a list of numbers), mnemonics, units, flags (2 takes the mnemonics, 4
-// may be left out; nothing reads 1 and 8).
 // clang-format off
-const sFParam OneBoolean        = {3, Booleans, 4,         nullptr, 0,   1};
-const sFParam ALCStateParams    = {3, Booleans, 4,         nullptr, 0,   5};
-const sFParam OneNumeric        = {4, MinMaxDef, 3,        nullptr, 0,   10};
-const sFParam FreqParams        = {4, MinMaxDef, 3,        Units_Hz, 4,  3};
-const sFParam PowerLevelParams  = {4, MinMaxDef, 3,        Units_dBm, 1, 3};
-const sFParam PowerSpanParams   = {4, MinMaxDef, 3,        Units_dB, 1,  3};
-const sFParam AttenuationParams = {4, MinMaxDef, 3,        Units_dB, 1,  3};
-const sFParam TimeParams        = {4, MinMaxDef, 3,        Units_s, 4,   3};
-const sFParam SweepStepParams   = {4, MinMaxDef, 3,        nullptr, 0,   3};
-const sFParam SweepPointsParams = {4, MinMaxDef, 3,        nullptr, 0,   3};
-const sFParam DegreeParams      = {4, MinMaxDef, 3,        nullptr, 0,   3};
-const sFParam AMDepthParams     = {4, MinMaxDef, 3,        nullptr, 0,   1};
-const sFParam FreqListParams    = {5, nullptr, 0,          Units_Hz, 4,  1};
-const sFParam PowerListParams   = {5, nullptr, 0,          Units_dBm, 1, 1};
-const sFParam PMListTimeParams  = {5, nullptr, 0,          Units_s, 4,   3};
-const sFParam PMListParams      = {5, nullptr, 0,          nullptr, 0,   3};
-const sFParam UnitParams        = {3, PowerUnits, 2,       nullptr, 0,   1};
-const sFParam FreqModeParams    = {3, Modes, 4,            nullptr, 0,   1};
-const sFParam PowerModeParams   = {3, Modes, 4,            nullptr, 0,   1};
-const sFParam FreqSpacingParams = {3, FreqSpacing, 2,      nullptr, 0,   3};
-const sFParam AttModeParams     = {3, AttModes, 4,         nullptr, 0,   3};
-const sFParam ListModeParams    = {3, ListMode, 2,         nullptr, 0,   3};
-const sFParam SourceParams      = {3, SourceValues, 2,     nullptr, 0,   1};
-const sFParam TrigSourceParams  = {3, TriggerSources, 3,   nullptr, 0,   1};
-const sFParam PosNegParams      = {3, TriggerSlope, 2,     nullptr, 0,   1};
-const sFParam TrigIntParams     = {3, TriggerInt, 6,       nullptr, 0,   1};
-const sFParam PMTypesParams     = {3, PMTypes, 3,          nullptr, 0,   1};
-const sFParam PMModeParams      = {3, PMModes, 2,          nullptr, 0,   1};
-const sFParam PMPolarityParams  = {3, PMPolarityState, 2,  nullptr, 0,   1};
-const sFParam AMCouplingParams  = {3, AMCouplingValues, 3, nullptr, 0,   1};
+const sFParam OneBoolean        = {kKindCharacter,   Booleans, 4,         nullptr, 0,   kForSet};
+const sFParam ALCStateParams    = {kKindCharacter,   Booleans, 4,         nullptr, 0,   kForSet | kMayBeLeftOut};
+const sFParam OneNumeric        = {kKindNumeric,     MinMaxDef, 3,        nullptr, 0,   kTakesWords | kForQuery};
+const sFParam FreqParams        = {kKindNumeric,     MinMaxDef, 3,        Units_Hz, 4,  kForSet | kTakesWords};
+const sFParam PowerLevelParams  = {kKindNumeric,     MinMaxDef, 3,        Units_dBm, 1, kForSet | kTakesWords};
+const sFParam PowerSpanParams   = {kKindNumeric,     MinMaxDef, 3,        Units_dB, 1,  kForSet | kTakesWords};
+const sFParam AttenuationParams = {kKindNumeric,     MinMaxDef, 3,        Units_dB, 1,  kForSet | kTakesWords};
+const sFParam TimeParams        = {kKindNumeric,     MinMaxDef, 3,        Units_s, 4,   kForSet | kTakesWords};
+const sFParam SweepStepParams   = {kKindNumeric,     MinMaxDef, 3,        nullptr, 0,   kForSet | kTakesWords};
+const sFParam SweepPointsParams = {kKindNumeric,     MinMaxDef, 3,        nullptr, 0,   kForSet | kTakesWords};
+const sFParam DegreeParams      = {kKindNumeric,     MinMaxDef, 3,        nullptr, 0,   kForSet | kTakesWords};
+const sFParam AMDepthParams     = {kKindNumeric,     MinMaxDef, 3,        nullptr, 0,   kForSet};
+const sFParam FreqListParams    = {kKindNumericList, nullptr, 0,          Units_Hz, 4,  kForSet};
+const sFParam PowerListParams   = {kKindNumericList, nullptr, 0,          Units_dBm, 1, kForSet};
+const sFParam PMListTimeParams  = {kKindNumericList, nullptr, 0,          Units_s, 4,   kForSet | kTakesWords};
+const sFParam PMListParams      = {kKindNumericList, nullptr, 0,          nullptr, 0,   kForSet | kTakesWords};
+const sFParam UnitParams        = {kKindCharacter,   PowerUnits, 2,       nullptr, 0,   kForSet};
+const sFParam FreqModeParams    = {kKindCharacter,   Modes, 4,            nullptr, 0,   kForSet};
+const sFParam PowerModeParams   = {kKindCharacter,   Modes, 4,            nullptr, 0,   kForSet};
+const sFParam FreqSpacingParams = {kKindCharacter,   FreqSpacing, 2,      nullptr, 0,   kForSet | kTakesWords};
+const sFParam AttModeParams     = {kKindCharacter,   AttModes, 4,         nullptr, 0,   kForSet | kTakesWords};
+const sFParam ListModeParams    = {kKindCharacter,   ListMode, 2,         nullptr, 0,   kForSet | kTakesWords};
+const sFParam SourceParams      = {kKindCharacter,   SourceValues, 2,     nullptr, 0,   kForSet};
+const sFParam TrigSourceParams  = {kKindCharacter,   TriggerSources, 3,   nullptr, 0,   kForSet};
+const sFParam PosNegParams      = {kKindCharacter,   TriggerSlope, 2,     nullptr, 0,   kForSet};
+const sFParam TrigIntParams     = {kKindCharacter,   TriggerInt, 6,       nullptr, 0,   kForSet};
+const sFParam PMTypesParams     = {kKindCharacter,   PMTypes, 3,          nullptr, 0,   kForSet};
+const sFParam PMModeParams      = {kKindCharacter,   PMModes, 2,          nullptr, 0,   kForSet};
+const sFParam PMPolarityParams  = {kKindCharacter,   PMPolarityState, 2,  nullptr, 0,   kForSet};
+const sFParam AMCouplingParams  = {kKindCharacter,   AMCouplingValues, 3, nullptr, 0,   kForSet};
 
 // clang-format on
 
-const sFunctionCallInfo SCPI_SOUR_FREQ_MODE_F = {kBoth, &FreqModeParams, 1};
-const sFunctionCallInfo SCPI_SOUR_SWE_SPAC_F = {kBoth, &FreqSpacingParams, 1};
-const sFunctionCallInfo SCPI_OUTP_STAT_F = {kBoth, &OneBoolean, 1};
-const sFunctionCallInfo SCPI_SOUR_POW_MODE_F = {kBoth, &PowerModeParams, 1};
-const sFunctionCallInfo SCPI_SOUR_POW_ATT_MODE_F = {kBoth, &AttModeParams, 1};
-const sFunctionCallInfo SCPI_SOUR_POW_CONT_F = {kBoth, &SourceParams, 1};
-const sFunctionCallInfo SCPI_SOUR_ROSC_SOUR_F = {kBoth, &SourceParams, 1};
-const sFunctionCallInfo SCPI_TRIG_SEQ_SOUR_F = {kBoth, &TrigSourceParams, 1};
-const sFunctionCallInfo SCPI_TRIG_SEQ_SLOP_F = {kBoth, &PosNegParams, 1};
-const sFunctionCallInfo SCPI_TRIG_AUX_INT_F = {kBoth, &TrigIntParams, 1};
-const sFunctionCallInfo SCPI_TRIG_AUX_OPOL_F = {kBoth, &PosNegParams, 1};
-const sFunctionCallInfo SCPI_SOUR_LIST_MODE_F = {kBoth, &ListModeParams, 1};
-const sFunctionCallInfo SCPI_SOUR_PULM_POL_F = {kBoth, &PMPolarityParams, 1};
-const sFunctionCallInfo SCPI_SOUR_PULM_SOUR_F = {kBoth, &SourceParams, 1};
-const sFunctionCallInfo SCPI_SOUR_PULM_SOUR_INT_F = {kBoth, &PMTypesParams, 1};
+const sFunctionCallInfo SCPI_SOUR_FREQ_MODE_F = {kBothForms, &FreqModeParams, 1};
+const sFunctionCallInfo SCPI_SOUR_SWE_SPAC_F = {kBothForms, &FreqSpacingParams, 1};
+const sFunctionCallInfo SCPI_OUTP_STAT_F = {kBothForms, &OneBoolean, 1};
+const sFunctionCallInfo SCPI_SOUR_POW_MODE_F = {kBothForms, &PowerModeParams, 1};
+const sFunctionCallInfo SCPI_SOUR_POW_ATT_MODE_F = {kBothForms, &AttModeParams, 1};
+const sFunctionCallInfo SCPI_SOUR_POW_CONT_F = {kBothForms, &SourceParams, 1};
+const sFunctionCallInfo SCPI_SOUR_ROSC_SOUR_F = {kBothForms, &SourceParams, 1};
+const sFunctionCallInfo SCPI_TRIG_SEQ_SOUR_F = {kBothForms, &TrigSourceParams, 1};
+const sFunctionCallInfo SCPI_TRIG_SEQ_SLOP_F = {kBothForms, &PosNegParams, 1};
+const sFunctionCallInfo SCPI_TRIG_AUX_INT_F = {kBothForms, &TrigIntParams, 1};
+const sFunctionCallInfo SCPI_TRIG_AUX_OPOL_F = {kBothForms, &PosNegParams, 1};
+const sFunctionCallInfo SCPI_SOUR_LIST_MODE_F = {kBothForms, &ListModeParams, 1};
+const sFunctionCallInfo SCPI_SOUR_PULM_POL_F = {kBothForms, &PMPolarityParams, 1};
+const sFunctionCallInfo SCPI_SOUR_PULM_SOUR_F = {kBothForms, &SourceParams, 1};
+const sFunctionCallInfo SCPI_SOUR_PULM_SOUR_INT_F = {kBothForms, &PMTypesParams, 1};
 
 }  // namespace scpi_lib

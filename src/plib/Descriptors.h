@@ -6,11 +6,6 @@
 
 namespace scpi_lib {
 
-/// Which forms a command has: query, set, or both.
-inline constexpr unsigned char kQuery = 1;
-inline constexpr unsigned char kSet = 2;
-inline constexpr unsigned char kBoth = 3;
-
 extern const sMnemonicRow Booleans[4];
 extern const sMnemonicRow PowerUnits[2];
 

@@ -28,7 +28,7 @@ ETDDefaultType DefaultType(const Parameters& parameters) {
 int CheckRange(CDevice& device, double value, double low, double high, short questionable_bit) {
   if (low <= value && value <= high) return 0;
   device.StatusRegisters().SetRegBit(1, questionable_bit, false);
-  return kDataOutOfRange;
+  return scpi_error::kDataOutOfRange;
 }
 
 std::vector<double> Values(const Parameters& parameters) {

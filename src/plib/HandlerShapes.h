@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "scpi_zlt/lookups.h"
+#include "scpi_zlt/scpi_errors.h"
 
 #include "scpi_core/types.h"
 #include "src/Device.h"
@@ -15,19 +16,6 @@
 namespace scpi_lib {
 
 using Parameters = std::vector<sParamInfo>;
-
-// SCPI error numbers that handlers return by themselves.
-inline constexpr int kParameterNotAllowed = -108;
-inline constexpr int kMissingParameter = -109;
-inline constexpr int kUndefinedHeader = -113;
-inline constexpr int kTriggerIgnored = -211;
-inline constexpr int kInitiationIgnored = -213;
-inline constexpr int kDataOutOfRange = -222;
-inline constexpr int kIllegalParameterValue = -224;
-inline constexpr int kTimeOut = -365;
-
-/// Type of a parameter that came as a mnemonic.
-inline constexpr int kMnemonicParameter = 3;
 
 inline CDevice& Device(void* device) {
   return *static_cast<CDevice*>(device);
@@ -53,7 +41,7 @@ int SendText(CDevice& device, std::string_view text);
 int SendNumber(CDevice& device, double value);
 
 inline bool IsKeyword(const sParamInfo& parameter) {
-  return parameter.type == kMnemonicParameter;
+  return parameter.type == kParamCharacter;
 }
 
 /// The number of a mnemonic.

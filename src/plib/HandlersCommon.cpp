@@ -18,29 +18,29 @@ int SCPI_IDN(Parameters, bool, void* device, sComErrorInfo* error) {
 }
 
 int SCPI_OPC(Parameters, bool query, void* device, sComErrorInfo*) {
-  if (!query) return kUndefinedHeader;
+  if (!query) return scpi_error::kUndefinedHeader;
   CDevice& generator = Device(device);
   while (generator.WaitOPC(-1) != 0) {
-    if (generator.ThreadShouldStop()) return kTimeOut;
+    if (generator.ThreadShouldStop()) return scpi_error::kTimeOutError;
   }
   return SendText(generator, "+1");
 }
 
 int SCPI_CLS(Parameters, bool query, void* device, sComErrorInfo*) {
-  return query ? kParameterNotAllowed : Device(device).SCPI_CLS();
+  return query ? scpi_error::kParameterNotAllowed : Device(device).SCPI_CLS();
 }
 
 int SCPI_SYST_VERS(Parameters, bool query, void* device, sComErrorInfo*) {
-  return query ? Device(device).SCPI_SYST_VERS() : kUndefinedHeader;
+  return query ? Device(device).SCPI_SYST_VERS() : scpi_error::kUndefinedHeader;
 }
 
 // Callers rely on the raw device status that a failed register query puts into the error queue, here and in SCPI_ESR.
 int SCPI_STB(Parameters, bool query, void* device, sComErrorInfo*) {
-  return query ? Device(device).SCPI_STB() : kUndefinedHeader;
+  return query ? Device(device).SCPI_STB() : scpi_error::kUndefinedHeader;
 }
 
 int SCPI_ESR(Parameters, bool query, void* device, sComErrorInfo*) {
-  if (!query) return kUndefinedHeader;
+  if (!query) return scpi_error::kUndefinedHeader;
   CDevice& generator = Device(device);
   int value = 0;
   const int status = generator.SCPI_ESR(value);
@@ -50,15 +50,15 @@ int SCPI_ESR(Parameters, bool query, void* device, sComErrorInfo*) {
 }
 
 int SCPI_SYST_ERR(Parameters, bool query, void* device, sComErrorInfo*) {
-  return query ? Device(device).SCPI_SYST_ERR() : kUndefinedHeader;
+  return query ? Device(device).SCPI_SYST_ERR() : scpi_error::kUndefinedHeader;
 }
 
 int SCPI_SYST_ERR_COUN(Parameters, bool query, void* device, sComErrorInfo*) {
-  return query ? SendNumber(Device(device), Device(device).GetErrCount()) : kUndefinedHeader;
+  return query ? SendNumber(Device(device), Device(device).GetErrCount()) : scpi_error::kUndefinedHeader;
 }
 
 int SCPI_RST(Parameters, bool query, void* device, sComErrorInfo* error) {
-  if (query) return kUndefinedHeader;
+  if (query) return scpi_error::kUndefinedHeader;
   return Guarded(device, error, [](CDevice& generator) {
     generator.Reset();  // its result is dropped: a reset on a lost link is no error
     return 0;

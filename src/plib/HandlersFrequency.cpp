@@ -128,7 +128,7 @@ int SCPI_SOUR_ROSC_SOUR(Parameters parameters, bool query, void* device, sComErr
       return generator.SendEnum(SCPI_SOUR_ROSC_SOUR_F, external, 0);
     }
     const int index = Index(parameters.front());
-    if (index > 2) return kDataOutOfRange;
+    if (index > 2) return scpi_error::kDataOutOfRange;
     return Finish(generator.SetExtRefGenState(index != 0), device, error);
   });
 }

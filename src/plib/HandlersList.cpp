@@ -12,7 +12,7 @@ namespace {
 int PointList(const Parameters& parameters, bool query, void* device, sComErrorInfo* error,
               int (CDevice::*setter)(std::vector<double>)) {
   return Guarded(device, error, [&](CDevice& generator) {
-    if (query) return kUndefinedHeader;
+    if (query) return scpi_error::kUndefinedHeader;
     return Finish((generator.*setter)(Values(parameters)), device, error);
   });
 }
@@ -20,7 +20,7 @@ int PointList(const Parameters& parameters, bool query, void* device, sComErrorI
 int PointCount(const Parameters& parameters, bool query, void* device, sComErrorInfo* error,
                int (CDevice::*getter)(ETDDefaultType) const) {
   return Guarded(device, error, [&](CDevice& generator) {
-    if (!query) return kUndefinedHeader;
+    if (!query) return scpi_error::kUndefinedHeader;
     return SendNumber(generator, (generator.*getter)(DefaultType(parameters)));
   });
 }
@@ -45,7 +45,7 @@ int SCPI_SOUR_LIST_POW_POIN(Parameters parameters, bool query, void* device, sCo
 
 int SCPI_SOUR_LIST_DWEL_POIN(Parameters, bool query, void*, sComErrorInfo*) {
   // A dwell list has no length of its own: the query succeeds without text.
-  return query ? 0 : kUndefinedHeader;
+  return query ? 0 : scpi_error::kUndefinedHeader;
 }
 
 int SCPI_SOUR_LIST_DWEL(Parameters parameters, bool query, void* device, sComErrorInfo* error) {

@@ -57,7 +57,8 @@ int SCPI_SOUR_POW_MODE(Parameters parameters, bool query, void* device, sComErro
   return Guarded(device, error, [&](CDevice& generator) {
     if (query) return generator.SendEnum(SCPI_SOUR_POW_MODE_F, generator.GetPwrMode(), 0);
     const int index = Index(parameters.front());
-    if (index == 0) return kParameterNotAllowed;  // callers rely on "cw" being refused here, unlike the frequency mode
+    if (index == 0)
+      return scpi_error::kParameterNotAllowed;  // callers rely on "cw" being refused here, unlike the frequency mode
     generator.SetPwrMode(static_cast<EMode>(index));
     return 0;
   });
@@ -67,18 +68,18 @@ int SCPI_SOUR_POW_ALC(Parameters parameters, bool query, void* device, sComError
   return Guarded(device, error, [&](CDevice& generator) {
     if (query) return SendText(generator, "on");
     // Only the word "OFF" has the number 0; the texts "0" and "1" change nothing.
-    return !parameters.empty() && parameters.front().value == 0.0 ? kIllegalParameterValue : 0;
+    return !parameters.empty() && parameters.front().value == 0.0 ? scpi_error::kIllegalParameterValue : 0;
   });
 }
 
 int SCPI_SOUR_POW_ATT_AUTO(Parameters, bool query, void* device, sComErrorInfo* error) {
   return Guarded(device, error,
-                 [&](CDevice& generator) { return query ? SendText(generator, "off") : kUndefinedHeader; });
+                 [&](CDevice& generator) { return query ? SendText(generator, "off") : scpi_error::kUndefinedHeader; });
 }
 
 int SCPI_SOUR_POW_ATT(Parameters, bool query, void* device, sComErrorInfo*) {
   // Callers rely on the entry 1,"" that the count of characters leaves in the error queue.
-  return query ? Device(device).SendResponse("0", 1) : kUndefinedHeader;
+  return query ? Device(device).SendResponse("0", 1) : scpi_error::kUndefinedHeader;
 }
 
 int SCPI_SOUR_POW_ATT_MODE(Parameters parameters, bool query, void* device, sComErrorInfo* error) {

@@ -65,7 +65,7 @@ int Train(const Parameters& parameters, bool query, void* device, sComErrorInfo*
       return SendText(generator, text);
     }
     const bool was_on = IsModulating(generator);
-    if (parameters.empty()) return kMissingParameter;
+    if (parameters.empty()) return scpi_error::kMissingParameter;
     std::vector<double> values = Values(parameters);
     if (was_on) {
       if (const int failed = Finish(generator.SetModulationEnabled(false), device, error)) return failed;
@@ -145,22 +145,22 @@ int SCPI_SOUR_PULM_INT_TRA_REP(Parameters parameters, bool query, void* device, 
 // The instrument has no amplitude modulation and no pulse mode; their words are known, their parameters are checked,
 // and then the header counts as undefined, in query and set form alike.
 int SCPI_SOUR_PULM_MODE(Parameters, bool, void*, sComErrorInfo*) {
-  return kUndefinedHeader;
+  return scpi_error::kUndefinedHeader;
 }
 int SCPI_SOUR_AM_DEPT(Parameters, bool, void*, sComErrorInfo*) {
-  return kUndefinedHeader;
+  return scpi_error::kUndefinedHeader;
 }
 int SCPI_SOUR_AM_EXT_COUP(Parameters, bool, void*, sComErrorInfo*) {
-  return kUndefinedHeader;
+  return scpi_error::kUndefinedHeader;
 }
 int SCPI_SOUR_AM_INT_FREQ(Parameters, bool, void*, sComErrorInfo*) {
-  return kUndefinedHeader;
+  return scpi_error::kUndefinedHeader;
 }
 int SCPI_SOUR_AM_SOUR(Parameters, bool, void*, sComErrorInfo*) {
-  return kUndefinedHeader;
+  return scpi_error::kUndefinedHeader;
 }
 int SCPI_SOUR_AM_STAT(Parameters, bool, void*, sComErrorInfo*) {
-  return kUndefinedHeader;
+  return scpi_error::kUndefinedHeader;
 }
 
 }  // namespace scpi_lib

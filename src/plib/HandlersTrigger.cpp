@@ -101,8 +101,8 @@ int SCPI_INIT_CONT_ALL(Parameters parameters, bool query, void* device, sComErro
 
 int SCPI_INIT_IMM_ALL(Parameters, bool query, void* device, sComErrorInfo* error) {
   return Guarded(device, error, [&](CDevice& generator) {
-    if (query) return kParameterNotAllowed;
-    if (generator.GetInitContinuous()) return kInitiationIgnored;
+    if (query) return scpi_error::kParameterNotAllowed;
+    if (generator.GetInitContinuous()) return scpi_error::kInitIgnored;
     int status = generator.Stop();
     if (CheckErr(status, device, error)) return status;
     return Finish(generator.Start(1), device, error);
@@ -111,8 +111,8 @@ int SCPI_INIT_IMM_ALL(Parameters, bool query, void* device, sComErrorInfo* error
 
 int SCPI_TRIG_SEQ_IMM(Parameters, bool query, void* device, sComErrorInfo* error) {
   return Guarded(device, error, [&](CDevice& generator) {
-    if (query) return kParameterNotAllowed;
-    if (generator.GetInitContinuous()) return kTriggerIgnored;
+    if (query) return scpi_error::kParameterNotAllowed;
+    if (generator.GetInitContinuous()) return scpi_error::kTriggerIgnored;
     return Finish(generator.SendSoftwareTrigger(), device, error);
   });
 }

@@ -45,10 +45,13 @@ int Set(Parameters, bool, void*, sComErrorInfo*) {
 }
 
 const sCommandTreeNode kRows[] = {
-    {"idn", -1, 0, -1, false, 1, Idn, {1, nullptr, 0}},  {"long", -1, 0, 1, false, 1, Long, {1, nullptr, 0}},
-    {"big", -1, 0, 2, false, 1, Big, {1, nullptr, 0}},   {"hold", -1, 0, 3, false, 1, Hold, {2, nullptr, 0}},
-    {"boom", -1, 0, 4, false, 1, Boom, {3, nullptr, 0}}, {"set", -1, 0, 5, false, 1, Set, {2, nullptr, 0}},
-    {"wide", -1, 0, 6, false, 1, Wide, {1, nullptr, 0}},
+    {"idn", -1, 0, -1, false, 1, Idn, {kQueryForm, nullptr, 0}},
+    {"long", -1, 0, 1, false, 1, Long, {kQueryForm, nullptr, 0}},
+    {"big", -1, 0, 2, false, 1, Big, {kQueryForm, nullptr, 0}},
+    {"hold", -1, 0, 3, false, 1, Hold, {kSetForm, nullptr, 0}},
+    {"boom", -1, 0, 4, false, 1, Boom, {kBothForms, nullptr, 0}},
+    {"set", -1, 0, 5, false, 1, Set, {kSetForm, nullptr, 0}},
+    {"wide", -1, 0, 6, false, 1, Wide, {kQueryForm, nullptr, 0}},
 };
 
 }  // namespace

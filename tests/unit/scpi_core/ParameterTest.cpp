@@ -10,7 +10,7 @@
 
 namespace {
 
-const sFParam kBare = {4, nullptr, 0, nullptr, 0, 1};
+const sFParam kBare = {kKindNumeric, nullptr, 0, nullptr, 0, kForSet};
 
 TEST(Numbers, NeverReadPastTheToken) {
   const std::string text = "1234567";
@@ -42,7 +42,7 @@ TEST(Numbers, AgreeWithStrtod) {
 
 TEST(Numbers, LastMatchingMnemonicWins) {
   const sMnemonicRow words[] = {{"maximum", 0, 3}, {"max", 0, -1}, {"minimum", 0, 3}};
-  const sFParam parameter = {4, words, 3, nullptr, 0, 3};
+  const sFParam parameter = {kKindNumeric, words, 3, nullptr, 0, kForSet | kTakesWords};
   sNumValue number;
   EXPECT_EQ(GetNumValue("MAX", 3, parameter, number), 0);
   EXPECT_TRUE(number.mnemonic);

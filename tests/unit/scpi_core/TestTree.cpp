@@ -17,10 +17,10 @@ int Record(const char* name, const std::vector<sParamInfo>& parameters, bool que
   Talk& talk = *static_cast<Talk*>(device);
   std::string values;
   for (const sParamInfo& parameter : parameters) {
-    values +=
-        (values.empty() ? "" : ",") + (parameter.type == 3 ? "w" + Number(parameter.value) : Number(parameter.value));
-    if (parameter.type == 6) values += "'" + parameter.text + "'";
-    if (parameter.type == 7) values += "b";
+    values += (values.empty() ? "" : ",") +
+              (parameter.type == kParamCharacter ? "w" + Number(parameter.value) : Number(parameter.value));
+    if (parameter.type == kParamString) values += "'" + parameter.text + "'";
+    if (parameter.type == kParamBlock) values += "b";
   }
   talk.calls += (talk.calls.empty() ? "" : " ") + std::string(name) + (query ? "?" : "") + "(" + values + ")";
   if (talk.detail.code != 0) *error = talk.detail;
@@ -58,40 +58,45 @@ const sMnemonicRow kWords[] = {{"minimum", 0, 3}, {"maximum", 0, 3}, {"default",
 const sMnemonicRow kBooleans[] = {{"off", -1, -1}, {"on", -1, -1}, {"0", -1, -1}, {"1", -1, -1}};
 const sMnemonicRow kModes[] = {{"cw", -1, -1}, {"fixed", -1, 3}, {"sweep", -1, 3}, {"list", -1, -1}};
 const sUnitRow kHertz[] = {{"hz", 1.0}, {"khz", 1e3}, {"mhz", 1e6}, {"ghz", 1e9}};
-const sFParam kFrequency = {4, kWords, 3, kHertz, 4, 3};
-const sFParam kPower = {4, kWords, 3, nullptr, 0, 1};
-const sFParam kBoolean = {3, kBooleans, 4, nullptr, 0, 1};
-const sFParam kMode = {3, kModes, 4, nullptr, 0, 1};
-const sFParam kList = {5, nullptr, 0, kHertz, 4, 1};
-const sFParam kText = {6, nullptr, 0, nullptr, 0, 1};
-const sFParam kBlock = {7, nullptr, 0, nullptr, 0, 1};
+const sFParam kFrequency = {kKindNumeric, kWords, 3, kHertz, 4, kForSet | kTakesWords};
+const sFParam kPower = {kKindNumeric, kWords, 3, nullptr, 0, kForSet};
+const sFParam kBoolean = {kKindCharacter, kBooleans, 4, nullptr, 0, kForSet};
+const sFParam kMode = {kKindCharacter, kModes, 4, nullptr, 0, kForSet};
+const sFParam kList = {kKindNumericList, nullptr, 0, kHertz, 4, kForSet};
+const sFParam kText = {kKindString, nullptr, 0, nullptr, 0, kForSet};
+const sFParam kBlock = {kKindBlock, nullptr, 0, nullptr, 0, kForSet};
 
 const sCommandTreeNode kLevel0[] = {
-    {"system", 4, 0, 0, false, 1, nullptr, {3, nullptr, 0}},
-    {"source", 4, 0, 3, true, 1, nullptr, {3, nullptr, 0}},
-    {"abort", 4, 0, 5, false, 1, ABOR, {2, nullptr, 0}},
-    {"output", 4, 0, 6, false, 1, OUTP, {3, &kBoolean, 1}},
-    {"idn", -1, 0, -1, false, 1, IDN, {1, nullptr, 0}},
-    {"rst", -1, 0, -1, false, 1, RST, {2, nullptr, 0}},
-    {"cls", -1, 0, -1, false, 1, CLS, {2, nullptr, 0}},
-    {"opc", -1, 0, -1, false, 1, OPC, {1, nullptr, 0}},
+    {"system", 4, 0, 0, false, 1, nullptr, {kBothForms, nullptr, 0}},
+    {"source", 4, 0, 3, true, 1, nullptr, {kBothForms, nullptr, 0}},
+    {"abort", 4, 0, 5, false, 1, ABOR, {kSetForm, nullptr, 0}},
+    {"output", 4, 0, 6, false, 1, OUTP, {kBothForms, &kBoolean, 1}},
+    {"idn", -1, 0, -1, false, 1, IDN, {kQueryForm, nullptr, 0}},
+    {"rst", -1, 0, -1, false, 1, RST, {kSetForm, nullptr, 0}},
+    {"cls", -1, 0, -1, false, 1, CLS, {kSetForm, nullptr, 0}},
+    {"opc", -1, 0, -1, false, 1, OPC, {kQueryForm, nullptr, 0}},
     // One header on two rows with other parameters, and nodes with several instances: the real tree has neither.
-    {"twin", -1, 0, 22, false, 1, TWIN, {3, &kMode, 1}},
-    {"twin", -1, 0, 23, false, 1, TWIN, {3, &kPower, 1}},
-    {"marker", 4, 0, 24, false, 9, nullptr, {3, nullptr, 0}},
-    {"text", -1, 0, 20, false, 1, TEXT, {3, &kText, 1}},
-    {"data", -1, 0, 21, false, 1, DATA, {3, &kBlock, 1}},
+    {"twin", -1, 0, 22, false, 1, TWIN, {kBothForms, &kMode, 1}},
+    {"twin", -1, 0, 23, false, 1, TWIN, {kBothForms, &kPower, 1}},
+    {"marker", 4, 0, 24, false, 9, nullptr, {kBothForms, nullptr, 0}},
+    {"text", -1, 0, 20, false, 1, TEXT, {kBothForms, &kText, 1}},
+    {"data", -1, 0, 21, false, 1, DATA, {kBothForms, &kBlock, 1}},
 };
 const sCommandTreeNode kLevel1[] = {
-    {"peak", -1, 24, 30, false, 9, MARK, {3, &kPower, 1}}, {"error", 3, 0, 0, false, 1, ERR, {1, nullptr, 0}},
-    {"count", 4, 0, 1, false, 1, COUN, {1, nullptr, 0}},   {"frequency", 4, 3, 4, false, 1, FREQ, {3, &kFrequency, 1}},
-    {"power", 3, 3, 5, false, 1, POW, {3, &kPower, 1}},    {"list", -1, 3, 8, false, 1, nullptr, {3, nullptr, 0}},
-    {"state", 4, 6, 12, true, 1, OUTP, {3, &kBoolean, 1}},
+    {"peak", -1, 24, 30, false, 9, MARK, {kBothForms, &kPower, 1}},
+    {"error", 3, 0, 0, false, 1, ERR, {kQueryForm, nullptr, 0}},
+    {"count", 4, 0, 1, false, 1, COUN, {kQueryForm, nullptr, 0}},
+    {"frequency", 4, 3, 4, false, 1, FREQ, {kBothForms, &kFrequency, 1}},
+    {"power", 3, 3, 5, false, 1, POW, {kBothForms, &kPower, 1}},
+    {"list", -1, 3, 8, false, 1, nullptr, {kBothForms, nullptr, 0}},
+    {"state", 4, 6, 12, true, 1, OUTP, {kBothForms, &kBoolean, 1}},
 };
 const sCommandTreeNode kLevel2[] = {
-    {"cw", -1, 4, 3, true, 1, FREQ, {3, &kFrequency, 1}},     {"mode", -1, 4, 5, false, 1, MODE, {3, &kMode, 1}},
-    {"start", 4, 4, 6, false, 1, STAR, {3, &kFrequency, 1}},  {"stop", -1, 4, 7, false, 1, STOP, {3, &kFrequency, 1}},
-    {"frequency", 4, 8, 25, false, 1, LFREQ, {3, &kList, 1}},
+    {"cw", -1, 4, 3, true, 1, FREQ, {kBothForms, &kFrequency, 1}},
+    {"mode", -1, 4, 5, false, 1, MODE, {kBothForms, &kMode, 1}},
+    {"start", 4, 4, 6, false, 1, STAR, {kBothForms, &kFrequency, 1}},
+    {"stop", -1, 4, 7, false, 1, STOP, {kBothForms, &kFrequency, 1}},
+    {"frequency", 4, 8, 25, false, 1, LFREQ, {kBothForms, &kList, 1}},
 };
 
 }  // namespace

@@ -230,8 +230,8 @@ TEST(Tokeniser, CommandsOwnAndCopyDeeply) {
   EXPECT_EQ(command->GetChar(1, 0), 'l');
   EXPECT_EQ(command->GetChar(1, 4), '\0');
   EXPECT_EQ(command->GetChar(9, 0), '\0');
-  const sFParam list = {5, nullptr, 0, nullptr, 0, 1};
-  FindParameters({3, &list, 1}, &list, command.get());
+  const sFParam list = {kKindNumericList, nullptr, 0, nullptr, 0, kForSet};
+  FindParameters({kBothForms, &list, 1}, &list, command.get());
   const sCommand copy(*command);
   command.reset();
   EXPECT_EQ(std::string(copy.parameters.at(0).data, 3), "abc");
@@ -253,14 +253,14 @@ TEST(Tokeniser, ShowPrintsACommand) {
   };
   const std::string rule(55, '-');
   const sUnitRow hertz[] = {{"ghz", 1e9}};
-  const sFParam number = {4, nullptr, 0, hertz, 1, 1};
+  const sFParam number = {kKindNumeric, nullptr, 0, hertz, 1, kForSet};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.text);
     std::string text = c.text;
     sCommand* made = nullptr;
     GetCommandInstance(text.data(), static_cast<int>(text.size()), &made);
     const std::unique_ptr<sCommand> command(made);
-    FindParameters({3, &number, 1}, &number, command.get());
+    FindParameters({kBothForms, &number, 1}, &number, command.get());
     EXPECT_EQ(command->error, c.error);
     testing::internal::CaptureStdout();
     Show(*command);
