@@ -1,4 +1,4 @@
-// One parsed SCPI message unit, as the parser sees it (C++ only). For whoever debugs a message: Show prints it.
+// One parsed SCPI message unit, as the parser sees it (C++ only). To debug a message, print it with Show.
 //
 // Tokens are marked by offset and length in one private copy of the text; nothing in it is terminated. An sCommand owns
 // all it points at and copies deeply.

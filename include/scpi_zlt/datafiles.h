@@ -4,9 +4,10 @@
 //   const auto network = scpi_zlt::ReadTouchstone("filter.s2p");
 //   std::cout << std::abs(network.At(0, 2, 1)) << '\n';  // |S21| at the first frequency
 //
-// The functions of matrix.h and touchstone.h keep odd answers that callers rely on (a word ends its line, zero is saved
-// as -200, a falling frequency begins the noise). These do not: what is written reads back to the same numbers, and
-// what is not understood or cannot be written so is refused. Nothing is written when something is refused.
+// The functions of matrix.h and touchstone.h keep odd answers, so that older programs read and write the same files (a
+// word ends its line, zero is saved as -200, a falling frequency begins the noise). These do not: what is written reads
+// back to the same numbers, and what is not understood or cannot be written so is refused. Nothing is written when
+// something is refused.
 //
 // Touchstone files follow Touchstone 1.1: any number of ports, rows that go on over several lines, any reference
 // impedance, S, Y, Z, G and H parameters. Version 2.0 keywords ("[Version] 2.0") are refused.
@@ -48,7 +49,7 @@ class DataFileError : public std::runtime_error {
 struct Matrix {
   std::size_t columns = 0;
   std::vector<double> values;
-  /// Comment lines with their marks ("#", "!" or "["), joined by "\n"; a line without a mark is written behind "# ".
+  /// Comment lines with their marks ("#", "!" or "["), joined by "\n"; a line without a mark is written after "# ".
   std::string comment;
 
   std::size_t Rows() const { return columns != 0 ? values.size() / columns : 0; }
@@ -73,7 +74,7 @@ Matrix ReadMatrix(const std::filesystem::path& file, const MatrixOptions& option
 /// Writes every number with as many digits as it needs to read back the same.
 void WriteMatrix(const std::filesystem::path& file, const Matrix& matrix, const MatrixOptions& options = {});
 
-/// One row of the noise block, as it stands in the file but for the frequency.
+/// One row of the noise block, as in the file, but for the frequency.
 struct NoisePoint {
   double frequency_hz = 0.0;
   double minimum_figure_db = 0.0;
@@ -91,7 +92,7 @@ struct Network {
   /// Per frequency ports x ports values, row by row: S11, S12, ..., S21, S22, ... (files of two ports have S21 first).
   std::vector<std::complex<double>> values;
   std::vector<NoisePoint> noise;  ///< two ports only
-  std::string comment;            ///< lines of their own behind "!", joined by "\n"
+  std::string comment;            ///< lines of their own after "!", joined by "\n"
 
   std::size_t Points() const { return frequency_hz.size(); }
   /// Ports are counted from 1: At(point, 2, 1) is S21.

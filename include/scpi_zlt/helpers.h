@@ -71,7 +71,7 @@ ZLT_API std::size_t strlen(const char* text);
 ZLT_API std::size_t strlen(const wchar_t* text);
 
 /// The value in decimal. `width_hint` is no radix: 16 puts one "0" in front when the number of characters is odd, so
-/// 255 gives "0255". Callers rely on it.
+/// 255 gives "0255". Kept: see "Why odd answers are kept" in docs/architecture.md.
 ZLT_API std::string itos(int value, int width_hint);
 ZLT_API std::wstring itow(int value, int width_hint);
 
@@ -103,7 +103,7 @@ std::basic_string<Char> toupper(std::basic_string<Char> text) {
   return text;
 }
 
-/// A copy in which every occurrence of `what` is replaced, going on behind what was put in. Nothing for an empty
+/// A copy in which every occurrence of `what` is replaced, going on after what was put in. Nothing for an empty
 /// `what`.
 template <class Char>
 std::basic_string<Char> replace(std::basic_string<Char> text, const std::type_identity_t<std::basic_string<Char>>& what,
@@ -124,7 +124,7 @@ std::basic_string<Char> replace(std::basic_string<Char> text, const std::type_id
 /// likes.
 class ZLT_API CLogFile {
  public:
-  /// Opens and empties "/tmp/" + `file_name`, and writes the line that tells date and time of the start.
+  /// Opens and empties "/tmp/" + `file_name`, and writes a line with date and time of the start.
   explicit CLogFile(const char* file_name);
   CLogFile(const CLogFile&) = delete;
   CLogFile& operator=(const CLogFile&) = delete;

@@ -54,17 +54,17 @@ ZLT_API int GetParameterIDByIndex(int row);
 // --------------------------------------------------------------
 //
 // Rows are written like enumerators in source code, "NAME" or "NAME = 20486": the first is number 0, one with "=" has
-// the number behind it, any other the number before plus 1. An empty or null row counts as well. Tables are only
+// the number after it, any other the number before plus 1. An empty or null row counts as well. Tables are only
 // read.
 
 /// Index of the first row with that number; `count` if there is none, 0 for a count below 1.
 ZLT_API int GetEnumIndexByID(const char** names, int count, int id);
 /// That row, whole; null if there is none.
 ZLT_API const char* GetEnumName(const char** names, int count, int id);
-/// What stands in `values` at the index of that row; null if there is none.
+/// The entry of `values` at the index of that row; null if there is none.
 ZLT_API const char* GetEnumValue(const char** names, const char** values, int count, int id);
 ZLT_API const wchar_t* GetEnumValueW(const char** names, const wchar_t** values, int count, int id);
-/// The number of a name, as GetCommandID tells it.
+/// The number of a name, as GetCommandID gives it.
 ZLT_API int GetEnumID(const char** names, int count, const char* text);
 /// The number of a row; -1 for a negative index. There is no upper bound: the caller stays inside the table.
 ZLT_API int GetEnumID(const char** names, int index);
@@ -73,7 +73,7 @@ ZLT_API int GetEnumID(const char** names, int index);
 // ----------------------------------------------------------------------------------------------------
 
 /// Writes the text of a value to `out`, which the caller makes large enough (128 characters do for numbers); with
-/// `terminate` a zero goes behind it. By `type`:
+/// `terminate` a zero goes after it. By `type`:
 ///   0              "0x" and the low 32 bits of the pointer `data` itself, in hexadecimal
 ///   1, 4           `data` points at an int: decimal
 ///   2              at a double: "%.12g", with the decimal point of the current locale

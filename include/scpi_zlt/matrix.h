@@ -5,7 +5,7 @@
 // them side by side, each on its own matrix.
 //
 // Numbers have a decimal point whatever the locale of the process. Comment text is decoded and encoded by the
-// environment's locale; a byte that cannot be decoded stands for the character of the same number, a character that
+// environment's locale; a byte that cannot be decoded is read as the character of the same number, a character that
 // cannot be encoded goes out as "?". File names are converted by the C locale of the process (`setlocale`); a name that
 // does not convert, or has 4096 bytes or more, gives -1.
 //
@@ -51,7 +51,7 @@ class ZLT_API CSimpleMatrix : public ICustomMatrix<double> {
   double GetValue(unsigned int column, unsigned int row) const override;
   void SetValue(unsigned int column, unsigned int row, double value) override;
 
-  /// The values of one column, one behind the other.
+  /// The values of one column, one after the other.
   double* ColumnData(unsigned int column) { return m_columns[column].data(); }
   const double* ColumnData(unsigned int column) const { return m_columns[column].data(); }
 

@@ -8,7 +8,7 @@
 // error, -6 null matrix or (saving) fewer than two columns. No exception leaves these functions.
 //
 // Loading takes one and two ports, one row per line; the reference impedance is not looked at. A frequency that falls
-// begins the noise block, so rows behind a fall never load as data. Saving takes up to four ports, always in Hz and
+// begins the noise block, so rows after a fall never load as data. Saving takes up to four ports, always in Hz and
 // 50 ohm, with 12 digits (13 for the frequency). A pair that is zero or missing is saved as "-200 0" in every format,
 // so in MA and RI it does not come back as zero; NaN is saved as a word, which ends its row on load. In dB a magnitude
 // within about 1e-5 of 1 comes back with fewer than 12 digits of its decibels, so saving it again may differ in the
@@ -16,7 +16,7 @@
 //
 // "!" lines are decoded by the global C++ locale of the program (`std::locale::global`; the classic one when it was
 // never set) and encoded by the environment's: where the two differ, comments beyond ASCII do not come back. A byte
-// that cannot be decoded stands for the character of the same number, a character that cannot be encoded goes out as
+// that cannot be decoded is read as the character of the same number, a character that cannot be encoded goes out as
 // "?".
 #pragma once
 

@@ -5,8 +5,8 @@
 namespace scpi_lib {
 namespace {
 
-constexpr const char* kFrequencyRange = "the instrument's frequency limits";
-constexpr const char* kPowerRange = "the instrument's power limits; always dBm";
+constexpr const char* kFrequencyRange = "the instrument's frequency limits, which a query with MIN or MAX answers";
+constexpr const char* kPowerRange = "the instrument's power limits, always dBm; a query with MIN or MAX answers them";
 constexpr const char* kKeywordSeconds = "not checked; MIN, MAX and DEF count as 0, 1 and 2 s";
 constexpr const char* kQueryOnly = "query";
 constexpr const char* kSetOnly = "set";
@@ -18,26 +18,43 @@ const SCommandSentence kSentences[] = {
      "Maker, model and serial number, from two files of the instrument; a zero byte stands before the line end.", "",
      "", "*IDN?"},
     {SCPI_OPC, "Answers \"+1\" at once, whatever runs: it is no test of completion.", "", "+1", "*OPC?"},
-    {SCPI_RST, "Sends one reset of its command state to the instrument; no setting changes.", "", "", "*RST"},
+    {SCPI_RST, "Sends one reset of its command state to the instrument, which ends a sweep; no setting changes.", "",
+     "", "*RST"},
     {SCPI_CLS, "Empties the error queue and clears all status registers.", "", "", "*CLS"},
     {SCPI_ESR,
-     "The standard event register as a decimal number, cleared by reading; bit 3 is also \"PLL not locked\", "
-     "bit 7 \"RF output active\".",
+     "The standard event register as a decimal number, cleared by reading: 8 device error or synthesizer not locked, "
+     "16 "
+     "execution error, 32 command error, 128 RF is on. From the start of a sweep on, 8 and 128 are those of its "
+     "replies.",
      "", "", "*ESR?"},
-    {SCPI_STB, "The status byte as eight digits 0 or 1, bit 0 first, cleared by reading.", "", "", "*STB?"},
-    {SCPI_SYST_ERR, "The oldest entry of the error queue, and takes it out.", "", "+0,\"No error\"", ":SYST:ERR?"},
+    {SCPI_STB,
+     "The status byte as eight digits 0 or 1, bit 0 first, cleared by reading: the third is 1 after an error, the "
+     "sixth "
+     "while a bit of \"*ESR?\" is set. An empty answer: the link is lost. Takes 400 ms while a sweep runs.",
+     "", "", "*STB?"},
+    {SCPI_SYST_ERR,
+     "The oldest entry of the error queue, and takes it out. Numbers without a text come from the instrument or the "
+     "link: surprises.md has a table.",
+     "", "+0,\"No error\"", ":SYST:ERR?"},
     {SCPI_SYST_ERR_COUN, "How many entries the error queue holds.", "", "0", ":SYST:ERR:COUN?"},
     {SCPI_SYST_VERS, "The SCPI version that this language follows.", "", "\"1999.0\"", ":SYST:VERS?"},
 
     {SCPI_SOUR_FREQ,
-     "The frequency in fixed mode; sent at once there, stored in the other modes. Whole Hz. \"DEF\" means the lower "
+     "The frequency in fixed mode; sent at once there, stored in the other modes. Whole Hz. Right after opening the "
+     "answer is a start value that was not sent. \"DEF\" means the lower "
      "limit, and 0 Hz as long as it is only stored.",
      kFrequencyRange, "the middle of the range", ":FREQ 1.5GHZ"},
     {SCPI_SOUR_FREQ_MODE, "Fixed, sweep or list; a change sends what the mode needs. \"CW\" means fixed.", "", "FIXed",
      ":FREQ:MODE SWE"},
-    {SCPI_SOUR_FREQ_STAR, "Start of the sweep; sent in sweep mode, stored otherwise. \"DEF\" means 0 Hz, unchecked.",
+    {SCPI_SOUR_FREQ_STAR,
+     "Start of the sweep; stored, and in sweep mode sent, which older firmware refuses: write ':FREQ:MODE SWE' after "
+     "it. "
+     "\"DEF\" means 0 Hz, unchecked.",
      kFrequencyRange, "the lower limit", ":FREQ:STAR 1GHZ"},
-    {SCPI_SOUR_FREQ_STOP, "Stop of the sweep; sent in sweep mode, stored otherwise. \"DEF\" means 0 Hz, unchecked.",
+    {SCPI_SOUR_FREQ_STOP,
+     "Stop of the sweep; stored, and in sweep mode sent, which older firmware refuses: write ':FREQ:MODE SWE' after "
+     "it. "
+     "\"DEF\" means 0 Hz, unchecked.",
      kFrequencyRange, "the upper limit", ":FREQ:STOP 2GHZ"},
     {SCPI_SOUR_FREQ_CENT,
      "Centre of the sweep; the span shrinks on both sides where an end would leave the limits. \"DEF\" means 0 Hz, "
@@ -71,12 +88,15 @@ const SCommandSentence kSentences[] = {
     {SCPI_UNIT_POW, "The unit in which power queries answer; settings stay dBm.", "", "DBM", ":UNIT:POW W"},
 
     {SCPI_SOUR_SWE_POIN, "Points of the frequency sweep and of the power sweep. \"DEF\" means the upper limit.",
-     "the instrument's point limits", "501", ":SWE:POIN 11"},
-    {SCPI_SOUR_SWE_STEP, "Step of the frequency sweep in Hz, as a bare number; the points follow from it.",
+     "the instrument's point limits, which a query with MIN or MAX answers", "501", ":SWE:POIN 11"},
+    {SCPI_SOUR_SWE_STEP,
+     "Step of the frequency sweep in Hz, as a bare number without a unit; the points follow from it.",
      "not checked; MIN, MAX and DEF count as 0, 1 and 2 Hz", "0", ":SWE:STEP 1E6"},
     {SCPI_SOUR_SWE_DWEL, "Time at each point.", kKeywordSeconds, "0", ":SWE:DWEL 10MS"},
-    {SCPI_SOUR_SWE_SPAC, "Spacing of the points; a new spacing goes out with the next change of the range.", "",
-     "LINear", ":SWE:SPAC LOG"},
+    {SCPI_SOUR_SWE_SPAC,
+     "Spacing of the points; a new spacing goes out with the next change of the range. The last step of a logarithmic "
+     "sweep is larger than the others.",
+     "", "LINear", ":SWE:SPAC LOG"},
 
     {SCPI_SOUR_LIST_FREQ, "The points of the frequency list, any number of them. No query.",
      "the instrument's frequency limits", "", ":LIST:FREQ 1GHZ,1.5GHZ,3GHZ", kSetOnly},
@@ -90,8 +110,10 @@ const SCommandSentence kSentences[] = {
      "0 to 4 s; MIN, MAX and DEF count as 0, 1 and 2 s", "0", ":LIST:DWEL 0.5"},
     {SCPI_SOUR_LIST_DWEL_POIN, "Answers an empty text: a dwell list has no length of its own.", "", "",
      ":LIST:DWEL:POIN?"},
-    {SCPI_SOUR_LIST_MODE, "Whether points advance by themselves or by a trigger each (needs a trigger source).", "",
-     "AUTO", ":LIST:MODE MAN"},
+    {SCPI_SOUR_LIST_MODE,
+     "Whether points advance by themselves or by an external trigger each. Write ':TRIG:SOUR EXT' first, then "
+     "':LIST:MODE MAN'; with BUS no trigger is waited for.",
+     "", "AUTO", ":LIST:MODE MAN"},
 
     {SCPI_SOUR_PULM_STAT, "Pulse modulation on or off. The text \"1\" means off; say \"ON\".", "", "off",
      ":PULM:STAT ON"},
@@ -111,11 +133,15 @@ const SCommandSentence kSentences[] = {
     {SCPI_SOUR_PULM_MODE, kStub, "", "", ":PULM:MODE FIX", kNoForm},
 
     {SCPI_OUTP_STAT,
-     "The RF output. A refusal by the instrument reaches the error queue; of all set forms only this one reports it.",
+     "The RF output. A refusal by the instrument reaches the error queue; of all set forms only this one reports it, "
+     "and "
+     "the query answers the new state all the same. Off after opening.",
      "", "OFF", ":OUTP ON"},
     {SCPI_INIT_CONT_ALL, "Continuous sweeping: starts polling if a mode sweeps. The text \"1\" means off; say \"ON\".",
      "", "off", ":INIT:CONT ON"},
-    {SCPI_INIT_IMM_ALL, "Runs one sweep; refused (-213) while ':INIT:CONT' is on.", "", "", ":INIT"},
+    {SCPI_INIT_IMM_ALL,
+     "Runs one sweep; refused (-213) while ':INIT:CONT' is on. examples/single_sweep.c waits for its end.", "", "",
+     ":INIT"},
     {SCPI_ABOR,
      "Stops polling; every setting stays, ':INIT:CONT' too: switch that off, or the next sweep setting starts polling "
      "again.",
@@ -125,8 +151,9 @@ const SCommandSentence kSentences[] = {
      "(-211) while ':INIT:CONT' is on.",
      "", "", ":TRIG"},
     {SCPI_TRIG_SEQ_SOUR,
-     "What a point or a sweep waits for. In manual list mode EXT and BUS toggle single stepping each time they are "
-     "written.",
+     "What a point or a sweep waits for. BUS starts at once, as IMM does, but IMM breaks a sweep off after a second. "
+     "In "
+     "manual list mode EXT and BUS toggle single stepping each time they are written.",
      "", "BUS", ":TRIG:SOUR EXT"},
     {SCPI_TRIG_SEQ_SLOP, "The edge of the external trigger.", "", "POSitive", ":TRIG:SLOP NEG"},
     {SCPI_TRIG_AUX_OUTP_ENAB, "The auxiliary output.", "", "OFF", ":TRIG:AUX ON"},
