@@ -107,7 +107,7 @@ std::string Run(const Block& block, int number) {
   std::string wrong;
   for (const std::string& step : block.steps) {
     const std::string trouble = RunStep(session, instrument, step);
-    if (!trouble.empty()) wrong += "\"" + step + "\" " + trouble + "; ";
+    if (!trouble.empty()) wrong.append("\"").append(step).append("\" ").append(trouble).append("; ");
   }
   skClose(session);
   return wrong;
