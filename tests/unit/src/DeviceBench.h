@@ -32,11 +32,7 @@ inline ScriptedProvider::Responder Instrument(std::vector<Row> rows) {
     for (const Row& row : rows) {
       if (!line.starts_with(row.request)) continue;
       if (!row.status) return Bytes{};
-      if (row.bare) {
-        Bytes reply = Answer(request.first(16), *row.status);
-        reply[6] = reply[7] = 0;
-        return reply;
-      }
+      if (row.bare) return BareAnswer(request, *row.status);
       return row.values ? Answer(request, *row.status, *row.values) : Answer(request, *row.status);
     }
     return Answer(request);

@@ -2,6 +2,7 @@
 #include "tests/unit/src/ScriptedProvider.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -44,6 +45,15 @@ double ValueAt(std::span<const unsigned char> bytes, std::size_t at, std::size_t
   for (std::size_t k = 0; k < size; ++k) integer += static_cast<std::int64_t>(std::uint64_t{bytes[at + k]} << 8 * k);
   if (fraction != 0 && size < 8 && bytes[at + size - 1] >= 0x80) integer -= std::int64_t{1} << 8 * size;
   return std::ldexp(static_cast<double>(integer), -8 * fraction);
+}
+
+/// The number in full: no packet that differs has the same text.
+std::string Digits(double value) {
+  char digits[32];
+  const bool is_whole = value == std::floor(value) && std::fabs(value) < 1e15;
+  const auto end = is_whole ? std::to_chars(digits, std::end(digits), static_cast<std::int64_t>(value))
+                            : std::to_chars(digits, std::end(digits), value);
+  return {digits, end.ptr};
 }
 
 struct NamedStatus {
@@ -102,7 +112,7 @@ std::string Describe(std::span<const unsigned char> request) {
   if (parameter != P_FILE && size != 0 && counted_end + counted_end % 2 != body.size())
     count = (body.size() - 2) / size;
   for (std::size_t index = 0; index < count && at + size <= body.size(); ++index, at += size) {
-    line += (index == 0 ? "" : ", ") + Format("%.12g", ValueAt(body, at, size, fraction));
+    line += (index == 0 ? "" : ", ") + Digits(ValueAt(body, at, size, fraction));
   }
   line += "]";
   if (parameter == P_FILE) line += " " + std::string(reinterpret_cast<const char*>(body.data() + at));
@@ -134,6 +144,12 @@ Bytes Answer(std::span<const unsigned char> request, std::int16_t status, const 
   reply[8] = static_cast<unsigned char>(values.size());
   const auto length = static_cast<std::uint16_t>(reply.size() - kHead);
   std::memcpy(reply.data() + 6, &length, sizeof length);
+  return reply;
+}
+
+Bytes BareAnswer(std::span<const unsigned char> request, std::int16_t status) {
+  Bytes reply = Answer(request.first(kHead), status);
+  reply[6] = reply[7] = 0;
   return reply;
 }
 
@@ -254,6 +270,7 @@ long ScriptedProvider::Write(std::span<const unsigned char> bytes, void* count) 
       writes.pop_front();
     }
     responder = m_responder;
+    if (m_watcher) m_watcher(bytes);
   }
   Store(count, bytes.size());
   if (status != 0 || !responder) return Status(status);
@@ -267,6 +284,7 @@ long ScriptedProvider::Clear() {
   const std::lock_guard lock(m_mutex);
   m_stream.clear();
   Record("C");
+  if (m_watcher) m_watcher({});
   return Status(clear_status);
 }
 

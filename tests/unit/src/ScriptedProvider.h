@@ -35,6 +35,8 @@ std::string Describe(std::span<const unsigned char> request);
 /// request's format (and as many as there are).
 Bytes Answer(std::span<const unsigned char> request, std::int16_t status = 0);
 Bytes Answer(std::span<const unsigned char> request, std::int16_t status, const std::vector<double>& values);
+/// A head alone.
+Bytes BareAnswer(std::span<const unsigned char> request, std::int16_t status);
 
 class ScriptedProvider {
  public:
@@ -57,6 +59,9 @@ class ScriptedProvider {
   void QueueReadsOf(const std::string& trace, const Bytes& reply);
   /// An empty answer is silence.
   void Respond(Responder responder) { m_responder = std::move(responder); }
+
+  /// Is told every request as it is written, and nothing when the link is cleared.
+  void Watch(std::function<void(std::span<const unsigned char> request)> watcher) { m_watcher = std::move(watcher); }
 
   /// Statuses of the calls, sign-extended or not; `writes` are used up one by one, then writes succeed.
   std::deque<long> writes;
@@ -99,6 +104,7 @@ class ScriptedProvider {
   mutable std::mutex m_mutex;
   std::deque<ReadStep> m_script;
   Responder m_responder;
+  std::function<void(std::span<const unsigned char>)> m_watcher;
   std::deque<unsigned char> m_stream;
   std::vector<Call> m_calls;
   std::vector<Bytes> m_requests;
