@@ -1,0 +1,178 @@
+// The broker: one session of the library, many clients by many doors.
+//
+// Each session of the library holds its own model of the instrument and answers queries from it, so two sessions would
+// show two clients two different instruments. Therefore one session, and all messages go through here one after the
+// other. (Private sessions are for those who want it otherwise: then each client has a worker, and a session, of its
+// own.)
+//
+// Threads
+//
+//   Everything of this class is called on the loop's thread, and calls back there; there are no locks. The library's
+//   calls block, so they are made by a worker's thread alone (Worker.h). Callbacks are never run inside the call that
+//   they belong to, so a door may prepare itself behind it.
+//
+// The life of a client
+//
+//   Connect      the client has a place in the round. Nothing is asked of the instrument
+//   Submit       a message, one program message of IEEE 488.2, waits in the client's queue. Each client's messages run
+//   in
+//                their order; clients take turns, one message each. The callback gets the whole answer, which may be
+//                empty
+//   Disconnect   what was queued and not started is dropped, locks and waits for locks vanish, the message under way
+//                finishes and its answer is dropped
+//
+// How many messages a client may queue is up to its door, which knows what its protocol can slow down: the raw socket
+// stops reading behind a few. A door never queues without a bound.
+//
+// What a callback gets
+//
+//   Exactly one reply for each Submit, unless the request was dropped by Withdraw, Clear or Disconnect: then its
+//   callback is never run. So an answer that comes after its client gave up reaches nobody, and no later message of the
+//   same client either.
+//
+// Locks
+//
+//   One table over all doors (LockTable.h). While others' locks keep a client out, its messages stay in its queue; with
+//   a limit, they are answered kLocked when that is over. Messages that were started before go on. A lock dies with its
+//   client. Who waits for a lock is served first come, first served.
+//
+// The instrument
+//
+//   kOpening -> kUp when the session is open. kUp -> kLost when the link is gone or the instrument does not answer; the
+//   session is closed and opened again, with pauses that grow to ten seconds. While it is not up, messages are answered
+//   kNoInstrument at once, save those that wait for the first opening. How the loss is noticed stands in Worker.h.
+//
+// What is not here, because the instrument has nothing of the kind: service requests; a local control that remote and
+// local would switch (doors acknowledge them); a trigger message: the library has no "*TRG", and ":TRIG" starts nothing
+// (docs/surprises.md), so Trigger sends ":INIT", which starts an armed run as a bus trigger does elsewhere.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "server/LockTable.h"
+#include "server/Loop.h"
+#include "server/Worker.h"
+
+namespace server {
+
+/// For a wait without a limit.
+constexpr std::chrono::milliseconds kForever = std::chrono::milliseconds::max();
+
+/// What the broker and its log know of a client.
+struct ClientInfo {
+  std::string door;   ///< Door::Name
+  std::string peer;   ///< Wire::Peer
+  bool tidy = false;  ///< answers without the empty line of a compound setting and the zero byte of "*IDN?"
+};
+
+enum class LockResult {
+  kGranted,
+  kTimedOut,  ///< others held it for as long as the request waited
+  kHeld,      ///< an error: the client holds this kind already
+};
+
+class Broker {
+ public:
+  using RequestId = std::uint64_t;
+  using OnReply = std::function<void(Reply)>;
+  using OnLock = std::function<void(LockResult)>;
+  using OnStatusByte = std::function<void(std::uint8_t)>;
+
+  /// With `private_sessions` each client gets a session of its own when it connects; otherwise the common session
+  /// starts to open here. `on_state` hears of each change of a session's state.
+  Broker(Loop& loop, WorkerOptions options, bool private_sessions, Worker::OnState on_state);
+  /// Closes the sessions, which takes a second or more. No callback is run any more.
+  ~Broker();
+  Broker(const Broker&) = delete;
+  Broker& operator=(const Broker&) = delete;
+
+  ClientId Connect(ClientInfo info);
+  void Disconnect(ClientId client);
+  std::size_t Clients() const { return m_clients.size(); }
+
+  /// `message` with or without its line end; it may hold any bytes. `lock_wait` is how long it may wait for the locks
+  /// of others.
+  RequestId Submit(ClientId client, std::string message, OnReply done, std::chrono::milliseconds lock_wait = kForever);
+  /// Drops one request: its callback is not run. If it has not started it never will; if it runs, it finishes.
+  void Withdraw(ClientId client, RequestId request);
+  /// Device clear, IEEE 488.2 clause 5.8: drops all requests of the client, and its waits for locks (answered kTimedOut
+  /// from the loop). Settings, status registers and locks stay.
+  void Clear(ClientId client);
+  /// As Submit, of the message that starts an armed run.
+  RequestId Trigger(ClientId client, OnReply done, std::chrono::milliseconds lock_wait = kForever);
+
+  /// The status byte of IEEE 488.2 clause 11.2 without MAV (bit 4) and RQS (bit 6), which a door knows better. The
+  /// instrument is asked between messages; while one is under way, the byte as last read answers at once. No lock keeps
+  /// this out. The callback runs once, also after Clear; never after Disconnect.
+  void ReadStatusByte(ClientId client, OnStatusByte done);
+
+  /// Asks for a lock and waits for it for at most `timeout` (0: not at all).
+  void LockExclusive(ClientId client, std::chrono::milliseconds timeout, OnLock done);
+  void LockShared(ClientId client, std::string key, std::chrono::milliseconds timeout, OnLock done);
+  /// Gives the exclusive lock up, else the shared one.
+  LockTable::Release Unlock(ClientId client);
+  /// Ends all waits of the client for locks at once, with kTimedOut.
+  void CancelLockWaits(ClientId client);
+  const LockTable& Locks() const { return m_locks; }
+
+  /// Starts no further message; runs `done` when the one under way has ended.
+  void Finish(Loop::Task done);
+
+ private:
+  struct Request {
+    RequestId id = 0;
+    std::string message;
+    OnReply done;
+    Loop::Timer lock_timer = 0;
+  };
+  struct Client {
+    ClientInfo info;
+    std::shared_ptr<Worker> worker;        ///< of its own with private sessions, else the common one
+    std::deque<Request> queue;             ///< not started
+    std::map<RequestId, OnReply> started;  ///< handed to the worker
+    bool in_round = false;
+  };
+  struct LockWait {
+    ClientId client = 0;
+    bool exclusive = false;
+    std::string key;
+    OnLock done;
+    Loop::Timer timer = 0;
+  };
+
+  void Schedule();
+  void Start(ClientId id, Client& client);
+  void Completed(ClientId client, RequestId request, Reply reply);
+  void LockExpired(ClientId client, RequestId request);
+  void AskForLock(LockWait wait, std::chrono::milliseconds timeout);
+  LockTable::Request TryLock(const LockWait& wait);
+  void Answer(const LockWait& wait, LockResult result);
+  void LocksChanged();
+  void LookForEnd();
+  void PostAlive(Loop::Task task);
+  std::shared_ptr<Worker> MakeWorker();
+  void Retire(const std::shared_ptr<Worker>& worker);
+
+  Loop& m_loop;
+  const WorkerOptions m_options;
+  const Worker::OnState m_on_state;
+  std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+  std::shared_ptr<Worker> m_common;
+  std::list<std::shared_ptr<Worker>> m_retired;  ///< private sessions that are closing
+  std::map<ClientId, Client> m_clients;
+  std::deque<ClientId> m_round;  ///< clients with something to start, in the order of their turns
+  LockTable m_locks;
+  std::list<LockWait> m_lock_waits;
+  std::uint64_t m_last_id = 0;
+  Loop::Task m_finished;  ///< set: nothing more is started
+  bool m_ended = false;
+};
+
+}  // namespace server

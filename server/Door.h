@@ -1,0 +1,58 @@
+// What a door is: a protocol that turns bytes into requests to the broker, and answers into bytes. It knows no socket,
+// so a test can feed it with bytes. The event loop owns sockets and connections and calls everything here on its
+// thread.
+//
+//   a peer connects        Door::Accept makes a Connection and hands it the Wire
+//   bytes come             Connection::Receive, in pieces of any size
+//   the door is busy       Wire::Pause: no further Receive; the peer is slowed down by its own socket. Wire::Resume: go
+//   on an answer is ready     Wire::Send; it is queued and sent as the peer takes it the peer takes it
+//   Connection::Drained when nothing is left unsent (only if something was) the door hangs up      Wire::Close: what
+//   was sent still goes out, then the Connection is destroyed. No Receive after it the peer is gone       the
+//   Connection is destroyed
+//
+// A Connection is never destroyed inside one of its own calls or inside a call to its Wire, so a door may touch itself
+// behind both. The Wire lives as long as the Connection.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace server {
+
+/// The way back to one peer.
+class Wire {
+ public:
+  virtual ~Wire() = default;
+  virtual void Send(std::string_view bytes) = 0;
+  /// Bytes sent and not yet taken by the socket. A door that lets this grow without a bound lets a peer that never
+  /// reads fill the memory: pause above some limit, resume in Connection::Drained.
+  virtual std::size_t Unsent() const = 0;
+  virtual void Pause() = 0;
+  virtual void Resume() = 0;
+  virtual void Close() = 0;
+  /// Address and port of the peer, for the log: "192.168.1.7:50312", "[::1]:50312".
+  virtual const std::string& Peer() const = 0;
+};
+
+class Connection {
+ public:
+  virtual ~Connection() = default;
+  virtual void Receive(std::string_view bytes) = 0;
+  virtual void Drained() {}
+  /// True while the peer cannot be blamed for silence: an answer is due to it, or a session stands that may rest. The
+  /// idle limit does not count meanwhile.
+  virtual bool Waiting() const { return false; }
+};
+
+class Door {
+ public:
+  virtual ~Door() = default;
+  /// One word for the log and the port file: "raw", "hislip", "vxi11".
+  virtual const char* Name() const = 0;
+  /// Null refuses the peer: its socket is closed at once.
+  virtual std::unique_ptr<Connection> Accept(Wire& wire) = 0;
+};
+
+}  // namespace server

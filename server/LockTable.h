@@ -1,0 +1,50 @@
+// Who may use the instrument: the one table of locks over all doors, as IVI-6.1 clause 2.2 and VXI-11 clause B.5.3 have
+// them. Plain state: no waiting, no clock; the broker adds both.
+//
+//   unlocked   everybody may
+//   exclusive  one client may
+//   shared     those may who hold the lock of this key
+//   both       the one of them may who also holds the exclusive lock
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace server {
+
+/// A client of the broker; never 0, never used twice.
+using ClientId = std::uint64_t;
+
+class LockTable {
+ public:
+  enum class Request {
+    kGranted,
+    kHeld,     ///< an error: the client holds this kind already, or asks for a shared one above its exclusive one
+    kWaiting,  ///< others hold what stands against it
+  };
+  enum class Release { kExclusive, kShared, kNone };
+
+  Request AskExclusive(ClientId client);
+  Request AskShared(ClientId client, std::string_view key);
+  /// Gives the exclusive lock up, else the shared one; says which it was.
+  Release GiveUp(ClientId client);
+  /// Gives everything up. True if there was something.
+  bool Drop(ClientId client);
+
+  /// False while other clients' locks keep this one out.
+  bool MayUse(ClientId client) const;
+  bool HoldsAny(ClientId client) const { return client == m_exclusive || m_shared.contains(client); }
+  bool Exclusive() const { return m_exclusive != 0; }
+  /// How many clients hold a lock, of whichever kind.
+  std::size_t Holders() const { return m_shared.size() + (Exclusive() && !m_shared.contains(m_exclusive) ? 1 : 0); }
+
+ private:
+  ClientId m_exclusive = 0;  ///< 0: nobody
+  std::set<ClientId> m_shared;
+  std::string m_key;  ///< of the shared lock; means nothing while nobody holds it
+};
+
+}  // namespace server

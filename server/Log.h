@@ -1,0 +1,14 @@
+// The server's log: one line at a time on the error stream, with its time; any thread.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace server {
+
+void LogLine(std::string_view text);
+
+/// Text with what is not printable written as \n, \0 or \x1B, and with more than `limit` bytes cut, for a log line.
+std::string Printable(std::string_view text, std::size_t limit = 200);
+
+}  // namespace server

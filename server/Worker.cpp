@@ -1,0 +1,292 @@
+#include "server/Worker.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <optional>
+#include <utility>
+
+#include "scpi_zlt/scpi_zlt.h"
+
+#include "client/MessageExchange.h"
+#include "client/Session.h"
+
+namespace server {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using std::chrono::steady_clock;
+
+/// How long the worker's own question may take.
+constexpr milliseconds kCheckLimit{5000};
+constexpr std::array kPauses = {seconds(1), seconds(2), seconds(4), seconds(8), seconds(10)};
+constexpr std::size_t kQueueBit = 2;
+
+/// The one command of a message in capitals, without blanks around it and a line end.
+std::string Normalised(std::string_view message) {
+  std::string text;
+  if (message.size() > 32) return text;
+  for (const char c : message) {
+    if (std::isspace(static_cast<unsigned char>(c)) == 0) text += static_cast<char>(std::toupper(c));
+  }
+  return text;
+}
+
+/// Eight digits, bit 0 first.
+std::optional<std::uint8_t> ParseStatusByte(std::string_view digits) {
+  if (digits.size() < 8) return std::nullopt;
+  unsigned value = 0;
+  for (std::size_t bit = 0; bit < 8; ++bit) {
+    if (digits[bit] != '0' && digits[bit] != '1') return std::nullopt;
+    if (digits[bit] == '1') value |= 1u << bit;
+  }
+  return static_cast<std::uint8_t>(value);
+}
+
+Reply::Kind KindOf(scpi_zlt::Outcome outcome) {
+  switch (outcome) {
+    case scpi_zlt::Outcome::kComplete:
+      return Reply::Kind::kDone;
+    case scpi_zlt::Outcome::kUnfinished:
+      return Reply::Kind::kUnfinished;
+    case scpi_zlt::Outcome::kTooLong:
+      return Reply::Kind::kTooLong;
+    default:
+      return Reply::Kind::kNoInstrument;
+  }
+}
+
+}  // namespace
+
+/// What the worker's thread knows of the session while it is open.
+class Worker::Session {
+ public:
+  long Open(const WorkerOptions& options) {
+    m_exchange.reset();
+    m_queue_bit_eaten = false;
+    const long status = m_session.Open(options.resource, options.open_timeout);
+    if (status == VI_SUCCESS) m_exchange.emplace(m_session.Handle());
+    m_last_heard = steady_clock::now();
+    return status;
+  }
+  void Close() {
+    m_exchange.reset();
+    m_session.Close();
+  }
+
+  /// One message of a client. Sets `lost` to the reason if it shows that the instrument is not there.
+  scpi_zlt::Answer Exchange(std::string_view message, const WorkerOptions& options, std::string& lost) {
+    const auto start = steady_clock::now();
+    scpi_zlt::Answer answer = m_exchange->Exchange(message, options.give_up);
+    const bool slow = steady_clock::now() - start >= options.slow;
+    if (answer.outcome == scpi_zlt::Outcome::kTimeout) lost = "a message did not end in time: it is given up";
+    if (answer.outcome == scpi_zlt::Outcome::kFailed) lost = scpi_zlt::StatusText(answer.status);
+    if (answer.outcome != scpi_zlt::Outcome::kComplete) return answer;
+    const std::string command = Normalised(message);
+    if (command == "*STB?" || command == "*ESR?") {
+      if (answer.response == "\n") lost = "the link is lost, or the instrument does not answer";
+      if (!lost.empty()) return answer;
+      m_last_heard = steady_clock::now();
+      if (command == "*STB?") GiveBackQueueBit(answer.response);
+    } else if (slow) {
+      lost = Check();
+    }
+    return answer;
+  }
+
+  /// Asks the instrument for its status byte. Empty, or the reason why it is lost.
+  std::string Check() {
+    const scpi_zlt::Answer answer = m_exchange->Exchange("*STB?", kCheckLimit);
+    const std::optional<std::uint8_t> byte = ParseStatusByte(answer.response);
+    if (!byte) {
+      return answer.outcome == scpi_zlt::Outcome::kComplete ? "the link is lost, or the instrument does not answer"
+                                                            : "the instrument does not answer";
+    }
+    m_last_heard = steady_clock::now();
+    m_read = *byte;
+    if ((*byte >> kQueueBit & 1) != 0) m_queue_bit_eaten = true;
+    return {};
+  }
+
+  /// The status byte as last read by Check, with the bit of the error queue, which the question has cleared there, as
+  /// long as errors are left.
+  std::uint8_t StatusByte() {
+    if (m_queue_bit_eaten && !ErrorsAreLeft()) m_queue_bit_eaten = false;
+    return static_cast<std::uint8_t>(m_read | (m_queue_bit_eaten ? 1u << kQueueBit : 0u));
+  }
+
+  steady_clock::time_point LastHeard() const { return m_last_heard; }
+
+ private:
+  bool ErrorsAreLeft() {
+    const scpi_zlt::Answer answer = m_exchange->Exchange(":SYST:ERR:COUN?", kCheckLimit);
+    return answer.outcome == scpi_zlt::Outcome::kComplete && answer.response != "0\n";
+  }
+
+  void GiveBackQueueBit(std::string& digits) {
+    if (m_queue_bit_eaten && digits.size() > kQueueBit && ErrorsAreLeft()) digits[kQueueBit] = '1';
+    m_queue_bit_eaten = false;
+  }
+
+  scpi_zlt::Session m_session;
+  std::optional<scpi_zlt::MessageExchange> m_exchange;
+  steady_clock::time_point m_last_heard;
+  std::uint8_t m_read = 0;
+  bool m_queue_bit_eaten = false;
+};
+
+Worker::Worker(Loop& loop, WorkerOptions options, OnState on_state)
+    : m_loop(loop),
+      m_options(std::move(options)),
+      m_on_state(std::move(on_state)),
+      m_thread([this] { ThreadMain(); }) {}
+
+Worker::~Worker() {
+  *m_alive = false;
+  Stop(nullptr);
+  m_thread.join();
+}
+
+void Worker::Run(std::uint64_t id, std::string message, bool tidy, OnReply done) {
+  Queue({id, std::move(message), tidy, std::move(done), nullptr});
+}
+
+void Worker::AskStatusByte(OnStatusByte done) {
+  Queue({0, {}, false, nullptr, std::move(done)});
+}
+
+void Worker::Queue(Job job) {
+  ++m_pending;
+  const std::lock_guard hold(m_mutex);
+  if (m_state == WorkerState::kLost || m_state == WorkerState::kFailed) {
+    Refuse(job);
+    return;
+  }
+  m_jobs.push_back(std::move(job));
+  m_changed.notify_one();
+}
+
+/// Ends a job without the instrument.
+void Worker::Refuse(Job& job) {
+  if (job.done) {
+    Complete(job, {Reply::Kind::kNoInstrument, {}});
+  } else {
+    CompleteStatus(job);
+  }
+}
+
+bool Worker::Withdraw(std::uint64_t id) {
+  const std::lock_guard hold(m_mutex);
+  const auto found = std::find_if(m_jobs.begin(), m_jobs.end(), [id](const Job& job) { return job.id == id; });
+  if (found == m_jobs.end()) return false;
+  m_jobs.erase(found);
+  --m_pending;
+  return true;
+}
+
+void Worker::Stop(Loop::Task stopped) {
+  const std::lock_guard hold(m_mutex);
+  m_stop = true;
+  m_stopped = std::move(stopped);
+  m_changed.notify_one();
+}
+
+void Worker::PostToLoop(Loop::Task task) {
+  m_loop.Post([alive = m_alive, task = std::move(task)] {
+    if (*alive) task();
+  });
+}
+
+void Worker::SetState(WorkerState state, const std::string& reason) {
+  const std::lock_guard hold(m_mutex);
+  m_state = state;
+  if (state != WorkerState::kUp) {
+    for (Job& job : m_jobs) Refuse(job);
+    m_jobs.clear();
+  }
+  PostToLoop([this, state, reason] { m_on_state(state, reason); });
+}
+
+void Worker::Complete(Job& job, Reply reply) {
+  PostToLoop([this, done = std::move(job.done), reply = std::move(reply)]() mutable {
+    --m_pending;
+    done(std::move(reply));
+  });
+}
+
+void Worker::CompleteStatus(Job& job) {
+  PostToLoop([this, done = std::move(job.status_done)] {
+    --m_pending;
+    done(m_status_byte);
+  });
+}
+
+void Worker::ThreadMain() {
+  {
+    Session session;
+    if (OpenFirst(session)) {
+      do Serve(session);
+      while (Reopen(session));
+    }
+  }
+  const std::lock_guard hold(m_mutex);
+  if (m_stopped) PostToLoop(std::move(m_stopped));
+}
+
+bool Worker::OpenFirst(Session& session) {
+  const long status = session.Open(m_options);
+  if (status == VI_SUCCESS) {
+    SetState(WorkerState::kUp, "");
+    return true;
+  }
+  SetState(WorkerState::kFailed, scpi_zlt::OpenFailureText(m_options.resource, status, m_options.open_timeout));
+  return false;
+}
+
+/// Works messages off until the instrument is lost or a stop is asked for.
+void Worker::Serve(Session& session) {
+  std::string lost;
+  while (lost.empty()) {
+    Job job;
+    {
+      std::unique_lock lock(m_mutex);
+      const auto look = session.LastHeard() + m_options.check_interval;
+      m_changed.wait_until(lock, look, [this] { return m_stop || !m_jobs.empty(); });
+      if (m_stop) return;
+      if (!m_jobs.empty()) {
+        job = std::move(m_jobs.front());
+        m_jobs.pop_front();
+      }
+    }
+    if (job.done) {
+      const scpi_zlt::Answer answer = session.Exchange(job.message, m_options, lost);
+      Reply reply{lost.empty() ? KindOf(answer.outcome) : Reply::Kind::kNoInstrument, answer.response};
+      if (job.tidy) reply.response = scpi_zlt::Tidy(job.message, std::move(reply.response));
+      Complete(job, std::move(reply));
+    } else {
+      lost = session.Check();
+      if (lost.empty()) m_status_byte = session.StatusByte();
+      if (job.status_done) CompleteStatus(job);
+    }
+    if (!lost.empty()) SetState(WorkerState::kLost, lost);
+  }
+}
+
+/// Closes the session and opens it again, with pauses. False if a stop is asked for.
+bool Worker::Reopen(Session& session) {
+  for (std::size_t attempt = 0;; ++attempt) {
+    {
+      std::unique_lock lock(m_mutex);
+      const seconds pause = kPauses[std::min(attempt, kPauses.size() - 1)];
+      if (m_changed.wait_for(lock, pause, [this] { return m_stop; })) return false;
+    }
+    session.Close();
+    if (session.Open(m_options) == VI_SUCCESS) {
+      SetState(WorkerState::kUp, "");
+      return true;
+    }
+  }
+}
+
+}  // namespace server
