@@ -59,12 +59,9 @@ int Handle(std::vector<sParamInfo> parameters, bool query, void* device, sComErr
 
 /// The command tree as it is shipped, but for its handlers.
 void RegisterTree() {
-  using namespace scpi_lib;
-  static std::vector<sCommandTreeNode> levels[] = {
-      {std::begin(Level0), std::end(Level0)}, {std::begin(Level1), std::end(Level1)},
-      {std::begin(Level2), std::end(Level2)}, {std::begin(Level3), std::end(Level3)},
-      {std::begin(Level4), std::end(Level4)}, {std::begin(Level5), std::end(Level5)},
-  };
+  scpi_lib::RegisterCommandTree();
+  static std::vector<std::vector<sCommandTreeNode>> levels;
+  for (const STree& level : CommandTree) levels.emplace_back(level.rows, level.rows + level.count);
   int depth = 0;
   for (std::vector<sCommandTreeNode>& level : levels) {
     for (sCommandTreeNode& row : level) {

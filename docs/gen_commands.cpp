@@ -16,14 +16,6 @@ namespace {
 
 using namespace scpi_lib;
 
-using Level = std::span<const sCommandTreeNode>;
-const Level kLevels[] = {Level0, Level1, Level2, Level3, Level4, Level5};
-
-struct Command {
-  std::vector<std::string> headers;
-  const sCommandTreeNode* row = nullptr;
-};
-
 std::string Spelled(const char* name, int short_length) {
   std::string text = name;
   const std::size_t capitals = short_length < 0 ? text.size() : static_cast<std::size_t>(short_length);
@@ -32,36 +24,15 @@ std::string Spelled(const char* name, int short_length) {
   return text;
 }
 
-/// All ways to write the headers whose command is `handler`, default nodes in brackets.
-void Collect(std::size_t level, const sCommandTreeNode& row, const std::string& above, SCPI_Handler handler,
-             Command& command) {
-  const bool common = level == 0 && row.id == -1;
-  std::string header = common ? "*" : above;
-  const std::string word = Spelled(row.name, row.short_length);
-  header += common ? word : row.optional ? "[:" + word + "]" : ":" + word;
-  bool longer = false;
-  if (level + 1 < std::size(kLevels) && !common) {
-    for (const sCommandTreeNode& child : kLevels[level + 1]) {
-      if (child.parent != row.id) continue;
-      longer |= child.optional && child.handler == row.handler;
-      Collect(level + 1, child, header, handler, command);
-    }
-  }
-  if (row.handler == handler && !longer) {
-    command.headers.push_back(header);
-    command.row = &row;
-  }
-}
-
 std::string Join(const std::vector<std::string>& parts, const char* between) {
   std::string text;
   for (const std::string& part : parts) text += (text.empty() ? "" : between) + part;
   return text;
 }
 
-std::string Parameter(const sFunctionCallInfo& info) {
-  if (info.count == 0) return "none";
-  const sFParam& parameter = *info.parameters;
+std::string Parameter(const sFParam* row) {
+  if (row == nullptr) return "none";
+  const sFParam& parameter = *row;
   std::vector<std::string> words;
   for (int i = 0; i < parameter.mnemonic_count; ++i) {
     words.push_back(Spelled(parameter.mnemonics[i].name, parameter.mnemonics[i].short_length));
@@ -75,8 +46,8 @@ std::string Parameter(const sFunctionCallInfo& info) {
   return takes_words ? text + "; " + Join(words, ", ") : text;
 }
 
-std::string Forms(const sFunctionCallInfo& info) {
-  switch (info.flags) {
+std::string Forms(EForms forms) {
+  switch (forms) {
     case kQueryForm:
       return "query";
     case kSetForm:
@@ -86,50 +57,87 @@ std::string Forms(const sFunctionCallInfo& info) {
   }
 }
 
-void Print(const Command& command, const SCommandSentence& sentence) {
-  const sFunctionCallInfo& info = command.row->call_info;
-  const std::string mark = info.flags == kQueryForm ? "?" : "";
-  std::cout << "### " << Join(command.headers, mark.empty() ? ", " : "?, ") << mark << "\n\n"
-            << sentence.does << "\n\n";
-  std::cout << "- Forms: " << (sentence.forms != nullptr ? sentence.forms : Forms(info))
-            << "\n- Parameter: " << Parameter(info) << "\n";
-  if (*sentence.range != '\0') std::cout << "- Range: " << sentence.range << "\n";
-  if (*sentence.at_open != '\0') std::cout << "- After opening: `" << sentence.at_open << "`\n";
-  std::cout << "- Example: `" << sentence.example << "`\n\n";
+/// A sentence with the rows that it is about; they differ in their headers only.
+struct Entry {
+  const SCommandSentence* sentence;
+  const SCommandRow* row;
+  std::string headers;
+};
+
+Entry Describe(const SCommandSentence& sentence) {
+  Entry entry{&sentence, nullptr, ""};
+  for (const SCommandRow& row : Commands()) {
+    if (row.handler != sentence.handler) continue;
+    entry.row = &row;
+    entry.headers += (entry.headers.empty() ? "" : ", ") + std::string(row.header);
+    if (row.forms == kQueryForm) entry.headers += '?';
+  }
+  return entry;
 }
 
-std::size_t CountHandlers() {
-  std::vector<SCPI_Handler> handlers;
-  for (const Level level : kLevels) {
-    for (const sCommandTreeNode& row : level) {
-      if (row.handler != nullptr) handlers.push_back(row.handler);
-    }
+/// What a page viewer makes of a heading: letters and digits, and a hyphen for each blank.
+std::string Anchor(const std::string& heading) {
+  std::string anchor;
+  for (const char c : heading) {
+    const auto letter = static_cast<unsigned char>(c);
+    if (std::isalnum(letter) != 0) anchor += static_cast<char>(std::tolower(letter));
+    if (c == ' ') anchor += '-';
   }
-  std::sort(handlers.begin(), handlers.end());
-  return static_cast<std::size_t>(std::unique(handlers.begin(), handlers.end()) - handlers.begin());
+  return anchor;
+}
+
+const char* GroupThatBeginsWith(SCPI_Handler handler) {
+  for (const SCommandGroup& group : CommandGroups()) {
+    if (group.first == handler) return group.title;
+  }
+  return nullptr;
+}
+
+void PrintIndex(std::span<const Entry> entries) {
+  for (const Entry& entry : entries) {
+    if (const char* title = GroupThatBeginsWith(entry.sentence->handler)) std::cout << "\n**" << title << "**\n\n";
+    std::cout << "- [`" << entry.headers << "`](#" << Anchor(entry.headers) << ")\n";
+  }
+}
+
+void Print(const Entry& entry) {
+  const SCommandSentence& sentence = *entry.sentence;
+  if (const char* title = GroupThatBeginsWith(sentence.handler)) std::cout << "\n## " << title << "\n";
+  std::cout << "\n### " << entry.headers << "\n\n" << sentence.does << "\n\n";
+  std::cout << "- Forms: " << (sentence.forms != nullptr ? sentence.forms : Forms(entry.row->forms))
+            << "\n- Parameter: " << Parameter(entry.row->parameter) << "\n";
+  if (*sentence.range != '\0') std::cout << "- Range: " << sentence.range << "\n";
+  if (*sentence.at_open != '\0') std::cout << "- After opening: `" << sentence.at_open << "`\n";
+  std::cout << "- Example: `" << sentence.example << "`\n";
+}
+
+bool HasSentence(const SCommandRow& row) {
+  const auto sentences = CommandSentences();
+  return std::any_of(sentences.begin(), sentences.end(),
+                     [&](const SCommandSentence& sentence) { return sentence.handler == row.handler; });
 }
 
 }  // namespace
 
 int main() {
+  std::vector<Entry> entries;
+  for (const SCommandSentence& sentence : CommandSentences()) {
+    entries.push_back(Describe(sentence));
+    if (entries.back().row != nullptr) continue;
+    std::cerr << "a sentence without a command: " << sentence.example << '\n';
+    return 1;
+  }
+  for (const SCommandRow& row : Commands()) {
+    if (HasSentence(row)) continue;
+    std::cerr << "a command without a sentence: " << row.header << '\n';
+    return 1;
+  }
   std::cout
       << "# Commands\n\n"
          "Written by `gen_commands` from the tables that the parser walks; do not edit. Capitals are the short form,\n"
          "brackets may be left out, case does not matter. \"After opening\" is what a query answers right after\n"
-         "`skOpen`. Errors go to the queue that `:SYST:ERR?` reads. What surprises is in `surprises.md`.\n\n";
-  for (const SCommandSentence& sentence : CommandSentences()) {
-    Command command;
-    for (const sCommandTreeNode& row : Level0) Collect(0, row, "", sentence.handler, command);
-    if (command.row == nullptr) {
-      std::cerr << "a sentence without a command: " << sentence.example << '\n';
-      return 1;
-    }
-    Print(command, sentence);
-  }
-  if (CountHandlers() != CommandSentences().size()) {
-    std::cerr << "the table has " << CountHandlers() << " commands, " << CommandSentences().size()
-              << " have a sentence\n";
-    return 1;
-  }
+         "`skOpen`. Errors go to the queue that `:SYST:ERR?` reads. What surprises is in `surprises.md`.\n";
+  PrintIndex(entries);
+  for (const Entry& entry : entries) Print(entry);
   return 0;
 }

@@ -179,10 +179,26 @@ const SCommandSentence kSentences[] = {
     {SCPI_SOUR_AM_STAT, kStub, "", "", ":AM:STAT OFF", kNoForm},
 };
 
+const SCommandGroup kGroups[] = {
+    {"Common and system", SCPI_IDN},
+    {"Frequency", SCPI_SOUR_FREQ},
+    {"Power", SCPI_SOUR_POW_LEV},
+    {"Sweep", SCPI_SOUR_SWE_POIN},
+    {"Lists", SCPI_SOUR_LIST_FREQ},
+    {"Pulse modulation", SCPI_SOUR_PULM_STAT},
+    {"Output, runs and trigger", SCPI_OUTP_STAT},
+    {"Reference oscillator and phase", SCPI_SOUR_ROSC_SOUR},
+    {"Amplitude modulation", SCPI_SOUR_AM_DEPT},
+};
+
 }  // namespace
 
 std::span<const SCommandSentence> CommandSentences() {
   return kSentences;
+}
+
+std::span<const SCommandGroup> CommandGroups() {
+  return kGroups;
 }
 
 }  // namespace scpi_lib

@@ -20,4 +20,11 @@ struct SCommandSentence {
 /// In the order of the reference.
 std::span<const SCommandSentence> CommandSentences();
 
+/// A chapter of the reference; it ends where the next one begins.
+struct SCommandGroup {
+  const char* title;
+  SCPI_Handler first;
+};
+std::span<const SCommandGroup> CommandGroups();
+
 }  // namespace scpi_lib

@@ -1,144 +1,164 @@
-// The rows of the command tree: name, length of the short form (-1: only the whole word matches), id of the parent row
-// one level up, own id (-1: no children), whether the node may be left out, instance limit, handler, forms and
-// parameter. A row without a handler is a node on the way only.
+// Makes the header tree: each row of Commands.def becomes the nodes of its keywords, those that it shares with rows
+// above it once. All of it happens in the compiler, which also refuses rows that contradict each other; what is linked
+// are the finished levels.
 #include "src/plib/CommandTable.h"
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <iterator>
+#include <string_view>
+#include <vector>
 
 #include "scpi_core/pcore.h"
 #include "src/plib/Descriptors.h"
 #include "src/plib/Handlers.h"
 
 namespace scpi_lib {
+namespace {
 
-// clang-format off
-const sCommandTreeNode Level0[13] = {
-    {"system",    4, 0,  0, false, 1, nullptr,           {kBothForms, nullptr, 0}},
-    {"trigger",   4, 0,  1, false, 1, SCPI_TRIG_SEQ_IMM, {kSetForm, nullptr, 0}},
-    {"unit",     -1, 0,  2, false, 1, nullptr,           {kBothForms, nullptr, 0}},
-    {"source",    4, 0,  3, true,  1, nullptr,           {kBothForms, nullptr, 0}},
-    {"initiate",  4, 0,  4, false, 1, SCPI_INIT_IMM_ALL, {kSetForm, nullptr, 0}},
-    {"abort",     4, 0,  5, false, 1, SCPI_ABOR,         {kSetForm, nullptr, 0}},
-    {"output",    4, 0,  6, false, 1, SCPI_OUTP_STAT,    {kBothForms, &OneBoolean, 1}},
-    {"idn",      -1, 0, -1, false, 1, SCPI_IDN,          {kQueryForm, nullptr, 0}},
-    {"stb",      -1, 0, -1, false, 1, SCPI_STB,          {kQueryForm, nullptr, 0}},
-    {"esr",      -1, 0, -1, false, 1, SCPI_ESR,          {kQueryForm, nullptr, 0}},
-    {"rst",      -1, 0, -1, false, 1, SCPI_RST,          {kSetForm, nullptr, 0}},
-    {"cls",      -1, 0, -1, false, 1, SCPI_CLS,          {kSetForm, nullptr, 0}},
-    {"opc",      -1, 0, -1, false, 1, SCPI_OPC,          {kQueryForm, nullptr, 0}},
+constexpr const sFParam* Pointer(const sFParam& parameter) {
+  return &parameter;
+}
+constexpr const sFParam* Pointer(None) {
+  return nullptr;
+}
+
+constexpr SCommandRow kCommands[] = {
+#define COMMAND(header, handler, forms, parameter) {header, handler, forms, Pointer(parameter)},
+#include "src/plib/Commands.def"
+#undef COMMAND
 };
 
-const sCommandTreeNode Level1[15] = {
-    {"error",        3, 0,  0, false, 1, SCPI_SYST_ERR,           {kQueryForm, nullptr, 0}},
-    {"version",      4, 0,  1, false, 1, SCPI_SYST_VERS,          {kQueryForm, nullptr, 0}},
-    {"sequence",     3, 1,  2, true,  1, SCPI_TRIG_SEQ_IMM,       {kSetForm, nullptr, 0}},
-    {"power",        3, 2,  3, false, 1, SCPI_UNIT_POW,           {kBothForms, &UnitParams, 1}},
-    {"frequency",    4, 3,  4, false, 1, SCPI_SOUR_FREQ,          {kBothForms, &FreqParams, 1}},
-    {"power",        3, 3,  5, false, 1, SCPI_SOUR_POW_LEV,       {kBothForms, &PowerLevelParams, 1}},
-    {"sweep",        3, 3,  6, false, 1, nullptr,                 {kBothForms, nullptr, 0}},
-    {"roscillator",  4, 3,  7, false, 1, nullptr,                 {kBothForms, nullptr, 0}},
-    {"list",        -1, 3,  8, false, 1, nullptr,                 {kBothForms, nullptr, 0}},
-    {"modulation",   3, 3,  9, true,  1, nullptr,                 {kBothForms, nullptr, 0}},
-    {"continuous",   4, 4, 11, false, 1, SCPI_INIT_CONT_ALL,      {kBothForms, &OneBoolean, 1}},
-    {"state",        4, 6, 12, true,  1, SCPI_OUTP_STAT,          {kBothForms, &OneBoolean, 1}},
-    {"immediate",    3, 4, 13, true,  1, SCPI_INIT_IMM_ALL,       {kSetForm, nullptr, 0}},
-    {"auxiliary",    3, 1, 14, false, 1, SCPI_TRIG_AUX_OUTP_ENAB, {kBothForms, &OneBoolean, 1}},
-    {"phase",        4, 3, 15, false, 1, SCPI_SOUR_PHAS,          {kBothForms, &DegreeParams, 1}},
+/// One keyword of a header, and where it stands in it.
+struct Keyword {
+  std::string_view spelled;  ///< "FREQuency"
+  bool common = false;       ///< of a common command: "*IDN"
+  bool optional = false;     ///< in brackets
 };
 
-const sCommandTreeNode Level2[42] = {
-    {"immediate",    3,  2,  0, true,  1, SCPI_TRIG_SEQ_IMM,       {kSetForm, nullptr, 0}},
-    {"source",       4,  2,  1, false, 1, SCPI_TRIG_SEQ_SOUR,      {kBothForms, &TrigSourceParams, 1}},
-    {"slope",        4,  2,  2, false, 1, SCPI_TRIG_SEQ_SLOP,      {kBothForms, &PosNegParams, 1}},
-    {"cw",          -1,  4,  3, true,  1, SCPI_SOUR_FREQ,          {kBothForms, &FreqParams, 1}},
-    {"fixed",        3,  4,  4, true,  1, SCPI_SOUR_FREQ,          {kBothForms, &FreqParams, 1}},
-    {"mode",        -1,  4,  5, false, 1, SCPI_SOUR_FREQ_MODE,     {kBothForms, &FreqModeParams, 1}},
-    {"start",        4,  4,  6, false, 1, SCPI_SOUR_FREQ_STAR,     {kBothForms, &FreqParams, 1}},
-    {"stop",        -1,  4,  7, false, 1, SCPI_SOUR_FREQ_STOP,     {kBothForms, &FreqParams, 1}},
-    {"center",       4,  4,  8, false, 1, SCPI_SOUR_FREQ_CENT,     {kBothForms, &FreqParams, 1}},
-    {"span",        -1,  4,  9, false, 1, SCPI_SOUR_FREQ_SPAN,     {kBothForms, &FreqParams, 1}},
-    {"alc",         -1,  5, 10, false, 1, SCPI_SOUR_POW_ALC,       {kBothForms, &ALCStateParams, 1}},
-    {"level",        3,  5, 11, true,  1, SCPI_SOUR_POW_LEV,       {kBothForms, &PowerLevelParams, 1}},
-    {"attenuation",  3,  5, 12, false, 1, SCPI_SOUR_POW_ATT,       {kBothForms, &AttenuationParams, 1}},
-    {"mode",        -1,  5, 13, false, 1, SCPI_SOUR_POW_MODE,      {kBothForms, &PowerModeParams, 1}},
-    {"start",        4,  5, 14, false, 1, SCPI_SOUR_POW_STAR,      {kBothForms, &PowerLevelParams, 1}},
-    {"stop",        -1,  5, 15, false, 1, SCPI_SOUR_POW_STOP,      {kBothForms, &PowerLevelParams, 1}},
-    {"center",       4,  5, 16, false, 1, SCPI_SOUR_POW_CENT,      {kBothForms, &PowerLevelParams, 1}},
-    {"span",        -1,  5, 17, false, 1, SCPI_SOUR_POW_SPAN,      {kBothForms, &PowerSpanParams, 1}},
-    {"dwell",        4,  6, 18, false, 1, SCPI_SOUR_SWE_DWEL,      {kBothForms, &TimeParams, 1}},
-    {"step",        -1,  6, 19, false, 1, SCPI_SOUR_SWE_STEP,      {kBothForms, &SweepStepParams, 1}},
-    {"points",       4,  6, 20, false, 1, SCPI_SOUR_SWE_POIN,      {kBothForms, &SweepPointsParams, 1}},
-    {"spacing",      4,  6, 21, false, 1, SCPI_SOUR_SWE_SPAC,      {kBothForms, &FreqSpacingParams, 1}},
-    {"external",     3,  7, 22, false, 1, nullptr,                 {kBothForms, nullptr, 0}},
-    {"source",       4,  7, 23, false, 1, SCPI_SOUR_ROSC_SOUR,     {kBothForms, &SourceParams, 1}},
-    {"dwell",        4,  8, 24, false, 1, SCPI_SOUR_LIST_DWEL,     {kBothForms, &TimeParams, 1}},
-    {"frequency",    4,  8, 25, false, 1, SCPI_SOUR_LIST_FREQ,     {kBothForms, &FreqListParams, 1}},
-    {"power",        3,  8, 26, false, 1, SCPI_SOUR_LIST_POW,      {kBothForms, &PowerListParams, 1}},
-    {"all",         -1, 11, 27, true,  1, SCPI_INIT_CONT_ALL,      {kBothForms, &OneBoolean, 1}},
-    {"next",        -1,  0, 28, true,  1, SCPI_SYST_ERR,           {kQueryForm, nullptr, 0}},
-    {"output",       4, 14, 29, true,  1, SCPI_TRIG_AUX_OUTP_ENAB, {kBothForms, &OneBoolean, 1}},
-    {"interval",     3, 14, 30, false, 1, SCPI_TRIG_AUX_INT,       {kBothForms, &TrigIntParams, 1}},
-    {"opolarity",    4, 14, 31, false, 1, SCPI_TRIG_AUX_OPOL,      {kBothForms, &PosNegParams, 1}},
-    {"mode",        -1,  8, 32, false, 1, SCPI_SOUR_LIST_MODE,     {kBothForms, &ListModeParams, 1}},
-    {"internal",     3,  9, 33, false, 1, nullptr,                 {kBothForms, nullptr, 0}},
-    {"pulse",        4, 14, 34, false, 1, nullptr,                 {kBothForms, nullptr, 0}},
-    {"duration",     3, 14, 35, false, 1, SCPI_TRIG_AUX_DUR,       {kBothForms, &TimeParams, 1}},
-    {"all",         -1, 13, 36, true,  1, SCPI_INIT_IMM_ALL,       {kSetForm, nullptr, 0}},
-    {"control",      4,  5, 37, false, 1, SCPI_SOUR_POW_CONT,      {kBothForms, &SourceParams, 1}},
-    {"adjust",       3, 15, 38, true,  1, SCPI_SOUR_PHAS,          {kBothForms, &DegreeParams, 1}},
-    {"pulm",        -1,  9, 39, false, 1, nullptr,                 {kBothForms, nullptr, 0}},
-    {"am",          -1,  9, 40, false, 1, SCPI_SOUR_AM_DEPT,       {kSetForm, &AMDepthParams, 1}},
-    {"count",        4,  0, 41, false, 1, SCPI_SYST_ERR_COUN,      {kQueryForm, nullptr, 0}},
+consteval std::vector<Keyword> Keywords(std::string_view header) {
+  std::vector<Keyword> keywords;
+  for (std::size_t at = 0; at < header.size();) {
+    Keyword keyword;
+    keyword.optional = header[at] == '[';
+    at += keyword.optional ? 1 : 0;
+    keyword.common = header[at] == '*';
+    if (!keyword.common && header[at] != ':') throw "a keyword begins with a colon or, in a common command, a star";
+    const std::size_t start = ++at;
+    at = std::min(header.find_first_of(":[]", at), header.size());
+    keyword.spelled = header.substr(start, at - start);
+    if (keyword.optional && (at == header.size() || header[at++] != ']')) throw "a bracket is not closed";
+    keywords.push_back(keyword);
+  }
+  return keywords;
+}
+
+/// A node of the tree while it is made.
+struct Node {
+  Keyword keyword;
+  std::size_t level = 0;
+  std::int32_t parent = 0;
+  std::int32_t id = 0;
+  const SCommandRow* command = nullptr;  ///< null for a node on the way only
 };
 
-const sCommandTreeNode Level3[21] = {
-    {"state",      4, 10,  0, true,  1, SCPI_SOUR_POW_ALC,        {kBothForms, &ALCStateParams, 1}},
-    {"immediate",  3, 11,  1, true,  1, SCPI_SOUR_POW_LEV,        {kBothForms, &PowerLevelParams, 1}},
-    {"auto",      -1, 12,  2, false, 1, SCPI_SOUR_POW_ATT_AUTO,   {kBothForms, &OneBoolean, 1}},
-    {"mode",      -1, 12,  3, false, 1, SCPI_SOUR_POW_ATT_MODE,   {kBothForms, &AttModeParams, 1}},
-    {"frequency",  4, 22,  4, false, 1, SCPI_SOUR_ROSC_EXT_FREQ,  {kBothForms, &FreqParams, 1}},
-    {"points",     4, 24,  5, false, 1, SCPI_SOUR_LIST_DWEL_POIN, {kQueryForm, &OneNumeric, 1}},
-    {"points",     4, 25,  6, false, 1, SCPI_SOUR_LIST_FREQ_POIN, {kQueryForm, &OneNumeric, 1}},
-    {"points",     4, 26,  7, false, 1, SCPI_SOUR_LIST_POW_POIN,  {kQueryForm, &OneNumeric, 1}},
-    {"enable",     4, 29,  8, true,  1, SCPI_TRIG_AUX_OUTP_ENAB,  {kBothForms, &OneBoolean, 1}},
-    {"period",     3, 34,  9, false, 1, SCPI_TRIG_AUX_PULS_PER,   {kBothForms, &TimeParams, 1}},
-    {"width",      4, 34, 10, false, 1, SCPI_TRIG_AUX_PULS_WIDT,  {kBothForms, &TimeParams, 1}},
-    {"internal",   3, 39, 11, false, 1, nullptr,                  {kBothForms, nullptr, 0}},
-    {"polarity",   3, 39, 12, false, 1, SCPI_SOUR_PULM_POL,       {kBothForms, &PMPolarityParams, 1}},
-    {"state",      4, 39, 13, false, 1, SCPI_SOUR_PULM_STAT,      {kBothForms, &OneBoolean, 1}},
-    {"depth",      4, 40, 14, true,  1, SCPI_SOUR_AM_DEPT,        {kSetForm, &AMDepthParams, 1}},
-    {"external",   3, 40, 15, false, 1, nullptr,                  {kBothForms, nullptr, 0}},
-    {"internal",   3, 40, 16, false, 1, nullptr,                  {kBothForms, nullptr, 0}},
-    {"source",     4, 40, 17, false, 1, SCPI_SOUR_AM_SOUR,        {kBothForms, &SourceParams, 1}},
-    {"state",      4, 40, 18, false, 1, SCPI_SOUR_AM_STAT,        {kBothForms, &OneBoolean, 1}},
-    {"source",     4, 39, 19, false, 1, SCPI_SOUR_PULM_SOUR,      {kBothForms, &SourceParams, 1}},
-    {"mode",      -1, 39, 20, false, 1, SCPI_SOUR_PULM_MODE,      {kBothForms, &PMModeParams, 1}},
-};
+/// The node of a keyword below `parent`: the present one, or a new one.
+consteval Node& FindOrAdd(std::vector<Node>& nodes, const Keyword& keyword, std::size_t level, std::int32_t parent) {
+  std::int32_t id = 0;
+  for (Node& node : nodes) {
+    if (node.level != level) continue;
+    ++id;
+    if (node.parent != parent || node.keyword.spelled != keyword.spelled) continue;
+    if (node.keyword.optional != keyword.optional) throw "one keyword, with and without brackets";
+    return node;
+  }
+  return nodes.emplace_back(Node{keyword, level, parent, keyword.common ? -1 : id, nullptr});
+}
 
-const sCommandTreeNode Level4[7] = {
-    {"amplitude", 4,  1, 0, true,  1, SCPI_SOUR_POW_LEV,       {kBothForms, &PowerLevelParams, 1}},
-    {"train",     3, 11, 1, false, 1, nullptr,                 {kBothForms, nullptr, 0}},
-    {"period",    3, 11, 2, false, 1, SCPI_SOUR_PULM_INT_PER,  {kBothForms, &TimeParams, 1}},
-    {"pwidth",    4, 11, 3, false, 1, SCPI_SOUR_PULM_INT_PWID, {kBothForms, &TimeParams, 1}},
-    {"coupling",  4, 15, 4, false, 1, SCPI_SOUR_AM_EXT_COUP,   {kBothForms, &AMCouplingParams, 1}},
-    {"frequency", 4, 16, 5, false, 1, SCPI_SOUR_AM_INT_FREQ,   {kBothForms, &FreqParams, 1}},
-    {"internal",  3, 19, 6, false, 1, SCPI_SOUR_PULM_SOUR_INT, {kBothForms, &PMTypesParams, 1}},
-};
+consteval void Add(std::vector<Node>& nodes, const SCommandRow& command) {
+  const std::vector<Keyword> keywords = Keywords(command.header);
+  std::int32_t parent = 0;
+  for (std::size_t level = 0; level < keywords.size(); ++level) {
+    Node& node = FindOrAdd(nodes, keywords[level], level, parent);
+    parent = node.id;
+    const auto rest = keywords.begin() + static_cast<std::ptrdiff_t>(level) + 1;
+    if (!std::all_of(rest, keywords.end(), [](const Keyword& keyword) { return keyword.optional; })) continue;
+    // The header may end here.
+    if (node.command != nullptr && node.command->handler != command.handler) throw "one header, two commands";
+    if (node.command == nullptr) node.command = &command;
+  }
+}
 
-const sCommandTreeNode Level5[3] = {
-    {"offtime",    4, 1, 0, false, 1, SCPI_SOUR_PULM_INT_TRA_OFFT, {kBothForms, &PMListTimeParams, 1}},
-    {"ontime",     3, 1, 1, false, 1, SCPI_SOUR_PULM_INT_TRA_ONT,  {kBothForms, &PMListTimeParams, 1}},
-    {"repetition", 3, 1, 2, false, 1, SCPI_SOUR_PULM_INT_TRA_REP,  {kBothForms, &PMListParams, 1}},
-};
-// clang-format on
+/// All nodes, level by level.
+consteval std::vector<Node> MakeNodes() {
+  std::vector<Node> nodes;
+  for (const SCommandRow& command : kCommands) Add(nodes, command);
+  std::vector<Node> sorted;
+  for (std::size_t level = 0; sorted.size() < nodes.size(); ++level) {
+    std::copy_if(nodes.begin(), nodes.end(), std::back_inserter(sorted),
+                 [&](const Node& n) { return n.level == level; });
+  }
+  return sorted;
+}
+
+consteval std::size_t CountCharacters() {
+  std::size_t count = 0;
+  for (const Node& node : MakeNodes()) count += node.keyword.spelled.size() + 1;
+  return count;
+}
+
+/// The long forms of all nodes in lower case, each with its terminating zero.
+consteval auto MakeNames() {
+  std::array<char, CountCharacters()> names{};
+  std::size_t at = 0;
+  for (const Node& node : MakeNodes()) {
+    for (const char c : node.keyword.spelled) names[at++] = ToLower(c);
+    ++at;
+  }
+  return names;
+}
+constexpr auto kNames = MakeNames();
+
+consteval auto MakeRows() {
+  std::array<sCommandTreeNode, MakeNodes().size()> rows{};
+  const char* name = kNames.data();
+  std::size_t at = 0;
+  for (const Node& node : MakeNodes()) {
+    sCommandTreeNode& row = rows[at++];
+    row = {name,    ShortLength(node.keyword.spelled), node.parent, node.id, node.keyword.optional, 1,
+           nullptr, {kBothForms, nullptr, 0}};
+    if (node.command != nullptr) {
+      row.handler = node.command->handler;
+      row.call_info = {node.command->forms, node.command->parameter, node.command->parameter != nullptr ? 1 : 0};
+    }
+    name += node.keyword.spelled.size() + 1;
+  }
+  return rows;
+}
+constexpr auto kRows = MakeRows();
+
+consteval auto MakeLevelEnds() {
+  std::array<std::size_t, MakeNodes().back().level + 1> ends{};
+  std::size_t count = 0;
+  for (const Node& node : MakeNodes()) ends[node.level] = ++count;
+  return ends;
+}
+constexpr auto kLevelEnds = MakeLevelEnds();
+
+}  // namespace
+
+std::span<const SCommandRow> Commands() {
+  return kCommands;
+}
 
 void RegisterCommandTree() {
-  AddTreeLevel(0, Level0, std::size(Level0));
-  AddTreeLevel(1, Level1, std::size(Level1));
-  AddTreeLevel(2, Level2, std::size(Level2));
-  AddTreeLevel(3, Level3, std::size(Level3));
-  AddTreeLevel(4, Level4, std::size(Level4));
-  AddTreeLevel(5, Level5, std::size(Level5));
+  std::size_t start = 0;
+  int level = 0;
+  for (const std::size_t end : kLevelEnds) {
+    AddTreeLevel(level++, kRows.data() + start, end - start);
+    start = end;
+  }
 }
 
 }  // namespace scpi_lib

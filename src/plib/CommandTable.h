@@ -1,18 +1,24 @@
-// The command vocabulary: 101 rows in six levels. Each row is one keyword of the header tree and carries its handler.
+// The command vocabulary: the rows of Commands.def, and the header tree that is made from them when this is compiled.
 #pragma once
+
+#include <span>
 
 #include "scpi_core/types.h"
 
 namespace scpi_lib {
 
-extern const sCommandTreeNode Level0[13];
-extern const sCommandTreeNode Level1[15];
-extern const sCommandTreeNode Level2[42];
-extern const sCommandTreeNode Level3[21];
-extern const sCommandTreeNode Level4[7];
-extern const sCommandTreeNode Level5[3];
+/// One row of Commands.def.
+struct SCommandRow {
+  const char* header;
+  SCPI_Handler handler;
+  EForms forms;
+  const sFParam* parameter;  ///< null for a command without one
+};
 
-/// Puts the six levels into the global CommandTree. Called once, by the device factory.
+/// All commands, in the order of the file.
+std::span<const SCommandRow> Commands();
+
+/// Puts the levels of the header tree into the global CommandTree. Called once, by the device factory.
 void RegisterCommandTree();
 
 }  // namespace scpi_lib

@@ -1,60 +1,95 @@
-// What a parameter of a command may be: units with their multipliers, mnemonics with their short forms, and the
-// descriptors that bind them. A mnemonic reaches its handler as its row number here, so the order of rows is interface.
+// What a parameter of a command may be: suffixes with their multipliers, character data with its short forms, and the
+// descriptors that bind them. A word reaches its handler as its row number here, so the order of rows is interface.
 #pragma once
 
+#include <cstddef>
+
 #include "scpi_core/types.h"
+#include "src/plib/Spelling.h"
 
 namespace scpi_lib {
 
-extern const sMnemonicRow Booleans[4];
-extern const sMnemonicRow PowerUnits[2];
+// clang-format off
+inline constexpr sUnitRow Units_Hz[]  = {{"hz", 1.0}, {"khz", 1e3}, {"mhz", 1e6}, {"ghz", 1e9}};
+inline constexpr sUnitRow Units_s[]   = {{"s", 1.0}, {"ms", 0.001}, {"us", 0.000001}, {"ns", 0.000000001}};
+inline constexpr sUnitRow Units_dBm[] = {{"dbm", 1.0}};
+inline constexpr sUnitRow Units_dB[]  = {{"db", 1.0}};
 
-extern const sFParam OneBoolean;
-extern const sFParam ALCStateParams;
-extern const sFParam OneNumeric;
-extern const sFParam FreqParams;
-extern const sFParam PowerLevelParams;
-extern const sFParam PowerSpanParams;
-extern const sFParam AttenuationParams;
-extern const sFParam TimeParams;
-extern const sFParam SweepStepParams;
-extern const sFParam SweepPointsParams;
-extern const sFParam DegreeParams;
-extern const sFParam AMDepthParams;
-extern const sFParam FreqListParams;
-extern const sFParam PowerListParams;
-extern const sFParam PMListTimeParams;
-extern const sFParam PMListParams;
-extern const sFParam UnitParams;
-extern const sFParam FreqModeParams;
-extern const sFParam PowerModeParams;
-extern const sFParam FreqSpacingParams;
-extern const sFParam AttModeParams;
-extern const sFParam ListModeParams;
-extern const sFParam SourceParams;
-extern const sFParam TrigSourceParams;
-extern const sFParam PosNegParams;
-extern const sFParam TrigIntParams;
-extern const sFParam PMTypesParams;
-extern const sFParam PMModeParams;
-extern const sFParam PMPolarityParams;
-extern const sFParam AMCouplingParams;
+inline constexpr sMnemonicRow MinMaxDef[]        = {Word<"MINimum">, Word<"MAXimum">, Word<"DEFault">};
+inline constexpr sMnemonicRow Booleans[]         = {Word<"OFF">, Word<"ON">, Word<"0">, Word<"1">};
+inline constexpr sMnemonicRow PowerUnits[]       = {Word<"DBM">, Word<"W">};
+inline constexpr sMnemonicRow Modes[]            = {Word<"CW">, Word<"FIXed">, Word<"SWEep">, Word<"LIST">};
+inline constexpr sMnemonicRow FreqSpacing[]      = {Word<"LINear">, Word<"LOGarithmic">};
+inline constexpr sMnemonicRow AttModes[]         = {Word<"DISTortion">, Word<"VSWR">, Word<"OPTimal">, Word<"SAVing">};
+inline constexpr sMnemonicRow ListMode[]         = {Word<"AUTO">, Word<"MANual">};
+inline constexpr sMnemonicRow SourceValues[]     = {Word<"INTernal">, Word<"EXTernal">};
+inline constexpr sMnemonicRow TriggerSources[]   = {Word<"IMMediate">, Word<"EXTernal">, Word<"BUS">};
+inline constexpr sMnemonicRow TriggerSlope[]     = {Word<"POSitive">, Word<"NEGative">};
+inline constexpr sMnemonicRow TriggerInt[]       = {Word<"POINt">, Word<"SWEep">, Word<"AUXiliary">, Word<"PULSe">,
+                                                    Word<"STEP">, Word<"INPut">};
+inline constexpr sMnemonicRow PMTypes[]          = {Word<"FRUN">, Word<"SQUare">, Word<"PTRain">};
+inline constexpr sMnemonicRow PMModes[]          = {Word<"FIXed">, Word<"LIST">};
+inline constexpr sMnemonicRow PMPolarityState[]  = {Word<"NORMal">, Word<"INVerted">};
+inline constexpr sMnemonicRow AMCouplingValues[] = {Word<"AC">, Word<"DC">, Word<"GROund">};
+// clang-format on
 
-// Call infos of the handlers that answer with a mnemonic: the first argument of CDevice::SendEnum.
-extern const sFunctionCallInfo SCPI_SOUR_FREQ_MODE_F;
-extern const sFunctionCallInfo SCPI_SOUR_SWE_SPAC_F;
-extern const sFunctionCallInfo SCPI_OUTP_STAT_F;
-extern const sFunctionCallInfo SCPI_SOUR_POW_MODE_F;
-extern const sFunctionCallInfo SCPI_SOUR_POW_ATT_MODE_F;
-extern const sFunctionCallInfo SCPI_SOUR_POW_CONT_F;
-extern const sFunctionCallInfo SCPI_SOUR_ROSC_SOUR_F;
-extern const sFunctionCallInfo SCPI_TRIG_SEQ_SOUR_F;
-extern const sFunctionCallInfo SCPI_TRIG_SEQ_SLOP_F;
-extern const sFunctionCallInfo SCPI_TRIG_AUX_INT_F;
-extern const sFunctionCallInfo SCPI_TRIG_AUX_OPOL_F;
-extern const sFunctionCallInfo SCPI_SOUR_LIST_MODE_F;
-extern const sFunctionCallInfo SCPI_SOUR_PULM_POL_F;
-extern const sFunctionCallInfo SCPI_SOUR_PULM_SOUR_F;
-extern const sFunctionCallInfo SCPI_SOUR_PULM_SOUR_INT_F;
+// A row of a descriptor says its kind, its tables and its flags; the counts come from the tables.
+
+struct None {};
+inline constexpr None NoUnits;
+inline constexpr None NoParameter;  ///< of a command
+
+template <std::size_t Words>
+constexpr sFParam Character(const sMnemonicRow (&words)[Words], EParamFlags flags) {
+  return {kKindCharacter, words, Words, nullptr, 0, flags};
+}
+template <std::size_t Words>
+constexpr sFParam Numeric(const sMnemonicRow (&words)[Words], None, EParamFlags flags) {
+  return {kKindNumeric, words, Words, nullptr, 0, flags};
+}
+template <std::size_t Words, std::size_t Units>
+constexpr sFParam Numeric(const sMnemonicRow (&words)[Words], const sUnitRow (&units)[Units], EParamFlags flags) {
+  return {kKindNumeric, words, Words, units, Units, flags};
+}
+constexpr sFParam NumericList(None, EParamFlags flags) {
+  return {kKindNumericList, nullptr, 0, nullptr, 0, flags};
+}
+template <std::size_t Units>
+constexpr sFParam NumericList(const sUnitRow (&units)[Units], EParamFlags flags) {
+  return {kKindNumericList, nullptr, 0, units, Units, flags};
+}
+
+// clang-format off
+inline constexpr sFParam OneBoolean        = Character(Booleans, kForSet);
+inline constexpr sFParam ALCStateParams    = Character(Booleans, kForSet | kMayBeLeftOut);
+inline constexpr sFParam OneNumeric        = Numeric(MinMaxDef, NoUnits, kTakesWords | kForQuery);
+inline constexpr sFParam FreqParams        = Numeric(MinMaxDef, Units_Hz, kForSet | kTakesWords);
+inline constexpr sFParam PowerLevelParams  = Numeric(MinMaxDef, Units_dBm, kForSet | kTakesWords);
+inline constexpr sFParam PowerSpanParams   = Numeric(MinMaxDef, Units_dB, kForSet | kTakesWords);
+inline constexpr sFParam AttenuationParams = Numeric(MinMaxDef, Units_dB, kForSet | kTakesWords);
+inline constexpr sFParam TimeParams        = Numeric(MinMaxDef, Units_s, kForSet | kTakesWords);
+inline constexpr sFParam SweepStepParams   = Numeric(MinMaxDef, NoUnits, kForSet | kTakesWords);
+inline constexpr sFParam SweepPointsParams = Numeric(MinMaxDef, NoUnits, kForSet | kTakesWords);
+inline constexpr sFParam DegreeParams      = Numeric(MinMaxDef, NoUnits, kForSet | kTakesWords);
+inline constexpr sFParam AMDepthParams     = Numeric(MinMaxDef, NoUnits, kForSet);
+inline constexpr sFParam FreqListParams    = NumericList(Units_Hz, kForSet);
+inline constexpr sFParam PowerListParams   = NumericList(Units_dBm, kForSet);
+inline constexpr sFParam PMListTimeParams  = NumericList(Units_s, kForSet | kTakesWords);
+inline constexpr sFParam PMListParams      = NumericList(NoUnits, kForSet | kTakesWords);
+inline constexpr sFParam UnitParams        = Character(PowerUnits, kForSet);
+inline constexpr sFParam FreqModeParams    = Character(Modes, kForSet);
+inline constexpr sFParam PowerModeParams   = Character(Modes, kForSet);
+inline constexpr sFParam FreqSpacingParams = Character(FreqSpacing, kForSet | kTakesWords);
+inline constexpr sFParam AttModeParams     = Character(AttModes, kForSet | kTakesWords);
+inline constexpr sFParam ListModeParams    = Character(ListMode, kForSet | kTakesWords);
+inline constexpr sFParam SourceParams      = Character(SourceValues, kForSet);
+inline constexpr sFParam TrigSourceParams  = Character(TriggerSources, kForSet);
+inline constexpr sFParam PosNegParams      = Character(TriggerSlope, kForSet);
+inline constexpr sFParam TrigIntParams     = Character(TriggerInt, kForSet);
+inline constexpr sFParam PMTypesParams     = Character(PMTypes, kForSet);
+inline constexpr sFParam PMModeParams      = Character(PMModes, kForSet);
+inline constexpr sFParam PMPolarityParams  = Character(PMPolarityState, kForSet);
+inline constexpr sFParam AMCouplingParams  = Character(AMCouplingValues, kForSet);
+// clang-format on
 
 }  // namespace scpi_lib

@@ -20,6 +20,10 @@ int SendNumber(CDevice& device, double value) {
   return SendText(device, CommandResultBuffer);
 }
 
+int SendWord(CDevice& device, const sFParam& parameter, int value) {
+  return device.SendEnum({kBothForms, &parameter, 1}, value, 0);
+}
+
 ETDDefaultType DefaultType(const Parameters& parameters) {
   if (parameters.empty() || !IsKeyword(parameters.front())) return kDefaultPlain;
   return static_cast<ETDDefaultType>(Index(parameters.front()));

@@ -40,6 +40,10 @@ int SendText(CDevice& device, std::string_view text);
 /// Sends a number with twelve significant digits and returns 0.
 int SendNumber(CDevice& device, double value);
 
+/// Sends the word in row `value` of a parameter's table, its short form in capitals, and returns 0; -310 for what is no
+/// row.
+int SendWord(CDevice& device, const sFParam& parameter, int value);
+
 inline bool IsKeyword(const sParamInfo& parameter) {
   return parameter.type == kParamCharacter;
 }

@@ -52,7 +52,7 @@ int SCPI_SOUR_FREQ_SPAN(Parameters parameters, bool query, void* device, sComErr
 
 int SCPI_SOUR_FREQ_MODE(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
   return Guarded(device, error, [&](CDevice& generator) {
-    if (query) return generator.SendEnum(SCPI_SOUR_FREQ_MODE_F, generator.GetFreqMode(), 0);
+    if (query) return SendWord(generator, FreqModeParams, generator.GetFreqMode());
     const int index = Index(parameters.front());
     const EMode mode = index == 0 ? kModeFixed : static_cast<EMode>(index);  // "cw" and "fixed" are one mode
     return Finish(generator.SetFreqMode(mode), device, error);
@@ -108,7 +108,7 @@ int SCPI_SOUR_SWE_SPAC(Parameters parameters, bool query, void* device, sComErro
       EFreqSpacing spacing = kSpacingLinear;
       int status = generator.GetFreqSpacing(spacing);
       if (CheckErr(status, device, error)) return status;
-      return generator.SendEnum(SCPI_SOUR_SWE_SPAC_F, spacing, 0);
+      return SendWord(generator, FreqSpacingParams, spacing);
     }
     return Finish(generator.SetFreqSpacing(static_cast<EFreqSpacing>(Index(parameters.front()))), device, error);
   });
@@ -125,7 +125,7 @@ int SCPI_SOUR_ROSC_SOUR(Parameters parameters, bool query, void* device, sComErr
       bool external = false;
       int status = generator.GetExtRefGenState(external);
       if (CheckErr(status, device, error)) return status;
-      return generator.SendEnum(SCPI_SOUR_ROSC_SOUR_F, external, 0);
+      return SendWord(generator, SourceParams, external);
     }
     const int index = Index(parameters.front());
     if (index > 2) return scpi_error::kDataOutOfRange;

@@ -67,7 +67,7 @@ int SCPI_SOUR_LIST_MODE(Parameters parameters, bool query, void* device, sComErr
     const bool triggered = source == kTriggerExternal || source == kTriggerBus;
     if (query) {
       const bool manual = generator.GetSingleStepEnabled() && triggered;
-      return generator.SendEnum(SCPI_SOUR_LIST_MODE_F, manual ? kListManual : kListAuto, 0);
+      return SendWord(generator, ListModeParams, manual ? kListManual : kListAuto);
     }
     const auto mode = static_cast<EListMode>(Index(parameters.front()));
     status = generator.SetSingleStepEnabled(mode == kListManual && triggered);

@@ -55,7 +55,7 @@ int SCPI_SOUR_POW_SPAN(Parameters parameters, bool query, void* device, sComErro
 
 int SCPI_SOUR_POW_MODE(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
   return Guarded(device, error, [&](CDevice& generator) {
-    if (query) return generator.SendEnum(SCPI_SOUR_POW_MODE_F, generator.GetPwrMode(), 0);
+    if (query) return SendWord(generator, PowerModeParams, generator.GetPwrMode());
     const int index = Index(parameters.front());
     if (index == 0)
       return scpi_error::kParameterNotAllowed;  // callers rely on "cw" being refused here, unlike the frequency mode
@@ -89,7 +89,7 @@ int SCPI_SOUR_POW_ATT_MODE(Parameters parameters, bool query, void* device, sCom
     if (query) {
       generator.GetAttStrategy(strategy);
       const bool known = strategy >= kFirstStrategy && strategy <= kFirstStrategy + 3;
-      return generator.SendEnum(SCPI_SOUR_POW_ATT_MODE_F, known ? strategy - kFirstStrategy : 0, 0);
+      return SendWord(generator, AttModeParams, known ? strategy - kFirstStrategy : 0);
     }
     strategy = Index(parameters.front()) + kFirstStrategy;
     generator.SetAttStrategy(strategy);
@@ -102,7 +102,7 @@ int SCPI_SOUR_POW_CONT(Parameters parameters, bool query, void* device, sComErro
     int control = 0;
     if (query) {
       generator.GetPowControl(control);
-      return generator.SendEnum(SCPI_SOUR_POW_CONT_F, control, 0);
+      return SendWord(generator, SourceParams, control);
     }
     control = Index(parameters.front());
     generator.SetPowControl(control);

@@ -90,7 +90,7 @@ int SCPI_SOUR_PULM_POL(Parameters parameters, bool query, void* device, sComErro
     if (query) {
       bool inverted = false;
       generator.GetModulationPolarity(inverted);
-      return generator.SendEnum(SCPI_SOUR_PULM_POL_F, inverted, 0);
+      return SendWord(generator, PMPolarityParams, inverted);
     }
     return Finish(generator.SetModulationPolarity(parameters.front().value == 1.0), device, error);
   });
@@ -101,7 +101,7 @@ int SCPI_SOUR_PULM_SOUR(Parameters parameters, bool query, void* device, sComErr
     if (query) {
       int source = 0;
       generator.GetModulationSource(source);
-      return generator.SendEnum(SCPI_SOUR_PULM_SOUR_F, source, 0);
+      return SendWord(generator, SourceParams, source);
     }
     return Finish(generator.SetModulationSource(Index(parameters.front())), device, error);
   });
@@ -112,7 +112,7 @@ int SCPI_SOUR_PULM_SOUR_INT(Parameters parameters, bool query, void* device, sCo
     if (query) {
       int type = 0;
       generator.GetIntModulationType(type);
-      return generator.SendEnum(SCPI_SOUR_PULM_SOUR_INT_F, type, 0);
+      return SendWord(generator, PMTypesParams, type);
     }
     const bool was_on = IsModulating(generator);
     if (was_on) generator.SetModulationEnabled(false);

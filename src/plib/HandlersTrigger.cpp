@@ -13,13 +13,13 @@ namespace {
 /// A handler whose query answers the mnemonic that a getter gives (its status is dropped) and whose set form passes the
 /// mnemonic's number on.
 template <class Value>
-int Mnemonic(const Parameters& parameters, bool query, void* device, sComErrorInfo* error,
-             const sFunctionCallInfo& info, int (CDevice::*getter)(Value&) const, int (CDevice::*setter)(Value)) {
+int Mnemonic(const Parameters& parameters, bool query, void* device, sComErrorInfo* error, const sFParam& words,
+             int (CDevice::*getter)(Value&) const, int (CDevice::*setter)(Value)) {
   return Guarded(device, error, [&](CDevice& generator) {
     if (query) {
       Value value{};
       (generator.*getter)(value);
-      return generator.SendEnum(info, value, 0);
+      return SendWord(generator, words, value);
     }
     return Finish((generator.*setter)(static_cast<Value>(Index(parameters.front()))), device, error);
   });
@@ -28,22 +28,21 @@ int Mnemonic(const Parameters& parameters, bool query, void* device, sComErrorIn
 }  // namespace
 
 int SCPI_TRIG_SEQ_SOUR(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return Mnemonic(parameters, query, device, error, SCPI_TRIG_SEQ_SOUR_F, &CDevice::GetTrigSource,
-                  &CDevice::SetTrigSource);
+  return Mnemonic(parameters, query, device, error, TrigSourceParams, &CDevice::GetTrigSource, &CDevice::SetTrigSource);
 }
 
 int SCPI_TRIG_SEQ_SLOP(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return Mnemonic(parameters, query, device, error, SCPI_TRIG_SEQ_SLOP_F, &CDevice::GetSyncSourceDetection,
+  return Mnemonic(parameters, query, device, error, PosNegParams, &CDevice::GetSyncSourceDetection,
                   &CDevice::SetSyncSourceDetection);
 }
 
 int SCPI_TRIG_AUX_INT(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return Mnemonic(parameters, query, device, error, SCPI_TRIG_AUX_INT_F, &CDevice::GetSyncInterval,
+  return Mnemonic(parameters, query, device, error, TrigIntParams, &CDevice::GetSyncInterval,
                   &CDevice::SetSyncInterval);
 }
 
 int SCPI_TRIG_AUX_OPOL(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return Mnemonic(parameters, query, device, error, SCPI_TRIG_AUX_OPOL_F, &CDevice::GetSyncOpolarity,
+  return Mnemonic(parameters, query, device, error, PosNegParams, &CDevice::GetSyncOpolarity,
                   &CDevice::SetSyncOpolarity);
 }
 
@@ -77,7 +76,7 @@ int SCPI_OUTP_STAT(Parameters parameters, bool query, void* device, sComErrorInf
     if (query) {
       bool on = false;
       generator.GetOutputEnabled(on);
-      return generator.SendEnum(SCPI_OUTP_STAT_F, on, 0);
+      return SendWord(generator, OneBoolean, on);
     }
     int status = generator.SetOutputEnabled((Index(parameters.front()) & ~2) == 1);
     CheckErr(status, device, error);

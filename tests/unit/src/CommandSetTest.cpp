@@ -1,98 +1,47 @@
 // Every command of the reference, as query and as set form, in long, short and mixed case, with and without the nodes
-// that may be left out. Written down apart from the table that the parser walks.
+// that may be left out; and back: every header of the tree that the parser walks is in the reference.
+#include <algorithm>
 #include <cctype>
+#include <cstring>
 #include <gtest/gtest.h>
+#include <set>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "scpi_core/pcore.h"
 #include "src/Device.h"
+#include "src/plib/CommandSentences.h"
 #include "src/plib/CommandTable.h"
 #include "tests/unit/src/ScriptedProvider.h"
 
 namespace {
 
-enum Forms { kNone = 0, kQuery = 1, kSet = 2, kBoth = 3 };
+using scpi_lib::SCommandRow;
+using scpi_lib::SCommandSentence;
 
-/// Capitals are the short form, brackets may be left out. kNone: known words that are refused in both forms.
-struct Command {
-  const char* header;
-  Forms forms;
-  const char* parameter;
-};
+const SCommandSentence& SentenceOf(const SCommandRow& row) {
+  for (const SCommandSentence& sentence : scpi_lib::CommandSentences()) {
+    if (sentence.handler == row.handler) return sentence;
+  }
+  throw std::logic_error(std::string("no sentence for ") + row.header);
+}
 
-const Command kCommands[] = {
-    {"*IDN", kQuery, ""},
-    {"*STB", kQuery, ""},
-    {"*ESR", kQuery, ""},
-    {"*OPC", kQuery, ""},
-    {"*RST", kSet, ""},
-    {"*CLS", kSet, ""},
-    {":SYSTem:ERRor[:NEXT]", kQuery, ""},
-    {":SYSTem:ERRor:COUNt", kQuery, ""},
-    {":SYSTem:VERSion", kQuery, ""},
-    {":UNIT:POWer", kBoth, " DBM"},
-    {":ABORt", kSet, ""},
-    {":INITiate[:IMMediate][:ALL]", kSet, ""},
-    {":INITiate:CONTinuous[:ALL]", kBoth, " OFF"},
-    {":TRIGger[:SEQuence][:IMMediate]", kSet, ""},
-    {":TRIGger[:SEQuence]:SOURce", kBoth, " IMM"},
-    {":TRIGger[:SEQuence]:SLOPe", kBoth, " POS"},
-    {":TRIGger:AUXiliary[:OUTPut][:ENABle]", kBoth, " OFF"},
-    {":TRIGger:AUXiliary:INTerval", kBoth, " SWE"},
-    {":TRIGger:AUXiliary:OPOLarity", kBoth, " POS"},
-    {":TRIGger:AUXiliary:PULSe:PERiod", kBoth, " 1MS"},
-    {":TRIGger:AUXiliary:PULSe:WIDTh", kBoth, " 1MS"},
-    {":TRIGger:AUXiliary:DURation", kBoth, " 1MS"},
-    {":OUTPut[:STATe]", kBoth, " OFF"},
-    {"[:SOURce]:FREQuency[:CW]", kBoth, " 1GHZ"},
-    {"[:SOURce]:FREQuency[:FIXed]", kBoth, " 1GHZ"},
-    {"[:SOURce]:FREQuency:MODE", kBoth, " FIX"},
-    {"[:SOURce]:FREQuency:STARt", kBoth, " 1GHZ"},
-    {"[:SOURce]:FREQuency:STOP", kBoth, " 1GHZ"},
-    {"[:SOURce]:FREQuency:CENTer", kBoth, " 1GHZ"},
-    {"[:SOURce]:FREQuency:SPAN", kBoth, " 1GHZ"},
-    {"[:SOURce]:POWer[:LEVel][:IMMediate][:AMPLitude]", kBoth, " -10"},
-    {"[:SOURce]:POWer:MODE", kBoth, " FIX"},
-    {"[:SOURce]:POWer:STARt", kBoth, " -10"},
-    {"[:SOURce]:POWer:STOP", kBoth, " -10"},
-    {"[:SOURce]:POWer:CENTer", kBoth, " -10"},
-    {"[:SOURce]:POWer:SPAN", kBoth, " 3DB"},
-    {"[:SOURce]:POWer:ALC[:STATe]", kBoth, " ON"},
-    {"[:SOURce]:POWer:ATTenuation", kQuery, " 0"},
-    {"[:SOURce]:POWer:ATTenuation:AUTO", kQuery, " OFF"},
-    {"[:SOURce]:POWer:ATTenuation:MODE", kBoth, " OPT"},
-    {"[:SOURce]:POWer:CONTrol", kBoth, " INT"},
-    {"[:SOURce]:SWEep:DWELl", kBoth, " 1MS"},
-    {"[:SOURce]:SWEep:STEP", kBoth, " 1"},
-    {"[:SOURce]:SWEep:POINts", kBoth, " 11"},
-    {"[:SOURce]:SWEep:SPACing", kBoth, " LIN"},
-    {"[:SOURce]:ROSCillator:EXTernal:FREQuency", kBoth, " 1GHZ"},
-    {"[:SOURce]:ROSCillator:SOURce", kBoth, " INT"},
-    {"[:SOURce]:PHASe[:ADJust]", kBoth, " 45"},
-    {"[:SOURce]:LIST:FREQuency", kSet, " 1GHZ,2GHZ"},
-    {"[:SOURce]:LIST:FREQuency:POINts", kQuery, " MAX"},
-    {"[:SOURce]:LIST:POWer", kSet, " 1,2"},
-    {"[:SOURce]:LIST:POWer:POINts", kQuery, " MAX"},
-    {"[:SOURce]:LIST:DWELl", kBoth, " 1MS"},
-    {"[:SOURce]:LIST:DWELl:POINts", kQuery, " MAX"},
-    {"[:SOURce]:LIST:MODE", kBoth, " AUTO"},
-    {"[:SOURce][:MODulation]:PULM:STATe", kBoth, " OFF"},
-    {"[:SOURce][:MODulation]:PULM:POLarity", kBoth, " NORM"},
-    {"[:SOURce][:MODulation]:PULM:SOURce", kBoth, " INT"},
-    {"[:SOURce][:MODulation]:PULM:SOURce:INTernal", kBoth, " FRUN"},
-    {"[:SOURce][:MODulation]:PULM:MODE", kNone, " FIX"},
-    {"[:SOURce][:MODulation]:PULM:INTernal:PERiod", kBoth, " 1MS"},
-    {"[:SOURce][:MODulation]:PULM:INTernal:PWIDth", kBoth, " 1MS"},
-    {"[:SOURce][:MODulation]:PULM:INTernal:TRAin:OFFTime", kBoth, " 1S,2S"},
-    {"[:SOURce][:MODulation]:PULM:INTernal:TRAin:ONTime", kBoth, " 1S,2S"},
-    {"[:SOURce][:MODulation]:PULM:INTernal:TRAin:REPetition", kBoth, " 1,2"},
-    {"[:SOURce][:MODulation]:AM[:DEPTh]", kNone, " 1"},
-    {"[:SOURce][:MODulation]:AM:EXTernal:COUPling", kNone, " AC"},
-    {"[:SOURce][:MODulation]:AM:INTernal:FREQuency", kNone, " 1GHZ"},
-    {"[:SOURce][:MODulation]:AM:SOURce", kNone, " INT"},
-    {"[:SOURce][:MODulation]:AM:STATe", kNone, " OFF"},
-};
+/// Whether the reference says that a command has a form, "query" or "set"; "none (-113)" holds neither word.
+bool SaysForm(const SCommandRow& row, EForms form) {
+  const char* exception = SentenceOf(row).forms;
+  if (exception == nullptr) return (row.forms & form) != 0;
+  return std::strstr(exception, form == kQueryForm ? "query" : "set") != nullptr;
+}
+
+/// The parameter of a set form: the example's, or else the first word that the command takes.
+std::string ParameterOf(const SCommandRow& row) {
+  if (row.parameter == nullptr) return "";
+  const std::string example = SentenceOf(row).example;
+  const std::size_t blank = example.find(' ');
+  if (blank != std::string::npos) return example.substr(blank);
+  return std::string(" ") + row.parameter->mnemonics[0].name;
+}
 
 /// A generator that was never opened: refuses every exchange, which no handler turns into "undefined header".
 class Generator : public CDevice {
@@ -143,16 +92,53 @@ TEST(CommandSet, EveryHeaderInEverySpelling) {
   scpi_lib::RegisterCommandTree();
   const test::ScriptedProvider provider;
   Generator generator;
-  for (const Command& command : kCommands) {
-    for (const std::string& header : WithAndWithout(command.header)) {
+  for (const SCommandRow& row : scpi_lib::Commands()) {
+    for (const std::string& header : WithAndWithout(row.header)) {
       for (const Spelling spelling : {Spelling::kLong, Spelling::kShort, Spelling::kMixed}) {
         const std::string text = Spelled(header, spelling);
         SCOPED_TRACE(text);
-        EXPECT_EQ(IsUndefined(generator, text + "?"), (command.forms & kQuery) == 0);
-        EXPECT_EQ(IsUndefined(generator, text + command.parameter), (command.forms & kSet) == 0);
+        EXPECT_EQ(IsUndefined(generator, text + "?"), !SaysForm(row, kQueryForm));
+        EXPECT_EQ(IsUndefined(generator, text + ParameterOf(row)), !SaysForm(row, kSetForm));
       }
     }
   }
+}
+
+/// The header of a node of the tree as the reference writes it.
+std::string HeaderOf(std::size_t level, const sCommandTreeNode& node) {
+  std::string word = node.name;
+  const std::size_t capitals = node.short_length == kNoShortForm ? word.size() : std::size_t(node.short_length);
+  for (std::size_t i = 0; i < capitals; ++i) word[i] = static_cast<char>(std::toupper(word[i]));
+  if (node.id == -1) return "*" + word;
+  word = node.optional ? "[:" + word + "]" : ":" + word;
+  if (level == 0) return word;
+  const STree& above = CommandTree[level - 1];
+  for (int i = 0; i < above.count; ++i) {
+    if (above.rows[i].id == node.parent) return HeaderOf(level - 1, above.rows[i]) + word;
+  }
+  return "without a parent: " + word;
+}
+
+bool GoesOnWith(std::size_t level, const sCommandTreeNode& node) {
+  if (level + 1 == CommandTree.size() || node.id == -1) return false;
+  const STree& below = CommandTree[level + 1];
+  return std::any_of(below.rows, below.rows + below.count, [&](const sCommandTreeNode& child) {
+    return child.parent == node.id && child.optional && child.handler == node.handler;
+  });
+}
+
+TEST(CommandSet, TheTreeHoldsTheHeadersOfTheRowsAndNoOther) {
+  scpi_lib::RegisterCommandTree();
+  std::multiset<std::string> of_rows;
+  std::multiset<std::string> of_tree;
+  for (const SCommandRow& row : scpi_lib::Commands()) of_rows.insert(row.header);
+  for (std::size_t level = 0; level < CommandTree.size(); ++level) {
+    for (int i = 0; i < CommandTree[level].count; ++i) {
+      const sCommandTreeNode& node = CommandTree[level].rows[i];
+      if (node.handler != nullptr && !GoesOnWith(level, node)) of_tree.insert(HeaderOf(level, node));
+    }
+  }
+  EXPECT_EQ(of_tree, of_rows);
 }
 
 TEST(CommandSet, NothingBetweenShortAndLong) {
