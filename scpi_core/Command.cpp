@@ -38,6 +38,28 @@ sCommand::~sCommand() {
   delete error_info;
 }
 
+sUnitCommand::~sUnitCommand() {
+  text = nullptr;
+  error_info = nullptr;
+}
+
+void sUnitCommand::Begin(char* unit, int unit_length) {
+  text = unit;
+  length = unit_length;
+  level_count = 0;
+  first_character = 0;
+  substrings.clear();
+  parameter_count = 0;
+  substring_count = 0;
+  query = false;
+  error = 0;
+  parameters.clear();
+  parsed_count = 0;
+  m_error_info = {};
+  error_info = &m_error_info;
+  final_attempt = false;
+}
+
 char sCommand::GetChar(int token, int position) const {
   if (token < 0 || token >= static_cast<int>(substrings.size()) || position < 0) return 0;
   const sSubString& substring = substrings[static_cast<std::size_t>(token)];

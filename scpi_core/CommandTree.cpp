@@ -1,11 +1,18 @@
 // The walk over the command tree.
 #include <algorithm>
+#include <span>
 #include <utility>
 
 #include "scpi_core/Ascii.h"
 #include "scpi_core/pcore.h"
 
 namespace {
+
+/// What the walk asks of a row, worked out once.
+struct Node {
+  std::vector<int> children;   ///< rows one level down, in their order
+  std::uint32_t initials = 0;  ///< of the tokens that the row, or one reached by passing over it, could take
+};
 
 /// Never destroyed: a session whose own thread ends the process still walks the tree while statics go.
 union TreeStorage {
@@ -14,6 +21,23 @@ union TreeStorage {
   std::vector<STree> tree;
 };
 constinit TreeStorage storage;
+
+/// Beside the tree and kept in step with it; destroyed as little.
+union IndexStorage {
+  constexpr IndexStorage() : levels() {}
+  ~IndexStorage() {}
+  std::vector<std::vector<Node>> levels;
+};
+constinit IndexStorage node_index;
+/// No row has more than one instance, so no header suffix is a value.
+constinit bool single_instances = true;
+
+constexpr std::uint32_t kAnyInitial = ~std::uint32_t{0};
+
+/// One bit for a character; several share one, so that a bit in common means "perhaps".
+constexpr std::uint32_t Initial(char c) {
+  return std::uint32_t{1} << (static_cast<unsigned char>(Lower(c)) & 31);
+}
 
 }  // namespace
 
@@ -25,6 +49,38 @@ const STree* Level(int level) {
   return level >= 0 && static_cast<std::size_t>(level) < CommandTree.size()
              ? &CommandTree[static_cast<std::size_t>(level)]
              : nullptr;
+}
+
+const Node& NodeOf(int level, int row) {
+  return node_index.levels[static_cast<std::size_t>(level)][static_cast<std::size_t>(row)];
+}
+
+/// From the deepest level up, because an optional row takes over the initials of its children.
+void BuildIndex() {
+  node_index.levels.assign(CommandTree.size(), {});
+  single_instances = true;
+  for (std::size_t level = CommandTree.size(); level-- > 0;) {
+    for (const sCommandTreeNode& row :
+         std::span(CommandTree[level].rows, static_cast<std::size_t>(CommandTree[level].count))) {
+      single_instances = single_instances && row.instance_limit == 1;
+      Node& node = node_index.levels[level].emplace_back();
+      node.initials = row.name[0] == '\0' ? kAnyInitial : Initial(row.name[0]);
+      if (level + 1 == CommandTree.size()) continue;
+      const STree& below = CommandTree[level + 1];
+      for (int child = 0; child < below.count; ++child) {
+        if (below.rows[child].parent != row.id) continue;
+        node.children.push_back(child);
+        if (row.optional) node.initials |= node_index.levels[level + 1][static_cast<std::size_t>(child)].initials;
+      }
+    }
+  }
+}
+
+/// The bit of a header token's first letter.
+std::uint32_t InitialOf(const sCommand& command, int token) {
+  const sSubString& substring = command.substrings[static_cast<std::size_t>(token)];
+  return substring.length > 0 && substring.offset < command.length ? Initial(command.text[substring.offset])
+                                                                   : kAnyInitial;
 }
 
 /// True if the token is exactly the row's short form or its whole name.
@@ -45,6 +101,7 @@ bool AllowsForm(const sFunctionCallInfo& info, bool query) {
 
 /// The numeric suffixes of the nodes on the way, outermost first, for nodes with more than one instance.
 void CollectSuffixes(sCommand& command, int level, std::int32_t id) {
+  if (single_instances) return;
   std::vector<sParamInfo> suffixes;
   for (; level >= 0; --level) {
     const STree* tree = Level(level);
@@ -85,6 +142,7 @@ bool Execute(sCommand& command, const sCommandTreeNode& row, int level, void* de
 
 void ReleaseCommandTree() {
   std::vector<STree>().swap(CommandTree);
+  std::vector<std::vector<Node>>().swap(node_index.levels);
 }
 
 void AddTreeLevel(int level, const sCommandTreeNode* rows, std::size_t count) {
@@ -95,6 +153,7 @@ void AddTreeLevel(int level, const sCommandTreeNode* rows, std::size_t count) {
   } else {
     CommandTree.push_back(tree);
   }
+  BuildIndex();
 }
 
 bool CheckTree(sCommand* command, int& level, int& row, int token, void* device) {
@@ -108,10 +167,11 @@ bool CheckTree(sCommand* command, int& level, int& row, int token, void* device)
     if (token == command->level_count - 1) return Execute(*command, node, level, device);
   }
   const int next_token = matched ? token + 1 : token;
-  const STree* below = Level(level + 1);
-  if (below == nullptr) return false;
-  for (int child = 0; child < below->count; ++child) {
-    if (below->rows[child].parent != node.id) continue;
+  const std::vector<int>& children = NodeOf(level, row).children;
+  if (children.empty()) return false;
+  const std::uint32_t initial = InitialOf(*command, next_token);
+  for (const int child : children) {
+    if ((NodeOf(level + 1, child).initials & initial) == 0) continue;
     int child_level = level + 1;
     int child_row = child;
     if (CheckTree(command, child_level, child_row, next_token, device)) {
@@ -131,8 +191,10 @@ void FindNodes(sCommand* command, int& level, int& parent, void* device) {
     return;
   }
   const bool all = level == 0 || parent == -1;
+  const std::uint32_t initial = InitialOf(*command, 0);
   for (int i = 0; i < tree->count; ++i) {
     if (!all && tree->rows[i].parent != parent) continue;
+    if ((NodeOf(level, i).initials & initial) == 0) continue;
     int row_level = level;
     int row = i;
     if (CheckTree(command, row_level, row, 0, device)) {

@@ -1,5 +1,7 @@
 // From parameter tokens to typed values.
+#include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -21,9 +23,38 @@ bool IsPlainNumber(const char* token, int length) {
   return !(token[start] == '0' && start + 1 < length && Lower(token[start + 1]) == 'x');
 }
 
+/// A number of few digits, without an exponent: both its digits and the power of ten are exact doubles, so that one
+/// division rounds it correctly. Returns its length, 0 for a number that is not of this form.
+int ReadShortNumber(const char* token, int length, double& value) {
+  constexpr double kPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  constexpr int kMostDigits = 15;
+  const bool negative = token[0] == '-';
+  int at = negative ? 1 : 0;
+  std::uint64_t digits = 0;  // wraps where there are too many
+  const auto take = [&] {
+    const int from = at;
+    const int end = std::min(length, from + kMostDigits + 1);
+    for (; at < end && IsDigit(token[at]); ++at) digits = digits * 10 + static_cast<unsigned>(token[at] - '0');
+    return at - from;
+  };
+  const int whole = take();
+  if (whole > kMostDigits) return 0;
+  int places = 0;
+  if (at < length && token[at] == '.') {
+    ++at;
+    places = take();
+    if (places == 0 || whole + places > kMostDigits) return 0;
+  }
+  if (at < length && Lower(token[at]) == 'e') return 0;
+  const double number = static_cast<double>(static_cast<std::int64_t>(digits)) / kPowers[places];
+  value = negative ? -number : number;
+  return at;
+}
+
 /// How many characters of the token are a number, with strtod's idea of one.
 int ReadNumber(const char* token, int length, double& value) {
   if (IsPlainNumber(token, length)) {
+    if (const int taken = ReadShortNumber(token, length, value)) return taken;
     const auto [end, error] = std::from_chars(token, token + length, value);
     if (error == std::errc()) return static_cast<int>(end - token);
   }

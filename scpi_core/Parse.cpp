@@ -46,6 +46,7 @@ void Parse(char* text, int length, IResponseStream* stream, void* device) {
   cursor.delimiters = ";";
   std::array<char, kUsualLength> usual;
   std::unique_ptr<char[]> longer;
+  sUnitCommand command;
   for (int unit = 0; unit < units; ++unit) {
     FindSubString(text, length, cursor);
     int unit_length = cursor.length;
@@ -56,29 +57,27 @@ void Parse(char* text, int length, IResponseStream* stream, void* device) {
     Trim(copy, unit_length);
     if (unit_length == 0) return;
 
-    sCommand* instance = nullptr;
-    GetCommandInstance(copy, unit_length, &instance);
-    const std::unique_ptr<sCommand> command(instance);
-    if (command->error != 0) return Fail({command->error, "", false}, command->query, *stream);
+    GetCommandInstance(copy, unit_length, command);
+    if (command.error != 0) return Fail({command.error, "", false}, command.query, *stream);
 
-    command->final_attempt = units == 1;
-    FindNodes(command.get(), level, parent, device);
+    command.final_attempt = units == 1;
+    FindNodes(&command, level, parent, device);
     bool second_attempt = false;
-    Failure failure = FailureOf(*command);
+    Failure failure = FailureOf(command);
     if (failure.code != 0 && units > 1) {
       // The unit may not belong on the current path. All failures get this chance, so a handler that failed runs again,
       // with its first parameters still in front; callers rely on it.
       second_attempt = true;
-      command->final_attempt = true;
+      command.final_attempt = true;
       level = 0;
-      FindNodes(command.get(), level, parent, device);
-      failure = FailureOf(*command);
+      FindNodes(&command, level, parent, device);
+      failure = FailureOf(command);
     }
-    if (failure.code != 0) return Fail(failure, command->query, *stream);
+    if (failure.code != 0) return Fail(failure, command.query, *stream);
 
     const bool last = unit == units - 1;
-    if (!last && command->query) stream->SendResponse(";", 1);
+    if (!last && command.query) stream->SendResponse(";", 1);
     // Callers rely on the lone terminator behind a last unit that is no query but took the second attempt.
-    if (last && (command->query || second_attempt)) stream->SendEnd();
+    if (last && (command.query || second_attempt)) stream->SendEnd();
   }
 }

@@ -2,10 +2,11 @@
 // kind toggles one flag.
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <emmintrin.h>
 
 #include "scpi_core/Ascii.h"
 #include "scpi_core/pcore.h"
@@ -21,10 +22,46 @@ int BlockAt(const char* text, int length, int at) {
   return static_cast<int>(std::min<unsigned int>(size, static_cast<unsigned int>(length - at)));
 }
 
-/// Position of a character, or the length of the text.
-int PositionOf(char wanted, const char* text, int length) {
-  const void* found = length > 0 ? std::memchr(text, wanted, static_cast<std::size_t>(length)) : nullptr;
-  return found != nullptr ? static_cast<int>(static_cast<const char*>(found) - text) : length;
+/// True for the characters that can shield what follows them: the quotes, and the start of a block.
+bool IsShield(char c) {
+  return c == '#' || IsQuote(c);
+}
+
+/// The first character from `at` on that is a shield or one of the marks, or the length of the text. Every scan of the
+/// tokeniser rests on it, so it takes sixteen characters in one step.
+template <class... Chars>
+int NextMark(const char* text, int at, int length, Chars... marks) {
+  for (; at + 16 <= length; at += 16) {
+    const __m128i step = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + at));
+    const auto hit = [&step](char c) { return _mm_cmpeq_epi8(step, _mm_set1_epi8(c)); };
+    const __m128i hits = ((hit('#') | hit('"') | hit('\'')) | ... | hit(marks));
+    if (const int found = _mm_movemask_epi8(hits)) return at + std::countr_zero(static_cast<unsigned int>(found));
+  }
+  while (at < length && !IsShield(text[at]) && ((text[at] != marks) && ...)) ++at;
+  return at;
+}
+
+/// The first place from `at` on where a character stands outside of quotes and blocks, or the length of the text. `at`
+/// has to lie outside of them.
+int FindUnshielded(char wanted, const char* text, int at, int length) {
+  bool quoted = false;
+  for (; (at = NextMark(text, at, length, wanted)) < length; ++at) {
+    if (const int block = BlockAt(text, length, at)) {
+      at += block - 1;
+    } else if (IsQuote(text[at])) {
+      quoted = !quoted;
+    } else if (text[at] == wanted && !quoted) {
+      return at;
+    }
+  }
+  return length;
+}
+
+/// How often a character stands outside of quotes and blocks.
+int CountUnshielded(char wanted, const char* text, int length) {
+  int count = 0;
+  for (int at = 0; (at = FindUnshielded(wanted, text, at, length)) < length; ++at) ++count;
+  return count;
 }
 
 /// How often a character occurs, anywhere. In steps that the compiler can do at one go.
@@ -40,61 +77,6 @@ std::size_t CountBytes(char wanted, const char* text, int length) {
   return count + static_cast<std::size_t>(std::count(text + at, text + length, wanted));
 }
 
-/// Length of the front part that holds no quote and no block. Most messages are plain to their end, and there a
-/// delimiter is found without a look at each character.
-int PlainLength(const char* text, int length) {
-  for (const char protector : {'#', '"', '\''}) length = PositionOf(protector, text, length);
-  return length;
-}
-
-/// Finds the occurrences of one character outside of quotes and blocks, front to back, in one pass.
-class Occurrences {
- public:
-  /// `plain` is the length of a front part that is known to hold no quote and no block.
-  Occurrences(const char* text, int length, int plain, char wanted)
-      : m_text(text), m_length(length), m_plain(plain), m_wanted(wanted) {}
-
-  /// The first one at or behind `from`, or the length of the text. `from` never goes down, and lies outside of quotes
-  /// and blocks, so that the scan that began at the front stands for one that begins there.
-  int From(int from) {
-    while (m_found < from) Advance();
-    return m_found;
-  }
-
- private:
-  void Advance() {
-    if (m_at < m_plain) {
-      m_found = m_at + PositionOf(m_wanted, m_text + m_at, m_plain - m_at);
-      m_at = m_found;
-      if (m_found < m_plain) {
-        ++m_at;
-        return;
-      }
-    }
-    while (m_at < m_length) {
-      if (const int block = BlockAt(m_text, m_length, m_at)) {
-        m_at += block;
-        continue;
-      }
-      const char c = m_text[m_at++];
-      if (IsQuote(c)) m_quoted = !m_quoted;
-      if (c == m_wanted && !m_quoted) {
-        m_found = m_at - 1;
-        return;
-      }
-    }
-    m_found = m_length;
-  }
-
-  const char* m_text;
-  int m_length;
-  int m_plain;
-  char m_wanted;
-  int m_at = 0;
-  bool m_quoted = false;
-  int m_found = -1;
-};
-
 /// Moves the cursor over the piece and one delimiter; not at all over an empty piece.
 void StepOver(SubStringParams& params) {
   if (params.length != 0) params.position += params.length + 1;
@@ -105,24 +87,15 @@ int HeaderStart(const char* text, int length) {
   return length > 0 && (text[0] == '*' || text[0] == ':') ? 1 : 0;
 }
 
-/// How often a character occurs outside of quotes and blocks.
-int CountOf(char wanted, const char* text, int length, int plain) {
-  int count = 0;
-  Occurrences occurrences(text, length, plain, wanted);
-  for (int at = occurrences.From(0); at < length; at = occurrences.From(at + 1)) ++count;
-  return count;
-}
-
 /// Cuts the first "?" outside of blocks out of the text; -1 if there is none. Quotes do not protect it, and callers
 /// rely on that.
 int CutQuestionMark(char* text, int& length) {
-  if (PositionOf('?', text, length) == length) return -1;
-  for (int at = 0; at < length; ++at) {
+  for (int at = 0; (at = NextMark(text, at, length, '?')) < length; ++at) {
     if (const int block = BlockAt(text, length, at)) {
       at += block - 1;
     } else if (text[at] == '?') {
-      std::memmove(text + at, text + at + 1, static_cast<std::size_t>(length - at - 1));
       --length;
+      std::memmove(text + at, text + at + 1, static_cast<std::size_t>(length - at));
       return at;
     }
   }
@@ -131,7 +104,7 @@ int CutQuestionMark(char* text, int& length) {
 
 /// The first and the last character that Trim keeps; a first one that is not below the last one means none.
 void FindEnds(const char* text, int length, int& first, int& last) {
-  const bool has_blocks = PositionOf('#', text, length) < length;
+  const bool plain = std::memchr(text, '#', static_cast<std::size_t>(length)) == nullptr;
   for (int at = 0; at < length; ++at) {
     if (const int block = BlockAt(text, length, at)) {
       at += block - 1;
@@ -141,7 +114,7 @@ void FindEnds(const char* text, int length, int& first, int& last) {
     } else if (last == 0) {
       first = at + 1;  // callers rely on a lone character in front of white space going with it
     }
-    if (last == 0 || has_blocks) continue;
+    if (last == 0 || !plain) continue;
     // Only the last end can still move, and it is the same when looked for from behind.
     for (last = length - 1; IsWhite(text[last]);) --last;
     return;
@@ -172,18 +145,17 @@ unsigned int BinaryBlockSize(const char* text, int length, eBBS what) {
 }
 
 int GetComCount(const char* text, int length) {
-  const int plain = PlainLength(text, length);
-  const int stop = PositionOf('\0', text, PositionOf('\n', text, plain));
-  int count = 1 + CountOf(';', text, stop, stop);
-  if (stop < plain) return count;
+  int count = 1;
   bool quoted = false;
-  for (int at = plain; at < length && text[at] != '\n' && text[at] != '\0'; ++at) {
+  for (int at = 0; (at = NextMark(text, at, length, ';', '\n', '\0')) < length; ++at) {
     if (const int block = BlockAt(text, length, at)) {
       at += block - 1;
     } else if (IsQuote(text[at])) {
       quoted = !quoted;
-    } else if (text[at] == ';' && !quoted) {
-      ++count;
+    } else if (text[at] == ';') {
+      count += !quoted;
+    } else if (text[at] != '#') {
+      break;
     }
   }
   return count;
@@ -192,15 +164,12 @@ int GetComCount(const char* text, int length) {
 void FindSubString(const char* text, int length, SubStringParams& params) {
   StepOver(params);
   params.position = std::min(params.position, length);
-  params.length = 0;
+  int end = params.position;
   for (const char* delimiter = params.delimiters; *delimiter != '\0'; ++delimiter) {
-    const char* rest = text + params.position;
-    const int rest_length = length - params.position;
-    // Only as far as the piece can reach: a message of many units is not looked through for each of them.
-    const int plain = PlainLength(rest, PositionOf(*delimiter, rest, rest_length));
-    params.length = Occurrences(rest, rest_length, plain, *delimiter).From(0);
-    if (params.length < rest_length) return;
+    end = FindUnshielded(*delimiter, text, params.position, length);
+    if (end < length) break;
   }
+  params.length = end - params.position;
 }
 
 void Trim(char* text, int& length) {
@@ -212,31 +181,25 @@ void Trim(char* text, int& length) {
     return;
   }
   const int end = last + 1;
-  const int plain = first + PlainLength(text + first, end - first);
   int kept = 0;
   bool quoted = false;
-  const auto keep = [&](int from, int count) {
-    std::memmove(text + kept, text + from, static_cast<std::size_t>(count));
-    kept += count;
-    return from + count;
-  };
   for (int at = first; at < end;) {
-    if (at < plain && text[at] != ' ') {
-      at = keep(at, PositionOf(' ', text + at, plain - at));
-      continue;
+    // What is copied on: all up to the next mark, and the mark itself unless it is a blank to be dropped.
+    const int mark = NextMark(text, at, end, ' ');
+    int next = mark;
+    const bool blank = mark < end && text[mark] == ' ' && !quoted;
+    if (mark < end) {
+      if (IsQuote(text[mark])) quoted = !quoted;
+      next += std::max(BlockAt(text, end, mark), 1);
     }
-    if (const int block = BlockAt(text, end, at)) {
-      at = keep(at, block);
-      continue;
+    if (kept != at) std::memmove(text + kept, text + at, static_cast<std::size_t>(next - at));
+    kept += next - at;
+    if (blank) {
+      const char before_last = kept > 2 ? text[kept - 3] : '\0';
+      const char previous = kept > 1 ? text[kept - 2] : '\0';
+      if (DropsBlank(before_last, previous, next < end ? text[next] : '\0')) --kept;
     }
-    const char c = text[at++];
-    if (IsQuote(c)) quoted = !quoted;
-    if (c == ' ' && !quoted) {
-      const char before_last = kept > 1 ? text[kept - 2] : '\0';
-      const char previous = kept > 0 ? text[kept - 1] : '\0';
-      if (DropsBlank(before_last, previous, at < end ? text[at] : '\0')) continue;
-    }
-    text[kept++] = c;
+    at = next;
   }
   length = kept;
 }
@@ -262,24 +225,22 @@ int GetChannel(const char* token, int& length) {
 }
 
 // The pieces are those of FindSubString with the delimiters ": ,": each is searched for ":" to the end of the unit,
-// then for a blank, then for a comma. One pass per delimiter over the whole unit finds the same in linear time.
+// then for a blank, then for a comma. A delimiter that is not found once is not found later, so that the three scans
+// together pass over the unit three times at most.
 void GetSubStrings(const char* text, int length, sCommand* command) {
   const int start = HeaderStart(text, length);
   text += start;
   length -= start;
-  const int plain = PlainLength(text, length);
-  std::array occurrences = {Occurrences(text, length, plain, ':'), Occurrences(text, length, plain, ' '),
-                            Occurrences(text, length, plain, ',')};
   // The exact size of a long list: one that grew would leave so much free memory behind that the allocator gives it
   // back and faults it in again with every message.
   command->substrings.reserve(kUsualTokens + CountBytes(',', text, length));
   SubStringParams cursor;
+  const char* delimiter = ": ,";
   for (int token = 0; cursor.position + cursor.length < length; ++token) {
     StepOver(cursor);
-    int end = length;
-    for (Occurrences& delimiter : occurrences) {
-      end = delimiter.From(cursor.position);
-      if (end < length) break;
+    int end = FindUnshielded(*delimiter, text, cursor.position, length);
+    while (end == length && delimiter[1] != '\0') {
+      end = FindUnshielded(*++delimiter, text, cursor.position, length);
     }
     cursor.length = end - cursor.position;
     if (cursor.length == 0) {
@@ -295,27 +256,25 @@ void GetSubStrings(const char* text, int length, sCommand* command) {
   command->error = command->substrings.empty() ? scpi_error::kUndefinedHeader : 0;
 }
 
-void GetCommandInstance(char* text, int length, sCommand** out) {
+void GetCommandInstance(char* text, int length, sUnitCommand& command) {
   const int question = CutQuestionMark(text, length);
-  auto owner = std::make_unique<sCommand>(text, length);
-  sCommand* command = owner.get();
-  command->query = question >= 0;
-  command->first_character = length > 0 ? text[0] : '\0';
   const int start = HeaderStart(text, length);
-  const int plain = PlainLength(text + start, length - start);
-  command->level_count = 1 + CountOf(':', text + start, length - start, plain);
-  command->error_info = new sComErrorInfo;
-  GetSubStrings(text, length, command);
-  *out = owner.release();
-  if (command->error != 0) return;
-  command->parameter_count = command->substring_count - command->level_count;
-  if (command->first_character == '*' && command->level_count > 1) {
-    command->error = scpi_error::kUndefinedHeader;
+  command.Begin(text, length);
+  command.query = question >= 0;
+  command.first_character = length > 0 ? text[0] : '\0';
+  command.level_count = 1 + CountUnshielded(':', text + start, length - start);
+  GetSubStrings(text, length, &command);
+  if (command.error != 0) return;
+  command.parameter_count = command.substring_count - command.level_count;
+  if (command.first_character == '*' && command.level_count > 1) {
+    command.error = scpi_error::kUndefinedHeader;
     return;
   }
-  for (sSubString& token : command->substrings) token.offset += start;
-  if (question >= 0 && command->parameter_count >= 1) {
-    const sSubString& last = command->substrings[static_cast<std::size_t>(command->level_count - 1)];
-    if (question > last.offset + last.length) command->error = scpi_error::kUndefinedHeader;
+  if (start != 0) {
+    for (sSubString& token : command.substrings) token.offset += start;
+  }
+  if (question >= 0 && command.parameter_count >= 1) {
+    const sSubString& last = command.substrings[static_cast<std::size_t>(command.level_count - 1)];
+    if (question > last.offset + last.length) command.error = scpi_error::kUndefinedHeader;
   }
 }

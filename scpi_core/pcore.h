@@ -37,8 +37,19 @@ void Trim(char* text, int& length);
 int GetChannel(const char* token, int& length);
 /// Fills the token list of a command whose level count is known.
 void GetSubStrings(const char* text, int length, sCommand* command);
-/// Builds the command of a trimmed unit; cuts the "?" out of `text`. The caller owns `*out`.
-void GetCommandInstance(char* text, int length, sCommand** out);
+/// The command that a message's units are read into, one after the other. Its text and its error record are borrowed,
+/// and its vectors keep their memory, so that a unit costs no allocation of its own. A copy owns all of it.
+struct sUnitCommand : sCommand {
+  sUnitCommand() = default;
+  ~sUnitCommand();
+  /// Forgets the unit before. The text has to outlive the command, or the next Begin.
+  void Begin(char* unit, int unit_length);
+
+ private:
+  sComErrorInfo m_error_info;
+};
+/// Reads a trimmed unit into the command; cuts the "?" out of `text`, which the command borrows.
+void GetCommandInstance(char* text, int length, sUnitCommand& command);
 
 // ---- Tree
 

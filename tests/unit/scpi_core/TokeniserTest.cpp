@@ -68,6 +68,7 @@ TEST(Tokeniser, Trims) {
       {"FREQ? MAX", "FREQ? MAX"},
       {"TEXT \"a  b\"", "TEXT \"a  b\""},
       {"DD #13a b", "DD #13a b"},
+      {"DD    #13 bc,1", "DD #13 bc,1"},
       {"AB\tC", "AB\tC"},
       {"AB ,C", "AB,C"},
   };
@@ -221,9 +222,8 @@ TEST(Tokeniser, FastScansAgreeWithTheLiteralOnes) {
 
 TEST(Tokeniser, CommandsOwnAndCopyDeeply) {
   std::string text = ":SOUR:LIST #13abc";
-  sCommand* made = nullptr;
-  GetCommandInstance(text.data(), static_cast<int>(text.size()), &made);
-  auto command = std::unique_ptr<sCommand>(made);
+  auto command = std::make_unique<sUnitCommand>();
+  GetCommandInstance(text.data(), static_cast<int>(text.size()), *command);
   EXPECT_EQ(command->level_count, 2);
   ASSERT_EQ(command->substring_count, 3);
   EXPECT_EQ(command->substrings[0].offset, 1);
@@ -257,13 +257,12 @@ TEST(Tokeniser, ShowPrintsACommand) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.text);
     std::string text = c.text;
-    sCommand* made = nullptr;
-    GetCommandInstance(text.data(), static_cast<int>(text.size()), &made);
-    const std::unique_ptr<sCommand> command(made);
-    FindParameters({kBothForms, &number, 1}, &number, command.get());
-    EXPECT_EQ(command->error, c.error);
+    sUnitCommand command;
+    GetCommandInstance(text.data(), static_cast<int>(text.size()), command);
+    FindParameters({kBothForms, &number, 1}, &number, &command);
+    EXPECT_EQ(command.error, c.error);
     testing::internal::CaptureStdout();
-    Show(*command);
+    Show(command);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "<command_info>\nlevel count: 1\nquery: false\nsubstring count: 2\n<<list of substrings>>\n" + rule +
                   "\nText\tLength\tIsNode\tIsParameter\tChannel\n" + rule + "\n" + c.tokens + rule + "\n\n" + c.end);
