@@ -113,7 +113,9 @@ TEST(Session, Stubs) {
   EXPECT_EQ(static_cast<unsigned long>(skReadSTB(1, nullptr)), 0xFFFFFFFFBFFF0081UL);
   EXPECT_EQ(skQueryf(1, nullptr, nullptr, 1, 2.0), VI_ERROR_NIMPL_OPER);
   EXPECT_EQ(skMoveAsyncEx(1, 0, 0, 0, 0, 0, 0, 0, nullptr), VI_ERROR_NIMPL_OPER);
-  skPoke64(1, nullptr, 1);
+  unsigned long word = 4711;
+  skPoke64(1, &word, 1);
+  EXPECT_EQ(word, 4711UL);
 }
 
 TEST(Session, WhatWasAcknowledgedBeforeClosingTakesEffect) {

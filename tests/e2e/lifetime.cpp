@@ -157,6 +157,23 @@ void ExitWhileOpening(const char* path) {
   });
 }
 
+/// The thread that exits has never called: it has to wait for a session that another thread is closing.
+void ExitWhileClosing(const char* path) {
+  static const Library library(path);
+  static std::atomic<unsigned long> session{0};
+  std::thread([] {
+    const unsigned long opened = library.Open("SIM1::latency=50");
+    library.Write(opened, kMessages);
+    session = opened;
+    library.close(opened);
+  }).detach();
+  std::thread([] {
+    while (session == 0) std::this_thread::yield();
+    while (library.Write(session, "\n") == VI_SUCCESS) std::this_thread::yield();
+  }).join();
+  ExitAndLook([] { ExpectMessagesRan(1); });
+}
+
 std::atomic<unsigned long> last_reader{0};      ///< a session of the provider
 std::atomic<unsigned long> exit_in_read_of{0};  ///< 0 is none
 
@@ -269,6 +286,7 @@ int main(int argc, char** argv) {
     void (*run)(const char* path);
   } ways[] = {{"exit", Exit},
               {"exit_while_opening", ExitWhileOpening},
+              {"exit_while_closing", ExitWhileClosing},
               {"exit_on_interpreter", ExitOnInterpreter},
               {"exit_on_poller", ExitOnPoller},
               {"exit_in_handler", ExitInHandler},

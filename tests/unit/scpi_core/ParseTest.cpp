@@ -133,6 +133,7 @@ TEST(Parse, Parameters) {
       {"TEXT \"a;b,c\"\n", "|TEXT(-1'a;b,c')|"},
       {"TEXT bare\n", "|TEXT(-1'bare')|"},
       {"TEXT \"\n", "|TEXT(-1'')|"},
+      {"TEXT \"a\",b\n", "||-108"},
   });
 }
 

@@ -6,6 +6,7 @@
 #include <future>
 #include <gtest/gtest.h>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <unistd.h>
 #include <vector>
@@ -283,7 +284,10 @@ TEST_F(Session, OpensByStatusAndLeavesNothingBehind) {
     if (row.hold) {
       TheWorld().AwaitEntered();
       // Two time-outs: that of the open, and that of the close which is queued behind it.
-      while (opening.wait_for(std::chrono::seconds(0)) != std::future_status::ready) test::Advance(10);
+      while (opening.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+        test::Advance(10);
+        std::this_thread::yield();
+      }
     }
     EXPECT_EQ(opening.get(), row.status);
     EXPECT_EQ(TheWorld().opened, row.opened);

@@ -48,6 +48,12 @@ TEST(ErrorQueue, AnswersOldestFirstAndKeepsItsBit) {
   EXPECT_EQ(device.StatusRegisters().standard_event, 0);
 }
 
+TEST(ErrorQueue, AReplyOfNoDescriptorIsASystemError) {
+  test::BenchDevice device;
+  EXPECT_EQ(device.SendEnum({kBothForms, nullptr, 0}, 0, 0), -310);
+  EXPECT_EQ(device.TakeResponse(), "");
+}
+
 // Each query of the hardware: what goes out, and what the answer means.
 TEST(StateQueries, Answers) {
   using Query = int (*)(CDevice&, bool&);

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <semaphore>
+#include <thread>
 
 #include "tests/unit/DrivenClock.h"
 #include "tests/unit/src/DeviceBench.h"
@@ -89,6 +90,7 @@ TEST(RunThread, OnePoll) {
     if (c.goes_on) lines.push_back("RUN");
     EXPECT_EQ(provider.Lines(), lines);
     EXPECT_EQ(polls == 2, c.goes_on);
+    EXPECT_EQ(test::ToHex(provider.Requests().front()), "AA 55 06 00 00 80 00 00 00 00 00 00 00 00 00 00");
     // A run that has ended by itself counts as active until it is cancelled.
     EXPECT_TRUE(run.Active());
     EXPECT_EQ(neosmart::WaitForEvent(run.GetOPCHandle(), 0), 0);
@@ -253,6 +255,7 @@ TEST(RunThread, TimeOutFollowsTheSettings) {
       const std::string trace = bench.provider.Trace();
       poll = trace.substr(std::min(trace.find("W(RUN) T500 R16x"), trace.size()));
       if (!poll.empty()) reads = std::min(kEndless, std::stoi(poll.substr(16)));
+      std::this_thread::yield();
     }
     EXPECT_EQ(reads, c.reads);
     bench.device.Stop();
