@@ -45,18 +45,6 @@ TEST(Settings, AnInputCodeBelowZeroIsRefused) {
   EXPECT_EQ(source, kTriggerExternal);
 }
 
-TEST(Settings, AShortAnswerToTheQuestionEndsATenValueSender) {
-  PlayedInstrument instrument(kNew);
-  int code = 1, duration = 2, leveling = 0, reserved = 0;
-  bool polarity = true;
-  instrument.Answers({{.values = {1, 2, 3}}, {.status = 2, .values = {}, .is_bare = true}});
-  for (const int status : {-32763, 2}) {
-    EXPECT_EQ(instrument.device.HW_set_sync_out10p(&code, &polarity, &duration, &leveling, &reserved, 1), status);
-    EXPECT_EQ(instrument.TakeLog(), std::vector<std::string>{"GET P_SYNC_OUT 1.0 [0, 0, 0, 0, 0, 0, 0, 0, 0, 0]"});
-    EXPECT_EQ(code, 1);
-  }
-}
-
 TEST(Settings, ManyPulsesGoOutInParts) {
   PlayedInstrument instrument(kNew);
   std::vector<double> widths(124, 1), gaps(124, 2);
