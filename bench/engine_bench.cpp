@@ -236,7 +236,7 @@ int main(int argc, char** argv) {
         ->ReportAggregatesOnly(true);
   }
   return bench::Main(argc, argv,
-                     {{"AllMessages", {"HashMessages"}, 12.0},
+                     {{"AllMessages", {"HashMessages"}, 16.0},
                       {"LongList", {"ShortLists"}, 1.5},
                       {"LongList", {"FromChars"}, 4.0},
                       {"LongList", {"StrToD"}, 4.0}},

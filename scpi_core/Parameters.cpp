@@ -34,7 +34,11 @@ int ReadShortNumber(const char* token, int length, double& value) {
   const auto take = [&] {
     const int from = at;
     const int end = std::min(length, from + kMostDigits + 1);
-    for (; at < end && IsDigit(token[at]); ++at) digits = digits * 10 + static_cast<unsigned>(token[at] - '0');
+    for (; at < end; ++at) {
+      const unsigned int digit = static_cast<unsigned char>(token[at]) - unsigned{'0'};
+      if (digit > 9) break;
+      digits = digits * 10 + digit;
+    }
     return at - from;
   };
   const int whole = take();
@@ -46,7 +50,8 @@ int ReadShortNumber(const char* token, int length, double& value) {
     if (places == 0 || whole + places > kMostDigits) return 0;
   }
   if (at < length && Lower(token[at]) == 'e') return 0;
-  const double number = static_cast<double>(static_cast<std::int64_t>(digits)) / kPowers[places];
+  double number = static_cast<double>(static_cast<std::int64_t>(digits));
+  if (places > 0) number /= kPowers[places];
   value = negative ? -number : number;
   return at;
 }
