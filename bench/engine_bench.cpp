@@ -238,7 +238,7 @@ int main(int argc, char** argv) {
   return bench::Main(argc, argv,
                      {{"AllMessages", {"HashMessages"}, 16.0},
                       {"LongList", {"ShortLists"}, 1.5},
-                      {"LongList", {"FromChars"}, 4.0},
+                      {"LongList", {"FromChars"}, 2.0},
                       {"LongList", {"StrToD"}, 4.0}},
                      bench::Clock::kProcessor);
 }
