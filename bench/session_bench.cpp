@@ -19,7 +19,7 @@
 #include "bench/PingPong.h"
 #include "bench/Ratios.h"
 #include "client/MessageExchange.h"
-#include "src/visa.h"
+#include "protocol/visa.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <mutex>
 #include <span>
 
-#include "src/ComSetInfo.h"
-#include "src/comset.h"
+#include "protocol/ComSetInfo.h"
+#include "protocol/comset.h"
 
 namespace sim {
 namespace {

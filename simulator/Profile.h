@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "src/comset.h"
+#include "protocol/comset.h"
 
 namespace sim {
 

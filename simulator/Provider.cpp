@@ -11,10 +11,10 @@
 #include <set>
 #include <string>
 
+#include "protocol/visa.h"
 #include "simulator/Instrument.h"
 #include "simulator/PacketText.h"
 #include "simulator/control.h"
-#include "src/visa.h"
 
 #define SIM_EXPORT __attribute__((visibility("default")))
 

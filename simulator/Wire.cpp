@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "src/comset.h"
+#include "protocol/comset.h"
 
 namespace sim {
 

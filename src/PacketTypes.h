@@ -12,7 +12,7 @@
 #include <span>
 #include <type_traits>
 
-#include "src/comset.h"
+#include "protocol/comset.h"
 #include "support/BaseObject.h"
 
 static_assert(std::endian::native == std::endian::little, "heads are viewed in place");

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <span>
 
-#include "src/visa.h"
+#include "protocol/visa.h"
 
 namespace provider {
 

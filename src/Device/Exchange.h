@@ -14,10 +14,10 @@
 #include <initializer_list>
 #include <span>
 
+#include "protocol/comset.h"
 #include "src/Device.h"
 #include "src/LinkExchange.h"
 #include "src/PacketTypes.h"
-#include "src/comset.h"
 
 /// Bytes of one value on the wire, and how many of them are fraction: {6, 2} is the format 6.2.
 struct ValueFormat {

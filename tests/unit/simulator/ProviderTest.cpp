@@ -7,8 +7,8 @@
 #include <thread>
 #include <vector>
 
+#include "protocol/visa.h"
 #include "simulator/control.h"
-#include "src/visa.h"
 #include "tests/unit/simulator/Packets.h"
 
 namespace {

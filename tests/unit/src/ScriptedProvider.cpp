@@ -10,8 +10,8 @@
 
 #include "scpi_zlt/lookups.h"
 
-#include "src/comset.h"
-#include "src/visa.h"
+#include "protocol/comset.h"
+#include "protocol/visa.h"
 #include "tests/unit/DrivenClock.h"
 
 namespace test {

@@ -1,5 +1,5 @@
 // What the status and parameter numbers mean, in Russian, row by row beside the names in ComSetInfo.cpp.
-#include "src/ComSetInfo.h"
+#include "protocol/ComSetInfo.h"
 
 // clang-format off
 constexpr const wchar_t* const szErrorsStrings[kErrorsCount] = {

@@ -1,6 +1,6 @@
 // Names of the protocol's numbers, and the public lookups over them. A row's number follows from its place: one more
 // than the row before, or what stands behind "=". The texts are in ComSetTexts.cpp.
-#include "src/ComSetInfo.h"
+#include "protocol/ComSetInfo.h"
 
 #include "scpi_zlt/lookups.h"
 

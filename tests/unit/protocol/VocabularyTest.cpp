@@ -5,8 +5,8 @@
 
 #include "scpi_zlt/lookups.h"
 
-#include "src/ComSetInfo.h"
-#include "src/comset.h"
+#include "protocol/ComSetInfo.h"
+#include "protocol/comset.h"
 
 namespace {
 
