@@ -16,21 +16,12 @@
 #include <system_error>
 #include <type_traits>
 
+#include "support/Ascii.h"
+
 namespace datafiles {
 
 /// What a comma stands for on a line.
 enum class CommaRule { kPoint, kBlank };
-
-template <class Char>
-constexpr bool IsDigit(Char c) {
-  return static_cast<std::make_unsigned_t<Char>>(c - Char('0')) <= 9;
-}
-
-/// White space of the classic locale.
-template <class Char>
-constexpr bool IsSpace(Char c) {
-  return c == Char(' ') || static_cast<std::make_unsigned_t<Char>>(c - Char('\t')) <= 4;
-}
 
 template <CommaRule rule, class Char>
 constexpr bool IsGap(Char c) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "support/Ascii.h"
+
 namespace {
 
 constexpr std::uint32_t kText = 0;
@@ -68,10 +70,10 @@ void CCharBuff::SkipIndifferent() {
 }
 
 void CCharBuff::Scan(unsigned char c) {
-  if (m_block_state == kBehindHash && c >= '1' && c <= '9') {
+  if (m_block_state == kBehindHash && IsDigit(c) && c != '0') {
     m_block_length = 0;
     m_block_state = static_cast<std::uint32_t>(c - '0') + 1;
-  } else if (m_block_state > kData && m_block_state < kBehindHash && c >= '0' && c <= '9') {
+  } else if (m_block_state > kData && m_block_state < kBehindHash && IsDigit(c)) {
     m_block_length = m_block_length * 10 + static_cast<std::uint32_t>(c - '0');
     --m_block_state;
   } else if (m_block_state == kData && m_block_length-- != 0) {

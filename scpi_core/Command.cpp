@@ -5,8 +5,8 @@
 
 #include "scpi_zlt/scpi_errors.h"
 
-#include "scpi_core/Ascii.h"
 #include "scpi_core/pcore.h"
+#include "support/Ascii.h"
 
 sCommand::sCommand(const char* source, int source_length) {
   if (source == nullptr || source_length < 0) return;

@@ -3,8 +3,8 @@
 #include <span>
 #include <utility>
 
-#include "scpi_core/Ascii.h"
 #include "scpi_core/pcore.h"
+#include "support/Ascii.h"
 
 namespace {
 

@@ -8,6 +8,7 @@
 
 #include "scpi_zlt/scpi_zlt.h"
 
+#include "support/Ascii.h"
 #include "support/Clock.h"
 
 namespace {
@@ -145,7 +146,7 @@ bool CIOBuffer::CheckIEEECommand(const char* text, int length) {
     std::array<char, kLongest> upper{};
     const std::string_view command = piece.substr(star, kLongest);
     for (std::size_t i = 0; i < command.size(); ++i) {
-      upper[i] = command[i] >= 'a' && command[i] <= 'z' ? static_cast<char>(command[i] - 'a' + 'A') : command[i];
+      upper[i] = Upper(command[i]);
     }
     for (const std::string_view known : kKnown) {
       if (std::string_view(upper.data(), command.size()) != known) continue;

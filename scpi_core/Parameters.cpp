@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "scpi_core/Ascii.h"
 #include "scpi_core/pcore.h"
+#include "support/Ascii.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <cstring>
 #include <emmintrin.h>
 
-#include "scpi_core/Ascii.h"
 #include "scpi_core/pcore.h"
+#include "support/Ascii.h"
 
 namespace {
 

@@ -7,6 +7,31 @@
 
 #include <cstdint>
 
+/// The registers, as the functions below number them.
+enum ERegister : short {
+  kStandardEventRegister = 0,
+  kQuestionableRegister = 1,
+  kOperationRegister = 2,
+  kStatusByteRegister = 3,
+};
+
+/// Bits of the standard event register (IEEE 488.2, 11.5.1.1).
+enum EStandardEventBit : short {
+  kQueryErrorBit = 2,
+  kDeviceErrorBit = 3,
+  kExecutionErrorBit = 4,
+  kCommandErrorBit = 5,
+  kPowerOnBit = 7,
+};
+
+/// Bits of the status byte (IEEE 488.2, 11.2; SCPI-99, volume 1, 9).
+enum EStatusByteBit : short {
+  kErrorQueueBit = 2,
+  kQuestionableSummaryBit = 3,
+  kStandardEventSummaryBit = 5,
+  kOperationSummaryBit = 7,
+};
+
 struct sStatusReg {
   std::uint16_t operation = 0;
   std::uint16_t questionable = 0;

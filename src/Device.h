@@ -37,6 +37,9 @@ constexpr int Folded(int status) {
   return IsFailure(status) ? status : 0;
 }
 
+/// In the standard event register: RF is on. IEEE 488.2 has power-on there.
+inline constexpr short kOutputOnBit = kPowerOnBit;
+
 class CDevice : public CGenericDevice {
  public:
   CDevice();
@@ -79,15 +82,19 @@ class CDevice : public CGenericDevice {
   long Clear(bool probe);
   long Reset();
 
-  // Error queue and status (Device/ErrorQueue.cpp).
+  // Error queue (Device/ErrorQueue.cpp).
   int RaiseError(int number, const char* text) override;
   int SCPI_SYST_ERR();
-  int SCPI_SYST_VERS();
+  int GetErrCount() const;
+
+  // Status registers (Device/StatusRegisters.cpp).
   int SCPI_ESR(int& value);
   int SCPI_STB();
   int SCPI_CLS();
-  int GetErrCount() const;
-  int WaitOPC(int milliseconds);
+  int SetRFRegister();
+  int SetPLLRegister();
+
+  // States of the hardware (Device/HardwareStates.cpp).
   int HW_GetRFButtonState(bool* on);
   int HW_GetPLLState(bool* locked);
   int HW_GetERGState(bool* locked);
@@ -99,10 +106,10 @@ class CDevice : public CGenericDevice {
   int GetLevelState(bool* leveled) { return HW_GetLevelState(leveled); }
   int GetERGState(bool* locked) { return HW_GetERGState(locked); }
   int GetRFButtonState(bool* on) { return HW_GetRFButtonState(on); }
-  int SetRFRegister();
-  int SetPLLRegister();
 
-  // Replies of mnemonics (Device/ErrorQueue.cpp): the row's name, its short form in capitals. -310 for what is no row.
+  // Replies (Device/Replies.cpp).
+  int SCPI_SYST_VERS();
+  /// A mnemonic: the row's name, its short form in capitals. -310 for what is no row.
   int SendEnum(const sFunctionCallInfo& info, int value, int descriptor);
 
   // Run thread (Device/RunControl.cpp).
@@ -110,6 +117,8 @@ class CDevice : public CGenericDevice {
   bool ShouldSweep() const;
   int Start(short count);
   int Stop();
+  /// Waits until a run has been started; at most that long, below 0 the given wait. 0 or -365.
+  int WaitOPC(int milliseconds);
   void UpdateTimeout();
   /// Cancels a run that is going on: the first half of the start pattern of every setter that changes a sweep.
   void CancelIfSweeping();
@@ -118,6 +127,7 @@ class CDevice : public CGenericDevice {
 
   // Start-up (Device/Probing.cpp).
   int Init();
+  int HW_SetMode(int& mode);
   int InitRFOut(int state, double power, int strategy, int attenuation, int spare);
 
   // Frequency (Device/Frequency.cpp, Device/FrequencySenders.cpp). Hz.
@@ -134,7 +144,6 @@ class CDevice : public CGenericDevice {
   int HW_SetExFrequency(long& start, long& step, long& count, long& stop);
   int HW_SendFrequencyRange();
   int HW_SendRFFrequency(double& value);
-  int HW_SetMode(int& mode);
   void CreateLogList();
 
   // Output power (Device/Power.cpp, Device/PowerSenders.cpp). dBm.

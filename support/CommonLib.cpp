@@ -7,14 +7,10 @@
 
 #include "scpi_zlt/helpers.h"
 
+#include "support/Ascii.h"
 #include "support/Integers.h"
 
 namespace {
-
-template <class Char>
-bool IsDigit(Char c) {
-  return c >= Char('0') && c <= Char('9');
-}
 
 template <class Char>
 int HexDigit(Char c) {
@@ -57,7 +53,7 @@ double round_to(double value, int digit, EDigitRoundMode mode) {
 char* ToUpper(char* text, int count) {
   if (text == nullptr) return text;
   for (char* letter = text; count != 0 && *letter != 0; ++letter) {
-    if (*letter >= 'a' && *letter <= 'z') *letter = static_cast<char>(*letter - 'a' + 'A');
+    *letter = Upper(*letter);
     if (count > 0) --count;
   }
   return text;

@@ -7,6 +7,8 @@
 #include "scpi_zlt/helpers.h"
 #include "scpi_zlt/lookups.h"
 
+#include "support/Ascii.h"
+
 namespace {
 
 /// The running number of a walk over the rows.
@@ -59,7 +61,7 @@ const wchar_t* GetEnumValueW(const char** names, const wchar_t** values, int cou
 
 int GetEnumID(const char** names, int count, const char* text) {
   if (text == nullptr) return -1;
-  if (*text >= '0' && *text <= '9') return str2int(text);
+  if (IsDigit(*text)) return str2int(text);
   RowCounter counter;
   for (int i = 0; i < count; ++i) {
     const int id = counter.Next(names[i]);

@@ -110,11 +110,11 @@ std::optional<double> StrictNumber(std::string_view token, bool words) {
 }
 
 std::string_view TakeWord(std::string_view& text) {
-  while (!text.empty() && datafiles::IsSpace(text.front())) {
+  while (!text.empty() && IsSpace(text.front())) {
     text.remove_prefix(1);
   }
   std::size_t size = 0;
-  while (size < text.size() && !datafiles::IsSpace(text[size])) {
+  while (size < text.size() && !IsSpace(text[size])) {
     ++size;
   }
   const std::string_view word = text.substr(0, size);
@@ -125,7 +125,7 @@ std::string_view TakeWord(std::string_view& text) {
 std::string Lower(std::string_view text) {
   std::string lower(text);
   for (char& c : lower) {
-    c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    c = ::Lower(c);
   }
   return lower;
 }
@@ -147,7 +147,7 @@ std::size_t PromisedPorts(const std::filesystem::path& file) {
   }
   std::size_t ports = 0;
   for (const char c : extension.substr(2, extension.size() - 3)) {
-    if (!datafiles::IsDigit(c)) {
+    if (!IsDigit(c)) {
       return 0;
     }
     ports = ports * 10 + static_cast<std::size_t>(c - '0');

@@ -7,6 +7,7 @@
 #include "datafiles/NumberWrite.h"
 #include "datafiles/Scramble.h"
 #include "datafiles/modern/LineFile.h"
+#include "support/Ascii.h"
 
 namespace scpi_zlt {
 namespace {
@@ -110,8 +111,7 @@ class MatrixReader {
       m_file.Fail("no version line before the numbers");
     }
     std::size_t size = word.size();
-    while (size != 0 && ((word[size - 1] | 0x20) >= 'a' && (word[size - 1] | 0x20) <= 'z') &&
-           !StrictNumber(word.substr(0, size), true)) {
+    while (size != 0 && IsLetter(word[size - 1]) && !StrictNumber(word.substr(0, size), true)) {
       --size;
     }
     std::string_view unit = word.substr(size);

@@ -113,8 +113,7 @@ class TouchstoneReader {
     const char* const end = p + line.size();
     for (double value = 0.0; p != end;) {
       const char* const start = p;
-      if (!datafiles::ScanNumber<datafiles::CommaRule::kPoint>(p, end, value) ||
-          (p != end && !datafiles::IsSpace(*p))) {
+      if (!datafiles::ScanNumber<datafiles::CommaRule::kPoint>(p, end, value) || (p != end && !IsSpace(*p))) {
         std::string_view rest(start, static_cast<std::size_t>(end - start));
         m_file.Fail("not a number: " + Quoted(TakeWord(rest)));
       }

@@ -65,7 +65,3 @@ int CDevice::HW_SendRFFrequency(double& value) {
   RunIfShouldSweep();
   return exchange.Status();
 }
-
-int CDevice::HW_SetMode(int& mode) {
-  return SendAndTake(*this, P_MODE, {2, 0}, mode);
-}

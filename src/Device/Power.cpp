@@ -14,8 +14,6 @@ constexpr double kDefaultSweepPoints = 501.0;
 /// What the list starts with when list mode finds it empty.
 constexpr double kLonePointDbm = -60.0;
 constexpr int kStoredUnit = -1;
-constexpr short kStandardEvent = 0;
-constexpr short kRFActiveBit = 7;
 
 }  // namespace
 
@@ -198,7 +196,7 @@ int CDevice::SetOutputEnabled(bool on) {
   // Callers rely on switching off always taking the CW packet, in every mode.
   const int status = on ? SetPwrCommon() : SendRFOut();
   if (IsFailure(status)) return status;
-  if (m_settings.output_state != 1) m_device_status_reg.ClrRegBit(kStandardEvent, kRFActiveBit, true);
+  if (m_settings.output_state != 1) m_device_status_reg.ClrRegBit(kStandardEventRegister, kOutputOnBit, true);
   RunIfShouldSweep();
   return 0;
 }

@@ -4,8 +4,7 @@
 // The order of packets and of the assignments between them is what instruments of all ages have been tested with.
 #include <memory>
 
-#include "src/Device.h"
-#include "src/Device/Exchange.h"
+#include "src/Device/Fields.h"
 
 namespace {
 
@@ -55,6 +54,10 @@ int CDevice::Init() {
   ProbePowerLimits();
   StartRunThread();
   return 0;
+}
+
+int CDevice::HW_SetMode(int& mode) {
+  return SendAndTake(*this, P_MODE, {2, 0}, mode);
 }
 
 // The instrument corrects what it can't do, and so tells its limits.

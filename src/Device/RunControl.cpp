@@ -2,6 +2,8 @@
 // of a poll. There is no run thread until the start-up probing is over; until then nothing sweeps.
 #include <algorithm>
 
+#include "scpi_zlt/scpi_errors.h"
+
 #include "src/Device.h"
 #include "support/Integers.h"
 
@@ -23,6 +25,12 @@ int CDevice::Start(short count) {
 int CDevice::Stop() {
   CancelIfSweeping();
   return 0;
+}
+
+int CDevice::WaitOPC(int milliseconds) {
+  if (m_opc_event == nullptr) return 0;
+  const int wait = milliseconds < 0 ? m_opc_wait : milliseconds;
+  return neosmart::WaitForEvent(m_opc_event, static_cast<std::uint64_t>(wait)) == 0 ? 0 : scpi_error::kTimeOutError;
 }
 
 void CDevice::CancelIfSweeping() {

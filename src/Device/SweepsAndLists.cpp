@@ -6,8 +6,6 @@
 
 #include "src/Device/Fields.h"
 
-namespace {}  // namespace
-
 int CDevice::SetFreqList(std::vector<double> list) {
   // Callers rely on a refused list leaving zeros, as many as it had points.
   m_frequency_list.assign(list.size(), 0.0);

@@ -1,9 +1,10 @@
 // How a CDevice begins and ends, and its own attributes. The command tree is not filled here: the device factory does
 // that once for all sessions.
+#include "src/Device.h"
+
 #include <cstdint>
 #include <cstring>
 
-#include "src/Device.h"
 #include "src/Provider.h"
 
 namespace {

@@ -1,0 +1,86 @@
+// "*ESR?", "*STB?" and "*CLS". The registers are brought up to date when they are asked for: the standard event
+// register also shows a PLL without lock, in the bit of device errors, and RF that is on.
+#include <optional>
+
+#include "src/Device.h"
+
+namespace {
+
+constexpr int kResponseCut = 223;
+/// How long "*STB?" may wait for its turn, so that it answers within a reader's second also while a poll waits for its
+/// trigger.
+constexpr std::int64_t kStatusBytePatienceMs = 400;
+
+void AssignBit(sStatusReg& registers, short bit, bool on) {
+  if (on) {
+    registers.SetRegBit(kStandardEventRegister, bit, true);
+  } else {
+    registers.ClrRegBit(kStandardEventRegister, bit, true);
+  }
+}
+
+}  // namespace
+
+int CDevice::SetRFRegister() {
+  if (m_settings.output_state == 0) {
+    AssignBit(m_device_status_reg, kOutputOnBit, false);
+    return 0;
+  }
+  bool on = false;
+  const int status = GetRFButtonState(&on);
+  const bool is_on = status == 0 && on;
+  AssignBit(m_device_status_reg, kOutputOnBit, is_on);
+  return is_on ? 0 : status;
+}
+
+int CDevice::SetPLLRegister() {
+  bool locked = false;
+  const int status = GetPLLState(&locked);
+  const bool is_locked = status == 0 && locked;
+  AssignBit(m_device_status_reg, kDeviceErrorBit, !is_locked);
+  return is_locked ? 0 : status;
+}
+
+void CDevice::SetRegistersFromRun() {
+  AssignBit(m_device_status_reg, kDeviceErrorBit, !m_run_thread->GetPLLState());
+  AssignBit(m_device_status_reg, kOutputOnBit, m_run_thread->GetButtonState());
+}
+
+int CDevice::SCPI_ESR(int& value) {
+  if (IsSweeping()) {
+    SetRegistersFromRun();
+  } else {
+    if (const int status = SetRFRegister(); IsFailure(status)) return status;
+    if (const int status = SetPLLRegister(); IsFailure(status)) return status;
+  }
+  value = m_device_status_reg.standard_event;
+  m_device_status_reg.ClrReg(kStandardEventRegister, true);
+  return 0;
+}
+
+// Callers rely on eight binary digits, lowest bit first, and on the instrument being asked also during a sweep.
+int CDevice::SCPI_STB() {
+  struct BudgetEnd {
+    std::optional<TurnBudget>& budget;
+    ~BudgetEnd() { budget.reset(); }
+  };
+  const BudgetEnd end{m_turn_budget};
+  if (IsSweeping()) m_turn_budget = TurnBudget{kStatusBytePatienceMs};
+  int status = SetRFRegister();
+  if (!IsFailure(status)) status = SetPLLRegister();
+  if (m_turn_budget && m_turn_budget->missed) {
+    SetRegistersFromRun();
+  } else if (IsFailure(status)) {
+    return status;
+  }
+  m_device_status_reg.SetStatusByteBits(true);
+  char digits[8];
+  m_device_status_reg.ShowStatusByte(digits);
+  return SendResponse(digits, sizeof(digits)) == sizeof(digits) ? 0 : kResponseCut;
+}
+
+int CDevice::SCPI_CLS() {
+  m_errors.clear();
+  for (short reg = 0; reg <= kStatusByteRegister; ++reg) m_device_status_reg.ClrReg(reg, true);
+  return 0;
+}
