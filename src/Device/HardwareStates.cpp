@@ -5,8 +5,8 @@
 int CDevice::HW_GetRFButtonState(bool* on) {
   Exchange exchange = Exchange::Query(P_RF_BUTTON, {2, 0}, 1);
   if (const auto failure = exchange.Run(*this)) return failure;
-  if (!exchange.Carries(1)) return exchange.Status();
-  *on = exchange.Value(0) != 0.0;
+  // As in the other three, only what was asked for counts: an answer without the value is "off", whatever its status.
+  *on = exchange.Carries(1) && exchange.Value(0) != 0.0;
   return 0;
 }
 
