@@ -1,8 +1,15 @@
-// The part of the VISA library that the link needs, as the provider libSkVisa.so.2 exports it. Only declarations.
+// The part of the VISA library that the link needs, as the provider libSkVisa.so.2 exports it. Statuses have their
+// names of VPP-4.3.
 //
 // Providers return a status of 32 or 64 bits and store counts, sessions and attributes of either width; src/Provider.h
 // brings both to one, so nothing else calls these.
 #pragma once
+
+#include "scpi_zlt/scpi_zlt.h"
+
+// Statuses that only providers return; the others are public.
+#define VI_ERROR_ABORT (-2147483647L - 1L + 0x3FFF0030L)     /* the exchange was given up */
+#define VI_ERROR_CONN_LOST (-2147483647L - 1L + 0x3FFF00A6L) /* the link is lost */
 
 extern "C" {
 

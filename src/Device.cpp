@@ -7,14 +7,6 @@
 
 #include "src/Provider.h"
 
-namespace {
-
-constexpr unsigned long kAttributeTermChar = 0x3FFF0018;
-constexpr long kErrorAttribute = provider::ToStatus(0xBFFF001D);
-constexpr long kErrorAttributeState = provider::ToStatus(0xBFFF001E);
-
-}  // namespace
-
 bool HasSweep(SSweepParameters sweep) {
   return sweep.frequency_mode != kModeFixed || sweep.power_mode != kModeFixed;
 }
@@ -31,15 +23,15 @@ CDevice::~CDevice() {
 }
 
 long CDevice::GetAttribute(unsigned long id, void* result) {
-  if (id != kAttributeTermChar) return kErrorAttribute;
-  if (result == nullptr) return kErrorAttributeState;
+  if (id != VI_ATTR_TERMCHAR) return VI_ERROR_NSUP_ATTR;
+  if (result == nullptr) return VI_ERROR_NSUP_ATTR_STATE;
   const std::int32_t value = m_device_termchar;
   std::memcpy(result, &value, sizeof(value));
   return 0;
 }
 
 long CDevice::SetAttribute(unsigned long id, unsigned long state) {
-  if (id != kAttributeTermChar) return kErrorAttribute;
+  if (id != VI_ATTR_TERMCHAR) return VI_ERROR_NSUP_ATTR;
   m_device_termchar = static_cast<char>(state);
   return 0;
 }

@@ -15,17 +15,18 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <optional>
+#include <span>
 #include <string>
 #include <vector>
+
+#include "scpi_zlt/scpi_zlt.h"
 
 #include "scpi_core/GenericDevice.h"
 #include "scpi_core/sStatusReg.h"
 #include "scpi_core/types.h"
-#include "src/Device/ExchangeGate.h"
+#include "src/Device/Link.h"
 #include "src/Device/RunThread.h"
 #include "src/DeviceRecords.h"
-#include "src/LinkExchange.h"
 #include "src/PacketTypes.h"
 
 /// True for a status that means failure: 16 bits, read as unsigned, of 0x5000 or more. -224 and -226 are failures too.
@@ -58,7 +59,7 @@ class CDevice : public CGenericDevice {
   // CGenericDevice.
   long GetAttribute(unsigned long id, void* result);
   long SetAttribute(unsigned long id, unsigned long state);
-  bool GetConnected() const { return m_link_connected; }
+  bool GetConnected() const { return m_link.Connected(); }
   long GetCurrentStatus() const { return m_connection_status; }
   const sLimits& Limits() const { return m_limits; }
   /// The register set that "*ESR?" and "*STB?" show (CGenericDevice holds another one, which nobody writes).
@@ -71,11 +72,9 @@ class CDevice : public CGenericDevice {
   int GetIdn(std::string& text);
   /// Reads a file of the instrument. Leaves `content` as it was unless the whole file came.
   void GetFile(std::string name, std::string* content);
-  /// The gate of all HW_ functions. Refuses at once when the link is lost. 0 means: read the packet's status.
-  long ProcessParameter(CDevParameter* packet, bool no_limit = false);
 
-  // Link of this device; each takes the exchange gate (Device/Connection.cpp). Send and Recv do not: whoever pairs them
-  // does.
+  // The link (Device/Link.h) by the names of this class.
+  long ProcessParameter(CDevParameter* packet, bool no_limit = false);
   long Send(CBasePacket* packet);
   long Recv(CDevCommand* packet, bool cancel, unsigned int timeout);
   long ProcessCommand(CDevCommand* packet, bool no_limit);
@@ -120,10 +119,6 @@ class CDevice : public CGenericDevice {
   /// Waits until a run has been started; at most that long, below 0 the given wait. 0 or -365.
   int WaitOPC(int milliseconds);
   void UpdateTimeout();
-  /// Cancels a run that is going on: the first half of the start pattern of every setter that changes a sweep.
-  void CancelIfSweeping();
-  /// Starts polling again if the settings ask for it: the second half.
-  void RunIfShouldSweep();
 
   // Start-up (Device/Probing.cpp).
   int Init();
@@ -184,7 +179,8 @@ class CDevice : public CGenericDevice {
   int HW_SetDwell(double& value);
   int SetDwell(double value);
   double GetDwell() const { return m_settings.sweep.dwell; }
-  int SetSingleSweep();
+  /// Nothing consumes the request.
+  int SetSingleSweep() { return 0; }
   int SetInitContinuous(bool on);
   bool GetInitContinuous() const { return m_settings.init_continuous; }
   int SetSingleStepEnabled(bool on);
@@ -271,9 +267,6 @@ class CDevice : public CGenericDevice {
  private:
   /// The part of OpenConnection that talks to the instrument.
   long ResetAndProbe();
-  /// Enters the gate; what the thread's stop request ends.
-  ExchangeGate::Result AwaitTurn();
-  StopTest MakeStopTest() const;
   /// "*ESR?" and "*STB?" from what the run thread saw last.
   void SetRegistersFromRun();
   // The steps of Init; each returns a failure or 0.
@@ -284,16 +277,42 @@ class CDevice : public CGenericDevice {
   void SetStartValuesOfSweep();
   void ProbePowerLimits();
   void StartRunThread();
+  // What a setting does to a run (Device/RunControl.cpp).
+  /// When a run that was stopped for a setting is started again, if the settings ask for one at all.
+  enum class Restart {
+    kAlways,         ///< whatever came back
+    kAfterReply,     ///< unless the link failed; a refusal is as good as a success
+    kUnlessRefused,  ///< unless the link or the setting failed
+    kNever,
+  };
+  /// Stops a run, sends, and starts it again as `restart` says. Returns the status of `send`.
+  template <class Send>
+  int WithRunStopped(Restart restart, Send send) {
+    CancelIfSweeping();
+    const Sent sent = send();
+    if (IsDue(restart, sent)) RunIfShouldSweep();
+    return sent.status;
+  }
+  static bool IsDue(Restart restart, const Sent& sent);
+  void CancelIfSweeping();
+  /// Starts polling if the settings ask for it.
+  void RunIfShouldSweep();
   // Steps of the setters.
   void StoreFrequency(double value, ETDValueType type);
   void GetPowerKeyword(double& value, ETDValueType type, ETDDefaultType def) const;
   /// Sends what the power mode needs, with the run stopped around it.
   int ResendPower();
+  /// The list in as many packets as it takes; the last one's status, or that of a link that failed.
+  Sent SendChunks(ESweepListType type);
+  /// The pulses likewise. The instrument's source as it came back, 0.0 where it did not.
+  Sent SendPulses(int mode, int source, std::span<double> widths, std::span<double> gaps, bool polarity,
+                  double& source_taken);
   /// Switches modulation on again if it is on.
   int ReapplyModulation();
   void ExpandTrain();
   /// What the auxiliary output became, given the code that came back; may send the second channel. A failure or 0.
   int SettleSyncOutput(int got);
+  int SendFirstChannel();
   int SendSecondChannel(int& code);
 
   // What clamping uses; equal to the limits of `m_limits` after start-up.
@@ -306,24 +325,15 @@ class CDevice : public CGenericDevice {
   bool m_wide_frequency = false;
   bool m_extended_frequency = true;
   bool m_ten_value_sync = true;
-  bool m_initialised = false;  ///< also: the modulation packet has a polarity field
+  bool m_modulation_has_polarity = false;
 
   // The link.
   std::string m_address;
   std::string m_identity;
-  unsigned long m_resource_manager = 0;
-  unsigned long m_instrument = 0;
-  bool m_link_connected = false;
+  Link m_link{*this};
   int m_mode_word = 0;
   char m_device_termchar = 0;
-  long m_connection_status = static_cast<int>(0xBFFF0081);
-  ExchangeGate m_gate;
-  /// While set: how long exchanges may still wait for their turn, all together, and whether one went without.
-  struct TurnBudget {
-    std::int64_t left_ms;
-    bool missed = false;
-  };
-  std::optional<TurnBudget> m_turn_budget;
+  long m_connection_status = VI_ERROR_NIMPL_OPER;
   std::unique_ptr<CRunThread> m_run_thread;
   std::atomic<const CRunThread*> m_poller{nullptr};  ///< the same, for who asks from another thread
   neosmart::neosmart_event_t m_opc_event = nullptr;  ///< the run thread's; null as long as there is none

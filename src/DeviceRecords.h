@@ -69,7 +69,6 @@ struct SSweepParameters {
   double dwell = 0.0;
   EFreqSpacing spacing = kSpacingLinear;
   bool single_step = false;
-  bool single_sweep_request = false;
   bool external_reference = false;
   double external_reference_frequency = 0.0;
 };

@@ -33,7 +33,7 @@ long Process(unsigned long session, CDevCommand& packet, bool stopping, bool& co
 
 long Clear(unsigned long session, bool probe, bool connected, const Manner& manner) {
   const long result = provider::Clear(session);
-  if (!probe || !manner.may_probe || !connected || result != provider::kSuccess || manner.stop.Up()) return result;
+  if (!probe || !manner.may_probe || !connected || result != VI_SUCCESS || manner.stop.Up()) return result;
   CDevParameter mode(P_MODE, 1, 2, 0, SK_GET);
   Manner probing = manner;
   probing.may_probe = false;
@@ -51,7 +51,7 @@ long Reset(unsigned long session, bool connected, unsigned int timeout, const Ma
 
 long Aborted(CDevCommand& packet) {
   packet.SetStatus(SE_OPERATION_CANCELED);
-  return provider::kErrorAbort;
+  return VI_ERROR_ABORT;
 }
 
 /// One reply: its head, then its body, each in slices.
@@ -97,11 +97,11 @@ class Reception {
   unsigned long m_saved_timeout = 0;
   std::array<unsigned char, kHeadSize> m_head{};
   unsigned int m_received = 0;
-  long m_last_status = provider::kSuccess;
+  long m_last_status = VI_SUCCESS;
 };
 
 long Reception::Run(bool stopping) {
-  if (m_session == 0) return provider::kErrorConnectionLost;
+  if (m_session == 0) return VI_ERROR_CONN_LOST;
   // A provider that can't tell it gets the slice back; 0 would let the next write fail at once.
   if (provider::GetTimeOut(m_session, m_saved_timeout) < 0) m_saved_timeout = kSliceMs;
   if (const long status = provider::SetTimeOut(m_session, kSliceMs); status < 0) {
@@ -113,7 +113,7 @@ long Reception::Run(bool stopping) {
   }
   CHead head;
   std::memcpy(static_cast<void*>(&head), m_head.data(), kHeadSize);
-  if (head.Signature != kSignature) return provider::kErrorRawReadViolation;
+  if (head.Signature != kSignature) return VI_ERROR_RAW_RD_PROT_VIOL;
   m_packet.SetBlockSize(head.BodyLength + kHeadSize);
   std::memcpy(m_packet.Block(), m_head.data(), kHeadSize);
   return ReadBody();
@@ -125,8 +125,8 @@ std::optional<long> Reception::ReadHead() {
     m_last_status = provider::Read(m_session, std::span(m_head).subspan(m_received), got);
     m_received += got;
     // However few bytes came: the rest of the head is zero. Callers rely on it.
-    if (m_last_status == provider::kSuccess) return std::nullopt;
-    if (m_last_status != provider::kErrorTimeOut) {
+    if (m_last_status == VI_SUCCESS) return std::nullopt;
+    if (m_last_status != VI_ERROR_TMO) {
       NoteReadError(m_last_status);
       break;
     }
@@ -134,7 +134,7 @@ std::optional<long> Reception::ReadHead() {
     if (Cancelled()) return CancelExit();
     if (TimeLeft()) continue;
     const long cleared = Cleared(true);
-    if (cleared == provider::kSuccess || cleared == provider::kErrorNotImplemented) {
+    if (cleared == VI_SUCCESS || cleared == VI_ERROR_NIMPL_OPER) {
       m_packet.SetStatus(SE_READ_TIMEOUT);
     } else {
       NoteLost(cleared);
@@ -155,9 +155,9 @@ long Reception::ReadBody() {
     m_received += got;
     const bool whole = m_received == m_packet.BodyLength();
     const bool reported_time_out = m_packet.Status() == SE_READ_TIMEOUT;
-    if (m_last_status == provider::kSuccess) {
+    if (m_last_status == VI_SUCCESS) {
       if (!reported_time_out) return EndRestored();
-    } else if (m_last_status != provider::kErrorTimeOut) {
+    } else if (m_last_status != VI_ERROR_TMO) {
       NoteReadError(m_last_status);
       return EndBody(m_packet.BodyLength());
     } else if (whole) {
@@ -174,10 +174,10 @@ long Reception::BodyTimedOut() {
   unsigned int limit = m_packet.BodyLength();
   if (m_packet.Status() == SE_READ_TIMEOUT) {
     limit = kReportedTimeOutLimit;
-    m_last_status = provider::kErrorTimeOut;
+    m_last_status = VI_ERROR_TMO;
   }
   // Here a provider that can't clear has lost the link; callers rely on the difference from the head.
-  if (const long cleared = Cleared(true); cleared == provider::kSuccess) {
+  if (const long cleared = Cleared(true); cleared == VI_SUCCESS) {
     m_packet.SetStatus(SE_READ_TIMEOUT);
   } else {
     NoteLost(cleared);
@@ -193,7 +193,7 @@ long Reception::EndBody(unsigned int limit) {
 
 long Reception::EndRestored() {
   provider::SetTimeOut(m_session, m_saved_timeout);
-  return provider::kSuccess;
+  return VI_SUCCESS;
 }
 
 long Reception::CancelExit() {
@@ -203,22 +203,22 @@ long Reception::CancelExit() {
 }
 
 void Reception::NoteReadError(long status) {
-  if (status != provider::kErrorConnectionLost) return;
+  if (status != VI_ERROR_CONN_LOST) return;
   m_connected = false;
   m_packet.SetStatus(SE_CONNECTION_LOST);
 }
 
 void Reception::NoteLost(long clear_status) {
-  m_packet.SetStatus(clear_status == provider::kErrorConnectionLost ? SE_CONNECTION_LOST : SE_READ_TIMEOUT);
+  m_packet.SetStatus(clear_status == VI_ERROR_CONN_LOST ? SE_CONNECTION_LOST : SE_READ_TIMEOUT);
   m_connected = false;
-  m_last_status = provider::kErrorConnectionLost;
+  m_last_status = VI_ERROR_CONN_LOST;
 }
 
 long Process(unsigned long session, CDevCommand& packet, bool stopping, bool& connected, bool no_limit,
              const Manner& manner) {
   const unsigned short request = packet.Command();
   unsigned int timeout = packet.GetTimeOut();
-  long result = provider::kSuccess;
+  long result = VI_SUCCESS;
   bool sent = false;
   for (;;) {
     if (manner.stop.Up()) {
@@ -227,40 +227,40 @@ long Process(unsigned long session, CDevCommand& packet, bool stopping, bool& co
       return Aborted(packet);
     }
     result = SendToDevice(session, &packet, connected);
-    sent = sent || result == provider::kSuccess;
-    if (result == provider::kSuccess) {
+    sent = sent || result == VI_SUCCESS;
+    if (result == VI_SUCCESS) {
       if (timeout == kDefaultTimeOut) timeout = no_limit ? kNoTimeOut : kExchangeLimitMs;
       result = Reception(session, packet, false, timeout, connected, manner).Run(stopping);
     }
-    if (result != provider::kErrorRawReadViolation) break;
+    if (result != VI_ERROR_RAW_RD_PROT_VIOL) break;
     // Out of step: what is still under way is flushed, and the same request goes out again.
     Clear(session, false, connected, manner);
     if (!manner.may_resend) break;
   }
-  if (result != provider::kSuccess) return result;
+  if (result != VI_SUCCESS) return result;
 
   const std::int16_t status = GetCommandStatus(&packet);
   const bool failed = status < 0 || status > kLastHarmlessStatus;
   if (failed && request != SK_RESET && packet.Command() != SK_RESET) {
     const long reset = Reset(session, connected, kDefaultTimeOut, manner);
-    if (reset == provider::kErrorAbort && request == SK_RUN && manner.stop.Up()) {
+    if (reset == VI_ERROR_ABORT && request == SK_RUN && manner.stop.Up()) {
       ResetAfterRun(session);
     }
   }
-  return provider::kSuccess;
+  return VI_SUCCESS;
 }
 
 }  // namespace
 
 long SendToDevice(unsigned long session, CBasePacket* packet, bool& connected) {
-  if (session == 0) return provider::kErrorConnectionLost;
+  if (session == 0) return VI_ERROR_CONN_LOST;
   auto* const command = dynamic_cast<CDevCommand*>(packet);
-  if (command == nullptr) return provider::kErrorInvalidObject;
+  if (command == nullptr) return VI_ERROR_INV_OBJECT;
   const long status = provider::Write(session, std::span(command->Block(), command->Size()));
-  if (status == provider::kErrorConnectionLost) {
+  if (status == VI_ERROR_CONN_LOST) {
     command->SetStatus(SE_CONNECTION_LOST);
     connected = false;
-  } else if (status != provider::kSuccess) {
+  } else if (status != VI_SUCCESS) {
     command->SetStatus(SE_WRITE_TIMEOUT);
   }
   return status;
@@ -320,15 +320,15 @@ std::int16_t GetCommandStatus(const CDevCommand* packet) {
 
 std::int16_t ConvertErrorVisaToSorvs(long status) {
   switch (status) {
-    case provider::kSuccess:
-    case provider::kSuccessTermChar:
-    case provider::kSuccessMaxCount:
+    case VI_SUCCESS:
+    case VI_SUCCESS_TERM_CHAR:
+    case VI_SUCCESS_MAX_CNT:
       return SK_NO_ERROR;
-    case provider::kErrorConnectionLost:
+    case VI_ERROR_CONN_LOST:
       return SE_CONNECTION_LOST;
-    case provider::kErrorTimeOut:
+    case VI_ERROR_TMO:
       return SE_READ_TIMEOUT;
-    case provider::kErrorAbort:
+    case VI_ERROR_ABORT:
       return SE_OPERATION_CANCELED;
     default:
       return SE_UNKNOWN_ERROR;

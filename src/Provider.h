@@ -17,20 +17,6 @@ constexpr long ToStatus(unsigned long raw) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(raw));
 }
 
-inline constexpr long kSuccess = 0;
-inline constexpr long kSuccessTermChar = 0x3FFF0005;
-inline constexpr long kSuccessMaxCount = 0x3FFF0006;
-inline constexpr long kErrorSystem = ToStatus(0xBFFF0000);
-inline constexpr long kErrorInvalidObject = ToStatus(0xBFFF000E);
-inline constexpr long kErrorResourceNotFound = ToStatus(0xBFFF0011);
-inline constexpr long kErrorTimeOut = ToStatus(0xBFFF0015);
-inline constexpr long kErrorAbort = ToStatus(0xBFFF0030);
-inline constexpr long kErrorRawReadViolation = ToStatus(0xBFFF0035);
-inline constexpr long kErrorNotImplemented = ToStatus(0xBFFF0081);
-inline constexpr long kErrorConnectionLost = ToStatus(0xBFFF00A6);
-
-inline constexpr unsigned long kAttributeTimeOut = 0x3FFF001A;
-
 inline long OpenDefaultRM(unsigned long& manager) {
   std::uint64_t stored = 0;
   const long status = ToStatus(static_cast<unsigned long>(viOpenDefaultRM(&stored)));
@@ -69,13 +55,13 @@ inline long Write(unsigned long session, std::span<const unsigned char> bytes) {
 
 inline long GetTimeOut(unsigned long session, unsigned long& milliseconds) {
   std::uint64_t stored = 0;
-  const long status = ToStatus(static_cast<unsigned long>(viGetAttribute(session, kAttributeTimeOut, &stored)));
+  const long status = ToStatus(static_cast<unsigned long>(viGetAttribute(session, VI_ATTR_TMO_VALUE, &stored)));
   milliseconds = stored;
   return status;
 }
 
 inline long SetTimeOut(unsigned long session, unsigned long milliseconds) {
-  return ToStatus(static_cast<unsigned long>(viSetAttribute(session, kAttributeTimeOut, milliseconds)));
+  return ToStatus(static_cast<unsigned long>(viSetAttribute(session, VI_ATTR_TMO_VALUE, milliseconds)));
 }
 
 }  // namespace provider

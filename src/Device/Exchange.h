@@ -2,9 +2,9 @@
 // free. A sender is a list of fields and what to read back, nothing else:
 //
 //   Exchange exchange(P_PHASE, {4, 2}, {*phase});
-//   if (const auto failure = exchange.Run(*this)) return failure;  // the link failed, there is no reply
-//   if (exchange.Carries(1)) *phase = exchange.Value(0);           // a refusal carries values too
-//   return exchange.Status();                                      // the instrument's word on it
+//   exchange.Run(m_link);
+//   if (exchange.DemandValues(1)) *phase = exchange.Value(0);  // a refusal carries values too
+//   return exchange.Status();                                  // the instrument's word on it, or the link's
 //
 // A reply with fewer values than its sender reads is no link failure: nothing is read, and where the instrument claims
 // success the status is SK_SMALL_SIZE. A sender that reads no value doesn't ask, and then a short reply is as good.
@@ -15,7 +15,8 @@
 #include <span>
 
 #include "protocol/comset.h"
-#include "src/Device.h"
+#include "protocol/visa.h"
+#include "src/Device/Link.h"
 #include "src/LinkExchange.h"
 #include "src/PacketTypes.h"
 
@@ -23,18 +24,6 @@
 struct ValueFormat {
   unsigned char size;
   unsigned char fraction;
-};
-
-/// What Run found: true when the link failed, and then the status of that, sign-extended. It may be 0: a positive
-/// status of the provider leaves nothing to read, but counts as success.
-class LinkFailure {
- public:
-  explicit LinkFailure(long result) : m_result(result) {}
-  explicit operator bool() const { return m_result != 0; }
-  operator int() const { return ConvertErrorVisaToSorvs(m_result); }  // NOLINT: returned as a status
-
- private:
-  long m_result;
 };
 
 class Exchange {
@@ -51,36 +40,35 @@ class Exchange {
     return Exchange(parameter, format, count, SK_GET);
   }
 
-  /// True when the link failed; then there is no reply to read.
-  LinkFailure Run(CDevice& device) {
-    m_link_result = device.ProcessParameter(&m_packet);
+  /// True when there is a reply to read.
+  bool Run(Link& link) {
+    m_link_result = link.ProcessParameter(m_packet, false);
     m_reply_is_short = false;
-    return LinkFailure(m_link_result);
+    return Replied();
   }
-  /// The two in one, for who reads no value.
-  int RunForStatus(CDevice& device) {
-    const LinkFailure failure = Run(device);
-    return failure ? static_cast<int>(failure) : Status();
-  }
+  bool Replied() const { return m_link_result == VI_SUCCESS; }
   /// The VISA status of the exchange.
   long LinkResult() const { return m_link_result; }
 
-  /// True if the reply holds at least `count` values. False is remembered by Status.
-  bool Carries(unsigned int count) {
-    if (m_link_result != 0) return false;
+  /// True if the reply holds at least `count` values. Where it doesn't, a success becomes SK_SMALL_SIZE in Status: ask
+  /// only for what the sender can't do without.
+  bool DemandValues(unsigned int count) {
+    if (!Replied()) return false;
     const bool carries = m_packet.CarriesValues(count);
     if (!carries) m_reply_is_short = true;
     return carries;
   }
   /// Value `index` of a reply that carries it.
   double Value(unsigned int index) const { return m_packet.CarriedValue(index); }
-  /// The reply's status, sign-extended; SK_SMALL_SIZE for a success that did not carry what Carries asked for.
+  /// The reply's status, sign-extended; SK_SMALL_SIZE for a success without the values demanded. Without a reply the
+  /// status of the link, which is 0 where a read ended in a completion code of the provider.
   int Status() const {
-    // A read may end in a completion code of the provider without a reply: that counts as a success without values.
-    if (m_link_result != 0) return ConvertErrorVisaToSorvs(m_link_result);
+    if (!Replied()) return ConvertErrorVisaToSorvs(m_link_result);
     const int status = m_packet.Status();
     return status == SK_NO_ERROR && m_reply_is_short ? SK_SMALL_SIZE : status;
   }
+
+  Sent Result() const { return {Status(), Replied()}; }
 
   /// The packet's own status field, also after a failed exchange.
   int PacketStatus() const { return m_packet.Status(); }

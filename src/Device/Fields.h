@@ -37,16 +37,16 @@ inline void TakeField(double field, long& value) {
 /// Reads the reply's first fields into these values. A reply that is too short leaves all of them alone.
 template <class... Values>
 void TakeReply(Exchange& exchange, Values&... values) {
-  if (!exchange.Carries(sizeof...(Values))) return;
+  if (!exchange.DemandValues(sizeof...(Values))) return;
   unsigned int index = 0;
   (TakeField(exchange.Value(index++), values), ...);
 }
 
-/// The plain sender: these values out, the same values back. Status of the link or of the reply.
+/// The plain sender: these values out, the same values back.
 template <class... Values>
-int SendAndTake(CDevice& device, EParameter parameter, ValueFormat format, Values&... values) {
+Sent SendAndTake(Link& link, EParameter parameter, ValueFormat format, Values&... values) {
   Exchange exchange(parameter, format, ToFields(values...));
-  if (const auto failure = exchange.Run(device)) return failure;
+  exchange.Run(link);
   TakeReply(exchange, values...);
-  return exchange.Status();
+  return exchange.Result();
 }

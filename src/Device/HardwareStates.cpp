@@ -1,18 +1,19 @@
 // PLL, level, reference and RF button as the instrument has them. Each is one question, and its answer is one status of
 // the reply or one value; while a sweep is on, the run thread's copy answers.
+#include "src/Device.h"
 #include "src/Device/Exchange.h"
 
 int CDevice::HW_GetRFButtonState(bool* on) {
   Exchange exchange = Exchange::Query(P_RF_BUTTON, {2, 0}, 1);
-  if (const auto failure = exchange.Run(*this)) return failure;
+  if (!exchange.Run(m_link)) return exchange.Status();
   // As in the other three, only what was asked for counts: an answer without the value is "off", whatever its status.
-  *on = exchange.Carries(1) && exchange.Value(0) != 0.0;
+  *on = exchange.DemandValues(1) && exchange.Value(0) != 0.0;
   return 0;
 }
 
 int CDevice::HW_GetPLLState(bool* locked) {
   Exchange exchange = Exchange::Query(P_FREQUENCY, {4, 0}, 3);
-  if (const auto failure = exchange.Run(*this)) return failure;
+  if (!exchange.Run(m_link)) return exchange.Status();
   *locked = exchange.Status() != SK_LO1_NO_PLL;
   return 0;
 }
@@ -20,7 +21,7 @@ int CDevice::HW_GetPLLState(bool* locked) {
 int CDevice::HW_GetERGState(bool* locked) {
   *locked = true;
   Exchange exchange = Exchange::Query(P_FREQUENCY, {4, 0}, 3);
-  if (const auto failure = exchange.Run(*this)) return failure;
+  if (!exchange.Run(m_link)) return exchange.Status();
   *locked = exchange.Status() != SK_EXTREF_NO_PLL;
   return 0;
 }
@@ -32,7 +33,7 @@ int CDevice::HW_GetLevelState(bool* leveled) {
   Exchange exchange = four_bytes  ? Exchange::Query(P_RF_OUT2, {4, 2}, 5)
                       : six_bytes ? Exchange::Query(P_RF_OUT2, {6, 2}, 5)
                                   : Exchange::Query(P_RF_OUT, {2, 1}, 2);
-  if (const auto failure = exchange.Run(*this)) return failure;
+  if (!exchange.Run(m_link)) return exchange.Status();
   *leveled = exchange.Status() != SK_UNLEVEL;
   return 0;
 }

@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "src/Device.h"
 #include "src/Device/Fields.h"
 
 namespace {
@@ -64,11 +65,21 @@ int CDevice::HW_SendList(ESweepListType type) {
   if (is_power && sweep.power_mode != kModeList) return 0;
   // Callers rely on logarithmic spacing sending the list in any mode: a logarithmic sweep comes this way.
   if (!is_power && sweep.frequency_mode != kModeList && sweep.spacing == kSpacingLinear) return 0;
-  CancelIfSweeping();
+  bool replied = true;
+  const int status = WithRunStopped(Restart::kAfterReply, [&] {
+    const Sent sent = SendChunks(type);
+    replied = sent.replied;
+    return sent;
+  });
+  if (replied) UpdateTimeout();
+  return status;
+}
 
+Sent CDevice::SendChunks(ESweepListType type) {
+  const bool is_power = type == kPowerList;
   const ListForm& form = is_power ? kPowerForm : kFrequencyForm;
   std::vector<double>& list = is_power ? m_power_list : m_frequency_list;
-  int status = 0;
+  Sent last = 0;
   for (std::size_t first = 0; first < list.size(); first += form.chunk_points) {
     const std::span points = std::span(list).subspan(first, std::min(form.chunk_points, list.size() - first));
     std::vector<double> fields;
@@ -83,16 +94,14 @@ int CDevice::HW_SendList(ESweepListType type) {
 
     Exchange exchange(form.parameter, form.format, fields);
     exchange.SetHeadCount(form.head_count);
-    if (const auto failure = exchange.Run(*this)) return failure;
-    if (exchange.Carries(static_cast<unsigned int>(fields.size()))) {
+    if (!exchange.Run(m_link)) return exchange.Result();
+    if (exchange.DemandValues(static_cast<unsigned int>(fields.size()))) {
       unsigned int index = before_points;
       for (double& point : points) point = exchange.Value(index++);
     }
-    status = exchange.Status();
+    last = exchange.Result();
   }
-  RunIfShouldSweep();
-  UpdateTimeout();
-  return status;
+  return last;
 }
 
 long CDevice::set_rf_out_list(double* powers, unsigned int count) {

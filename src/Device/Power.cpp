@@ -86,13 +86,11 @@ void CDevice::GetPowerKeyword(double& value, ETDValueType type, ETDDefaultType d
 }
 
 int CDevice::SetPower(double value, ETDValueType type, ETDDefaultType /*def*/) {
-  CancelIfSweeping();
   SSweepParameters& sweep = m_settings.sweep;
   switch (type) {
     case kValueCW:
       m_settings.cw_power = value;
-      SetPwrCommon();
-      RunIfShouldSweep();
+      WithRunStopped(Restart::kAlways, [&] { return SetPwrCommon(); });
       return 0;
     case kValueStart:
       sweep.start_power = value;
@@ -117,10 +115,7 @@ int CDevice::SetPower(double value, ETDValueType type, ETDDefaultType /*def*/) {
   }
   const std::uint32_t points = m_settings.sweep_points;
   sweep.step_power = points > 1 ? (sweep.stop_power - sweep.start_power) / static_cast<double>(points - 1) : 0.0;
-  const int status = SetPwrCommon();
-  if (IsFailure(status)) return status;
-  RunIfShouldSweep();
-  return 0;
+  return Folded(ResendPower());
 }
 
 int CDevice::SetPwrMode(EMode mode) {
@@ -145,10 +140,7 @@ int CDevice::SetPwrCommon() {
 }
 
 int CDevice::ResendPower() {
-  CancelIfSweeping();
-  const int status = SetPwrCommon();
-  if (!IsFailure(status)) RunIfShouldSweep();
-  return status;
+  return WithRunStopped(Restart::kUnlessRefused, [&] { return SetPwrCommon(); });
 }
 
 int CDevice::SetAtten(int& value) {
@@ -177,12 +169,10 @@ int CDevice::SetPowControl(int& value) {
   // follows from the reply to this record, and never goes back to what it was.
   SSyncInType record = m_settings.sweep.sync_in;
   record.source = value == 1 ? kTriggerBus : kTriggerImmediate;
-  CancelIfSweeping();
-  int status = SetSyncIn(record, m_settings.sweep.single_step);
-  if (status == 0) status = SendSyncOutParams();
-  if (IsFailure(status)) return status;
-  RunIfShouldSweep();
-  return status;
+  return WithRunStopped(Restart::kUnlessRefused, [&] {
+    const int status = SetSyncIn(record, m_settings.sweep.single_step);
+    return status == 0 ? SendSyncOutParams() : status;
+  });
 }
 
 int CDevice::GetPowControl(int& value) const {
@@ -191,14 +181,14 @@ int CDevice::GetPowControl(int& value) const {
 }
 
 int CDevice::SetOutputEnabled(bool on) {
-  CancelIfSweeping();
   m_settings.output_state = on ? 1 : 0;
-  // Callers rely on switching off always taking the CW packet, in every mode.
-  const int status = on ? SetPwrCommon() : SendRFOut();
-  if (IsFailure(status)) return status;
-  if (m_settings.output_state != 1) m_device_status_reg.ClrRegBit(kStandardEventRegister, kOutputOnBit, true);
-  RunIfShouldSweep();
-  return 0;
+  return Folded(WithRunStopped(Restart::kUnlessRefused, [&] {
+    // Callers rely on switching off always taking the CW packet, in every mode.
+    const int status = on ? SetPwrCommon() : SendRFOut();
+    const bool is_off = !IsFailure(status) && m_settings.output_state != 1;
+    if (is_off) m_device_status_reg.ClrRegBit(kStandardEventRegister, kOutputOnBit, true);
+    return status;
+  }));
 }
 
 int CDevice::GetOutputEnabled(bool& on) const {

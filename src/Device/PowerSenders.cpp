@@ -5,6 +5,7 @@
 // All but HW_SetRFOut leave cancelling and restarting the run to their callers.
 #include <cmath>
 
+#include "src/Device.h"
 #include "src/Device/Fields.h"
 
 namespace {
@@ -70,27 +71,22 @@ int CDevice::set_power_sweep() {
 }
 
 int CDevice::HW_SetRFOut(int& state, double& power) {
-  CancelIfSweeping();
-  Exchange exchange(P_RF_OUT, kTwoByte, ToFields(state, power));
-  if (const auto failure = exchange.Run(*this)) return failure;
-  TakeReply(exchange, state, power);
-  RunIfShouldSweep();
-  return exchange.Status();
+  return WithRunStopped(Restart::kAfterReply, [&] { return SendAndTake(m_link, P_RF_OUT, kTwoByte, state, power); });
 }
 
 int CDevice::HW_SetRFOut_42(int& state, double& power) {
-  return SendAndTake(*this, P_RF_OUT, kFourByte, state, power);
+  return SendAndTake(m_link, P_RF_OUT, kFourByte, state, power).status;
 }
 
 int CDevice::HW_SetRFOut_2_42(int& state, int& strategy, int& attenuation, int& spare, double& power) {
-  return SendAndTake(*this, P_RF_OUT2, kFourByte, state, strategy, attenuation, spare, power);
+  return SendAndTake(m_link, P_RF_OUT2, kFourByte, state, strategy, attenuation, spare, power).status;
 }
 
 int CDevice::HW_SetRFOut_2_62(int& state, int& strategy, int& attenuation, int& spare, double& power) {
-  if (!m_link_connected) return kNotConnected;
+  if (!m_link.Connected()) return kNotConnected;
   Exchange exchange(P_RF_OUT2, kSixByte, ToFields(state, strategy, attenuation, spare, power));
-  if (const auto failure = exchange.Run(*this)) return failure;
-  if (exchange.Carries(5)) {
+  exchange.Run(m_link);
+  if (exchange.DemandValues(5)) {
     // Callers rely on this form alone cutting the power that comes back to whole dBm.
     int whole_power = 0;
     TakeReply(exchange, state, strategy, attenuation, spare, whole_power);
@@ -100,21 +96,21 @@ int CDevice::HW_SetRFOut_2_62(int& state, int& strategy, int& attenuation, int& 
 }
 
 int CDevice::HW_set_power_sweep(int& state, double& start, std::uint32_t& points, double& step) {
-  return SendAndTake(*this, P_RF_OUT, kFourByte, state, start, points, step);
+  return SendAndTake(m_link, P_RF_OUT, kFourByte, state, start, points, step).status;
 }
 
 int CDevice::HW_set_power_sweep2(int& state, int& strategy, int& attenuation, int& spare, double& start,
                                  std::uint32_t& points, double& step) {
-  return SendAndTake(*this, P_RF_OUT2, kFourByte, state, strategy, attenuation, spare, start, points, step);
+  return SendAndTake(m_link, P_RF_OUT2, kFourByte, state, strategy, attenuation, spare, start, points, step).status;
 }
 
 int CDevice::HW_set_power_sweep2_6(int& state, int& strategy, int& attenuation, int& spare, double& start,
                                    std::uint32_t& points, double& step) {
-  return SendAndTake(*this, P_RF_OUT2, kSixByte, state, strategy, attenuation, spare, start, points, step);
+  return SendAndTake(m_link, P_RF_OUT2, kSixByte, state, strategy, attenuation, spare, start, points, step).status;
 }
 
 int CDevice::HW_set_power_sweep3(int& state, int& strategy, int& attenuation, int& spare, double& start,
                                  std::uint32_t& points, double& step, double& stop) {
   const ValueFormat format = m_settings.rf_out_generation == 5 ? kSixByte : kFourByte;
-  return SendAndTake(*this, P_RF_OUT2, format, state, strategy, attenuation, spare, start, points, step, stop);
+  return SendAndTake(m_link, P_RF_OUT2, format, state, strategy, attenuation, spare, start, points, step, stop).status;
 }

@@ -4,6 +4,7 @@
 // The order of packets and of the assignments between them is what instruments of all ages have been tested with.
 #include <memory>
 
+#include "src/Device.h"
 #include "src/Device/Fields.h"
 
 namespace {
@@ -45,7 +46,7 @@ int CDevice::Init() {
   if (const int status = HW_SetMode(m_mode_word); IsFatal(status)) return status;
   if (const int status = ProbeFrequencyLimits()) return status;
   ProbeSyncForm();
-  m_initialised = true;
+  m_modulation_has_polarity = true;
   m_frequency_list.assign(1, 2e10);
   m_power_list.assign(1, -20.0);
   SetStartValues();
@@ -57,7 +58,7 @@ int CDevice::Init() {
 }
 
 int CDevice::HW_SetMode(int& mode) {
-  return SendAndTake(*this, P_MODE, {2, 0}, mode);
+  return SendAndTake(m_link, P_MODE, {2, 0}, mode).status;
 }
 
 // The instrument corrects what it can't do, and so tells its limits.
@@ -144,7 +145,6 @@ void CDevice::SetStartValuesOfSweep() {
   sweep.dwell = 0.0;
   sweep.spacing = kSpacingLinear;
   sweep.single_step = false;
-  sweep.single_sweep_request = false;
   sweep.external_reference = false;
   sweep.external_reference_frequency = 1e7;
   m_settings.list_mode = kListAuto;
@@ -177,8 +177,8 @@ void CDevice::StartRunThread() {
   m_opc_event = nullptr;
   m_poller = nullptr;
   m_run_thread.reset();
-  m_run_thread = MakeRunThread(m_gate);
-  m_run_thread->SetSession(m_instrument);
+  m_run_thread = MakeRunThread(m_link.Gate());
+  m_run_thread->SetSession(m_link.Session());
   UpdateTimeout();
   m_opc_event = m_run_thread->GetOPCHandle();
   m_poller = m_run_thread.get();
@@ -194,7 +194,8 @@ int CDevice::InitRFOut(int state, double power, int strategy, int attenuation, i
                 static_cast<double>(spare), power};
     }
     Exchange plain(form.parameter, form.format, values);
-    status = plain.RunForStatus(*this);
+    plain.Run(m_link);
+    status = plain.Status();
     if (LinkFailed(plain) || plain.PacketStatus() == SK_UNKNOWN_PARAMETER) continue;
     if (form.generation_with_stop < 0) {
       m_settings.rf_out_generation = form.generation;
@@ -203,7 +204,8 @@ int CDevice::InitRFOut(int state, double power, int strategy, int attenuation, i
 
     values.insert(values.end(), {1.0, 0.0, power});
     Exchange with_stop(form.parameter, form.format, values);
-    status = with_stop.RunForStatus(*this);
+    with_stop.Run(m_link);
+    status = with_stop.Status();
     const bool link_failed = LinkFailed(with_stop);
     if (!link_failed && with_stop.PacketStatus() != SK_PARAMETER_IGNORED) {
       m_settings.rf_out_generation = form.generation_with_stop;

@@ -7,6 +7,7 @@
 #include <span>
 #include <vector>
 
+#include "src/Device.h"
 #include "src/Device/Fields.h"
 
 namespace {
@@ -21,7 +22,7 @@ constexpr int kTypeTrain = 2;
 constexpr double kWireExternal = 2.0;
 constexpr double kWireInternal = 3.0;
 
-constexpr int kMostPulses = 123;  ///< in one packet
+constexpr std::size_t kMostPulses = 123;  ///< in one packet
 
 double WireSource(int source) {
   if (source == kSourceInternal) return kWireInternal;
@@ -47,40 +48,48 @@ double PickLimit(double plain, ETDDefaultType def, double minimum, double maximu
 }  // namespace
 
 int CDevice::HW_SetModulationPulse(int mode, int& source, double* widths, double* gaps, int count, bool polarity) {
-  CancelIfSweeping();
-  double source_taken = 0.0;
-  for (int first = 0; first < count; first += kMostPulses) {
-    const auto pulses = static_cast<std::size_t>(std::min(kMostPulses, count - first));
+  return WithRunStopped(Restart::kUnlessRefused, [&] {
+    const auto pulses = static_cast<std::size_t>(std::max(0, count));
+    double source_taken = 0.0;
+    const Sent sent = SendPulses(mode, source, {widths, pulses}, {gaps, pulses}, polarity, source_taken);
+    if (!sent.replied || IsFailure(sent.status)) return sent;
+    if (source_taken == kWireExternal) source = kSourceExternal;
+    if (source_taken == kWireInternal) source = kSourceInternal;
+    return Sent(0);
+  });
+}
+
+Sent CDevice::SendPulses(int mode, int source, std::span<double> widths, std::span<double> gaps, bool polarity,
+                         double& source_taken) {
+  for (std::size_t first = 0; first < widths.size(); first += kMostPulses) {
+    const std::size_t end = std::min(first + kMostPulses, widths.size());
     // The reply is laid out as the packet was, also when it is this reply that takes the polarity field away.
-    const bool has_polarity = m_initialised;
+    const bool has_polarity = m_modulation_has_polarity;
     std::vector<double> fields = {static_cast<double>(mode), WireSource(source)};
     if (has_polarity) fields.push_back(polarity ? 1.0 : 0.0);
     fields.push_back(static_cast<double>(first));
-    fields.push_back(static_cast<double>(pulses));
+    fields.push_back(static_cast<double>(end - first));
     const auto before_pulses = static_cast<unsigned int>(fields.size());
-    for (std::size_t i = 0; i < pulses; ++i) {
-      fields.push_back(widths[i + static_cast<std::size_t>(first)]);
-      fields.push_back(gaps[i + static_cast<std::size_t>(first)]);
+    for (std::size_t i = first; i < end; ++i) {
+      fields.push_back(widths[i]);
+      fields.push_back(gaps[i]);
     }
 
     Exchange exchange(P_MODULATION, {4, 0}, fields);
     exchange.SetHeadCount(has_polarity ? 3 : 2);
-    if (const auto failure = exchange.Run(*this)) return failure;
-    const bool carries = exchange.Carries(static_cast<unsigned int>(fields.size()));
+    if (!exchange.Run(m_link)) return exchange.Result();
+    const bool carries = exchange.DemandValues(static_cast<unsigned int>(fields.size()));
     const int status = exchange.Status();
     if (IsFailure(status)) return status;
-    if (status == SK_PARAMETER_IGNORED) m_initialised = false;
+    if (status == SK_PARAMETER_IGNORED) m_modulation_has_polarity = false;
     if (!carries) continue;
     source_taken = exchange.Value(1);
     unsigned int index = before_pulses;
-    for (std::size_t i = 0; i < pulses; ++i) {
-      widths[i + static_cast<std::size_t>(first)] = exchange.Value(index++);
-      gaps[i + static_cast<std::size_t>(first)] = exchange.Value(index++);
+    for (std::size_t i = first; i < end; ++i) {
+      widths[i] = exchange.Value(index++);
+      gaps[i] = exchange.Value(index++);
     }
   }
-  if (source_taken == kWireExternal) source = kSourceExternal;
-  if (source_taken == kWireInternal) source = kSourceInternal;
-  RunIfShouldSweep();
   return 0;
 }
 
@@ -89,26 +98,25 @@ int CDevice::PulseGeneratorConfigure(double& width) {
   m_settings.pulse_width = width;
   double gap = m_settings.pulse_period - width;
   if (gap < 0.0) gap = 0.0;
-  CancelIfSweeping();
-  const int status = HW_SetModulationPulse(kModePulse, m_settings.modulation_source, &m_settings.pulse_width, &gap, 1,
-                                           m_settings.modulation_polarity);
-  if (IsFailure(status)) return status;
-  width = m_settings.pulse_width;
-  m_settings.pulse_period = m_settings.pulse_width + gap;
-  RunIfShouldSweep();
-  return status;
+  return WithRunStopped(Restart::kUnlessRefused, [&] {
+    const int status = HW_SetModulationPulse(kModePulse, m_settings.modulation_source, &m_settings.pulse_width, &gap, 1,
+                                             m_settings.modulation_polarity);
+    if (IsFailure(status)) return status;
+    width = m_settings.pulse_width;
+    m_settings.pulse_period = m_settings.pulse_width + gap;
+    return status;
+  });
 }
 
 int CDevice::PacketGeneratorConfigure() {
   // Callers rely on this refusal: the count of pulses stays 0, so no train ever starts.
   if (m_settings.train_pulse_count == 0) return scpi_error::kIllegalParameterValue;
-  CancelIfSweeping();
   ExpandTrain();
   const int count = std::min(m_settings.train_pulse_count, static_cast<int>(m_settings.train_widths.size()));
-  const int status = HW_SetModulationPulse(kModePulse, m_settings.modulation_source, m_settings.train_widths.data(),
-                                           m_settings.train_gaps.data(), count, m_settings.modulation_polarity);
-  if (!IsFailure(status)) RunIfShouldSweep();
-  return status;
+  return WithRunStopped(Restart::kUnlessRefused, [&] {
+    return HW_SetModulationPulse(kModePulse, m_settings.modulation_source, m_settings.train_widths.data(),
+                                 m_settings.train_gaps.data(), count, m_settings.modulation_polarity);
+  });
 }
 
 void CDevice::ExpandTrain() {
@@ -142,15 +150,13 @@ int CDevice::SetModulationEnabled(bool on) {
         return Folded(PulseGeneratorConfigure(m_settings.pulse_width));
     }
   }
-  CancelIfSweeping();
   int sent_source = source;
   double width = 0.0;
   double gap = 0.0;
   const int mode = on && source == kSourceExternal ? kModePulse : kModeOff;
-  const int status = HW_SetModulationPulse(mode, sent_source, &width, &gap, 1, m_settings.modulation_polarity);
-  if (IsFailure(status)) return status;
-  RunIfShouldSweep();
-  return 0;
+  return Folded(WithRunStopped(Restart::kUnlessRefused, [&] {
+    return HW_SetModulationPulse(mode, sent_source, &width, &gap, 1, m_settings.modulation_polarity);
+  }));
 }
 
 int CDevice::ReapplyModulation() {

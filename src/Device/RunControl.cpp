@@ -33,6 +33,20 @@ int CDevice::WaitOPC(int milliseconds) {
   return neosmart::WaitForEvent(m_opc_event, static_cast<std::uint64_t>(wait)) == 0 ? 0 : scpi_error::kTimeOutError;
 }
 
+bool CDevice::IsDue(Restart restart, const Sent& sent) {
+  switch (restart) {
+    case Restart::kAlways:
+      return true;
+    case Restart::kAfterReply:
+      return sent.replied;
+    case Restart::kUnlessRefused:
+      return sent.replied && !IsFailure(sent.status);
+    case Restart::kNever:
+      break;
+  }
+  return false;
+}
+
 void CDevice::CancelIfSweeping() {
   if (IsSweeping()) m_run_thread->CancelRun();
 }

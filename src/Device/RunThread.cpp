@@ -136,12 +136,12 @@ bool CRunThread::Poll(int& polls_left) {
     bool connected = true;
     const long result = ExchangePacket(packet, connected);
     // Told by its own mark: a provider may end a read with the same status.
-    if (result == provider::kErrorAbort && packet.Status() == SE_OPERATION_CANCELED && MustEnd()) return false;
+    if (result == VI_ERROR_ABORT && packet.Status() == SE_OPERATION_CANCELED && MustEnd()) return false;
     if (result != 0) {
       ClearDevice(m_session, true, connected, MakeStopTest());
       // However a poll ended, a stop must not leave the instrument sweeping.
       const long reset = ResetDevice(m_session, connected, MakeStopTest());
-      if (reset == provider::kErrorAbort && MustEnd()) ResetAfterRun(m_session);
+      if (reset == VI_ERROR_ABORT && MustEnd()) ResetAfterRun(m_session);
     } else if (packet.Status() != SE_OPERATION_CANCELED || !MustEnd()) {
       TakeStates(packet);
     }

@@ -60,15 +60,11 @@ int CDevice::SCPI_ESR(int& value) {
 
 // Callers rely on eight binary digits, lowest bit first, and on the instrument being asked also during a sweep.
 int CDevice::SCPI_STB() {
-  struct BudgetEnd {
-    std::optional<TurnBudget>& budget;
-    ~BudgetEnd() { budget.reset(); }
-  };
-  const BudgetEnd end{m_turn_budget};
-  if (IsSweeping()) m_turn_budget = TurnBudget{kStatusBytePatienceMs};
+  std::optional<TurnBudget> budget;
+  if (IsSweeping()) budget.emplace(m_link, kStatusBytePatienceMs);
   int status = SetRFRegister();
   if (!IsFailure(status)) status = SetPLLRegister();
-  if (m_turn_budget && m_turn_budget->missed) {
+  if (budget && budget->Missed()) {
     SetRegistersFromRun();
   } else if (IsFailure(status)) {
     return status;

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "src/Device.h"
 #include "src/Device/Fields.h"
 
 int CDevice::SetFreqList(std::vector<double> list) {
@@ -31,28 +32,23 @@ int CDevice::SetListMode(EListMode mode) {
 }
 
 int CDevice::HW_SetDwell(double& value) {
-  CancelIfSweeping();
   value = static_cast<double>(TruncToInt64(value * 1e10)) / 1e10;
-  Exchange exchange(P_INTERVAL, {4, 0}, {0.0, value * 1e9});
-  if (const auto failure = exchange.Run(*this)) return failure;
-  if (exchange.Carries(2)) value = exchange.Value(1) * 1e-9;
-  RunIfShouldSweep();
-  return exchange.Status();
+  return WithRunStopped(Restart::kAfterReply, [&] {
+    Exchange exchange(P_INTERVAL, {4, 0}, {0.0, value * 1e9});
+    exchange.Run(m_link);
+    if (exchange.DemandValues(2)) value = exchange.Value(1) * 1e-9;
+    return exchange.Result();
+  });
 }
 
 int CDevice::SetDwell(double value) {
-  CancelIfSweeping();
-  const int status = HW_SetDwell(value);
-  if (IsFailure(status)) return status;
-  m_settings.sweep.dwell = value;
-  UpdateTimeout();
-  RunIfShouldSweep();
-  return status;
-}
-
-int CDevice::SetSingleSweep() {
-  m_settings.sweep.single_sweep_request = true;
-  return 0;
+  return WithRunStopped(Restart::kUnlessRefused, [&] {
+    const int status = HW_SetDwell(value);
+    if (IsFailure(status)) return status;
+    m_settings.sweep.dwell = value;
+    UpdateTimeout();
+    return status;
+  });
 }
 
 int CDevice::SetInitContinuous(bool on) {
@@ -75,7 +71,6 @@ int CDevice::SendSoftwareTrigger() {
   if (record.source != kTriggerBus) return 0;
   if (const int status = SetFreqCommon(); IsFailure(status)) return status;
   if (const int status = SetPwrCommon(); IsFailure(status)) return status;
-  SetSingleSweep();
   if (ShouldSweep() && m_run_thread) m_run_thread->Run(1);
   return 0;
 }

@@ -3,6 +3,7 @@
 // never disturbs the other. Nothing here stops or restarts a run.
 #include <array>
 
+#include "src/Device.h"
 #include "src/Device/Fields.h"
 
 namespace {
@@ -26,7 +27,7 @@ struct SyncRecord {
 
   /// Takes the five values of a reply that start at value `base`.
   void Take(Exchange& exchange, unsigned int base) const {
-    if (!exchange.Carries(base + kChannelFields)) return;
+    if (!exchange.DemandValues(base + kChannelFields)) return;
     TakeField(exchange.Value(base), *code);
     TakeField(exchange.Value(base + 1), *flag);
     *second = TruncToInt32(exchange.Value(base + 2)) & second_mask;
@@ -35,17 +36,17 @@ struct SyncRecord {
   }
 };
 
-int SendFive(CDevice& device, EParameter parameter, const SyncRecord& record) {
+int SendFive(Link& link, EParameter parameter, const SyncRecord& record) {
   Exchange exchange(parameter, kByte, record.Fields());
-  if (const auto failure = exchange.Run(device)) return failure;
+  exchange.Run(link);
   record.Take(exchange, 0);
   return exchange.Status();
 }
 
-int SendTen(CDevice& device, EParameter parameter, const SyncRecord& record, int channel) {
+int SendTen(Link& link, EParameter parameter, const SyncRecord& record, int channel) {
   Exchange question = Exchange::Query(parameter, kByte, kBothChannels);
-  if (const auto failure = question.Run(device)) return failure;
-  if (!question.Carries(kBothChannels)) return question.Status();
+  question.Run(link);
+  if (!question.DemandValues(kBothChannels)) return question.Status();
 
   const unsigned int base = channel == 0 ? 0 : kChannelFields;
   const unsigned int other = kChannelFields - base;
@@ -57,7 +58,7 @@ int SendTen(CDevice& device, EParameter parameter, const SyncRecord& record, int
     fields[other + i] = i == 1 ? static_cast<double>(kept != 0.0) : static_cast<double>(TruncToInt32(kept));
   }
   Exchange exchange(parameter, kByte, fields);
-  if (const auto failure = exchange.Run(device)) return failure;
+  exchange.Run(link);
   record.Take(exchange, base);
   return exchange.Status();
 }
@@ -65,19 +66,19 @@ int SendTen(CDevice& device, EParameter parameter, const SyncRecord& record, int
 }  // namespace
 
 int CDevice::HW_set_sync_out(int* code, bool* polarity, int* duration, int* leveling, int* reserved) {
-  return SendFive(*this, P_SYNC_OUT, {code, polarity, duration, leveling, reserved, kLowByte});
+  return SendFive(m_link, P_SYNC_OUT, {code, polarity, duration, leveling, reserved, kLowByte});
 }
 
 int CDevice::HW_set_sync_in(int* code, bool* slope, int* leveling, int* reserved, int* fourth) {
-  return SendFive(*this, P_SYNC_IN, {code, slope, leveling, reserved, fourth, kAllBits});
+  return SendFive(m_link, P_SYNC_IN, {code, slope, leveling, reserved, fourth, kAllBits});
 }
 
 int CDevice::HW_set_sync_out10p(int* code, bool* polarity, int* duration, int* leveling, int* reserved, int channel) {
-  return SendTen(*this, P_SYNC_OUT, {code, polarity, duration, leveling, reserved, kLowByte}, channel);
+  return SendTen(m_link, P_SYNC_OUT, {code, polarity, duration, leveling, reserved, kLowByte}, channel);
 }
 
 int CDevice::HW_set_sync_in10p(int* code, bool* slope, int* leveling, int* reserved, int* fourth, int channel) {
-  return SendTen(*this, P_SYNC_IN, {code, slope, leveling, reserved, fourth, kAllBits}, channel);
+  return SendTen(m_link, P_SYNC_IN, {code, slope, leveling, reserved, fourth, kAllBits}, channel);
 }
 
 int CDevice::set_sync_out(int* code, bool* polarity, int* duration, int* leveling, int* reserved, int channel) {
@@ -94,8 +95,8 @@ int CDevice::set_sync_in(int* code, bool* slope, int* leveling, int* reserved, i
 int CDevice::HW_set_sync_gen(double* width, double* gap, double* third) {
   constexpr double kNanoseconds = 1e9;
   Exchange exchange(P_GEN_SYNC, {4, 0}, {*width * kNanoseconds, *gap * kNanoseconds, *third * kNanoseconds});
-  if (const auto failure = exchange.Run(*this)) return failure;
-  if (exchange.Carries(3)) {
+  exchange.Run(m_link);
+  if (exchange.DemandValues(3)) {
     *width = exchange.Value(0) / kNanoseconds;
     *gap = exchange.Value(1) / kNanoseconds;
     *third = exchange.Value(2) / kNanoseconds;

@@ -39,8 +39,8 @@ int CDevice::SetSyncIn(SSyncInType& record, bool single_step) {
   int reserved = 0;
   int fourth = is_leveling ? 3 : 2;
 
-  CancelIfSweeping();
-  const int status = set_sync_in(&code, &slope, &leveling, &reserved, &fourth, 0);
+  const int status =
+      WithRunStopped(Restart::kNever, [&] { return set_sync_in(&code, &slope, &leveling, &reserved, &fourth, 0); });
   if (IsFailure(status)) return status;
   switch (code) {
     case kInputOff:
@@ -101,7 +101,10 @@ int CDevice::GetSyncSourceDetection(ESlope& slope) const {
 }
 
 int CDevice::SendSyncOutParams() {
-  CancelIfSweeping();
+  return WithRunStopped(Restart::kUnlessRefused, [&] { return SendFirstChannel(); });
+}
+
+int CDevice::SendFirstChannel() {
   SSweepParameters& sweep = m_settings.sweep;
   const bool is_leveling = m_settings.system.power_control == kExternalLeveling;
   int code = is_leveling || sweep.sync_out_enabled ? sweep.sync_interval : 0;
@@ -115,7 +118,6 @@ int CDevice::SendSyncOutParams() {
   if (const int failure = SettleSyncOutput(code)) return failure;
   sweep.sync_out_duration = duration;
   sweep.sync_out_polarity = polarity ? 1 : 0;
-  RunIfShouldSweep();
   return status;
 }
 
@@ -202,19 +204,19 @@ int CDevice::GetSyncOutputDuration(double& seconds) const {
 }
 
 int CDevice::SendSyncGenParams() {
-  CancelIfSweeping();
   SSweepParameters& sweep = m_settings.sweep;
   double width = sweep.sync_gen_width;
   double gap = sweep.sync_gen_period - width;
   if (gap < 0.0) gap = 0.0;
   double third = sweep.sync_gen_third;
-  const int status = HW_set_sync_gen(&width, &gap, &third);
-  if (IsFailure(status)) return status;
-  sweep.sync_gen_width = width;
-  sweep.sync_gen_third = third;
-  sweep.sync_gen_period = width + gap;
-  RunIfShouldSweep();
-  return status;
+  return WithRunStopped(Restart::kUnlessRefused, [&] {
+    const int status = HW_set_sync_gen(&width, &gap, &third);
+    if (IsFailure(status)) return status;
+    sweep.sync_gen_width = width;
+    sweep.sync_gen_third = third;
+    sweep.sync_gen_period = width + gap;
+    return status;
+  });
 }
 
 int CDevice::SetSyncGenPeriod(double seconds) {

@@ -4,6 +4,7 @@
 #include <semaphore>
 #include <thread>
 
+#include "protocol/visa.h"
 #include "tests/unit/src/DeviceBench.h"
 
 namespace {
@@ -15,16 +16,10 @@ using test::Status16;
 using Strings = std::vector<std::string>;
 using Request = std::span<const unsigned char>;
 
-constexpr long Visa(unsigned status) {
-  return static_cast<int>(status);
-}
-
 TEST(Connection, OpensAndCloses) {
   const std::string open = "OPENRM OPEN(A::INSTR,1,77)";
   const std::string reset = open + " T1000 W(RESET) T500 ";
   const std::string answered = reset + "R16:16/0 R0:0/0 T1000 CLOSE(2) CLOSE(1)";
-  constexpr long kNotFound = Visa(0xBFFF0011);
-  constexpr long kViolation = Visa(0xBFFF0035);
   constexpr long kWarning = 0x3FFF0084;
   const struct {
     const char* name;
@@ -35,13 +30,13 @@ TEST(Connection, OpensAndCloses) {
     long result;
     std::string trace;  // of the open and of the close behind it
   } cases[] = {
-      {"no marker", "A::INSTR", 0, 0, 0, Visa(0xBFFF000E), ""},
-      {"no manager", "A::INSTR::ZLT", kNotFound, 0, 0, kNotFound, "OPENRM"},
-      {"no instrument", "A::INSTR::ZLT::B", 0, kNotFound, 0, kNotFound, open + " CLOSE(1)"},
+      {"no marker", "A::INSTR", 0, 0, 0, VI_ERROR_INV_OBJECT, ""},
+      {"no manager", "A::INSTR::ZLT", VI_ERROR_RSRC_NFOUND, 0, 0, VI_ERROR_RSRC_NFOUND, "OPENRM"},
+      {"no instrument", "A::INSTR::ZLT::B", 0, VI_ERROR_RSRC_NFOUND, 0, VI_ERROR_RSRC_NFOUND, open + " CLOSE(1)"},
       {"opens with a warning", "A::INSTR::ZLT", 0, kWarning, 0, kWarning, open + " CLOSE(2) CLOSE(1)"},
-      {"silent", "A::INSTR::ZLT", 0, 0, {}, kNotFound, reset + "R16x11 C C CLOSE(2) CLOSE(1)"},
-      {"refuses", "A::INSTR::ZLT", 0, 0, Status16(0x8003), kViolation, answered},
-      {"warns", "A::INSTR::ZLT", 0, 0, SK_PARAMETER_CORRECTED, kViolation, answered},
+      {"silent", "A::INSTR::ZLT", 0, 0, {}, VI_ERROR_RSRC_NFOUND, reset + "R16x11 C C CLOSE(2) CLOSE(1)"},
+      {"refuses", "A::INSTR::ZLT", 0, 0, Status16(0x8003), VI_ERROR_RAW_RD_PROT_VIOL, answered},
+      {"warns", "A::INSTR::ZLT", 0, 0, SK_PARAMETER_CORRECTED, VI_ERROR_RAW_RD_PROT_VIOL, answered},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -53,7 +48,7 @@ TEST(Connection, OpensAndCloses) {
       test::BenchDevice device;
       EXPECT_EQ(device.OpenConnection(c.resource, 77), c.result);
       EXPECT_FALSE(device.GetConnected());
-      EXPECT_EQ(device.GetCurrentStatus(), Visa(0xBFFF0081));
+      EXPECT_EQ(device.GetCurrentStatus(), VI_ERROR_NIMPL_OPER);
       EXPECT_EQ(device.CloseConnection(), 0);
       EXPECT_EQ(device.GetCurrentStatus(), 0);
     }
@@ -66,7 +61,7 @@ TEST(Connection, StaysOpenWhenProbingFailsUntilTheDeviceGoes) {
   provider.Respond(test::Instrument({{"SET P_MODE", SK_UNKNOWN_COMMAND}}));
   {
     test::BenchDevice device;
-    EXPECT_EQ(device.OpenConnection("A::ZLT", 1), Visa(0xBFFF0011));
+    EXPECT_EQ(device.OpenConnection("A::ZLT", 1), VI_ERROR_RSRC_NFOUND);
     EXPECT_TRUE(device.GetConnected());
     EXPECT_EQ(provider.Trace().find("CLOSE"), std::string::npos);
   }
@@ -90,8 +85,8 @@ TEST(Connection, LostLinkRefusesWithoutTouchingIt) {
   bench.provider.TakeLines();
   EXPECT_EQ(bench.device.HW_SetMode(mode), SE_CONNECTION_LOST);
   EXPECT_EQ(bench.provider.TakeLines(), Strings{});
-  bench.provider.close_status = Visa(0xBFFF000E);
-  EXPECT_EQ(bench.device.CloseConnection(), Visa(0xBFFF000E));
+  bench.provider.close_status = VI_ERROR_INV_OBJECT;
+  EXPECT_EQ(bench.device.CloseConnection(), VI_ERROR_INV_OBJECT);
   EXPECT_EQ(bench.device.CloseConnection(), 0);
 }
 
@@ -108,8 +103,8 @@ TEST(Connection, StopRequestLetsNothingOut) {
   };
   bench.device.ThreadStart();
   bench.device.ThreadStop(0);
-  EXPECT_EQ(process, Visa(0xBFFF0030));
-  EXPECT_EQ(receive, Visa(0xBFFF0030));
+  EXPECT_EQ(process, VI_ERROR_ABORT);
+  EXPECT_EQ(receive, VI_ERROR_ABORT);
   EXPECT_EQ(packet.Status(), SE_OPERATION_CANCELED);
   EXPECT_EQ(bench.provider.TakeLines(), Strings{});
 }

@@ -14,7 +14,7 @@ namespace {
 using test::Bytes;
 using test::ScriptedProvider;
 constexpr unsigned long kSession = 2;
-constexpr long kNimpl = provider::kErrorNotImplemented;
+constexpr long kNimpl = VI_ERROR_NIMPL_OPER;
 
 /// A reply: head and body, as hexadecimal digits.
 Bytes Reply(unsigned command, int status, const std::string& body = "") {
@@ -77,7 +77,7 @@ TEST(RecvFromDeviceTest, JoinsSlicesAndEndsAsTold) {
       {"head stays short", "T500 R16:10/TMO R6x2 C " + kSilentProbe + "C", "TMO 20486", 1},
       {"head stays short, no clear", "T500 R16:10/TMO R6x2 C C", "TMO 20486", 1, kDone, kNimpl},
       {"head stays short, clear lost", "T500 R16:10/TMO R6x2 C C", "CONN_LOST 20506 lost", 1, kDone,
-       provider::kErrorConnectionLost},
+       VI_ERROR_CONN_LOST},
       {"body stays short", "T500 R16:16/0 R4:2/TMO R2x2 C " + kSilentProbe + "C", "TMO 20486", 1},
       {"body stays short, no clear", "T500 R16:16/0 R4:2/TMO R2x2 C C", "CONN_LOST 20486 lost", 1, kDone, kNimpl},
       {"half a body succeeds", "T500 R16:16/0 R4:2/0 T1000", "0 0", 1},
@@ -226,13 +226,13 @@ TEST(LinkTest, RefusesToSend) {
     unsigned long session = kSession;
     long set_status = 0;
   };
-  const long lost = provider::kErrorConnectionLost;
+  const long lost = VI_ERROR_CONN_LOST;
   const std::string write = "W(SET P_MODE 2.0 [0])";
   const std::string round = write + " T500 C ";
   const Case cases[] = {
       {"lost", {lost}, write, "CONN_LOST 20506 lost"},
-      {"timed out", {provider::kErrorTimeOut}, write, "TMO 20487"},
-      {"positive", {provider::kSuccessMaxCount}, write, "MAX_CNT 20487"},
+      {"timed out", {VI_ERROR_TMO}, write, "TMO 20487"},
+      {"positive", {VI_SUCCESS_MAX_CNT}, write, "MAX_CNT 20487"},
       {"no session", {}, "", "CONN_LOST -32768", false, 0},
       {"no slices", {}, write + " T500", "IO 20486", false, kSession, ScriptedProvider::kIo},
       {"stopping resends until a write fails", {0, 0, lost}, round + round + write, "CONN_LOST 20506 lost", true},
@@ -257,7 +257,7 @@ TEST(LinkTest, ProbesOnlyWhereItMay) {
   EXPECT_EQ(ClearDevice(kSession, true, false), 0);
   EXPECT_EQ(ClearDevice(kSession, false, true), 0);
   EXPECT_EQ(ClearDevice(kSession, true, true, up), 0);
-  EXPECT_EQ(ResetDevice(kSession, true, up), provider::kErrorAbort);
+  EXPECT_EQ(ResetDevice(kSession, true, up), VI_ERROR_ABORT);
   EXPECT_EQ(scripted.Trace(), "C C C");
   EXPECT_EQ(ClearDevice(kSession, true, true), 0);
   EXPECT_EQ(ResetDevice(kSession, true), 0);
