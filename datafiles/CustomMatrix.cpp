@@ -5,6 +5,13 @@
 
 #include "datafiles/TextReader.h"
 
+CSimpleMatrix::CSimpleMatrix() = default;
+CSimpleMatrix::CSimpleMatrix(const CSimpleMatrix& other) = default;
+CSimpleMatrix::CSimpleMatrix(CSimpleMatrix&& other) noexcept = default;
+CSimpleMatrix& CSimpleMatrix::operator=(const CSimpleMatrix& other) = default;
+CSimpleMatrix& CSimpleMatrix::operator=(CSimpleMatrix&& other) noexcept = default;
+CSimpleMatrix::~CSimpleMatrix() = default;
+
 int CSimpleMatrix::SetSize(unsigned int columns, unsigned int rows) {
   if (columns == Cols() && rows == Rows()) {
     return 0;
@@ -31,6 +38,14 @@ double CSimpleMatrix::GetValue(unsigned int column, unsigned int row) const {
 
 void CSimpleMatrix::SetValue(unsigned int column, unsigned int row, double value) {
   m_columns[column][row] = value;
+}
+
+double* CSimpleMatrix::ColumnData(unsigned int column) {
+  return m_columns[column].data();
+}
+
+const double* CSimpleMatrix::ColumnData(unsigned int column) const {
+  return m_columns[column].data();
 }
 
 int CopyCustomMatrix(ICustomMatrix<double> const* from, ICustomMatrix<double>* to) try {

@@ -8,7 +8,9 @@
 #include "scpi_core/pcore.h"
 #include "support/Ascii.h"
 
-sCommand::sCommand(const char* source, int source_length) {
+sCommand::sCommand() = default;
+
+sCommand::sCommand(char* source, int source_length) {
   if (source == nullptr || source_length < 0) return;
   length = source_length;
   text = new char[static_cast<std::size_t>(length) + 1];

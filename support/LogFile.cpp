@@ -70,3 +70,7 @@ CLogFile& CLogFile::operator<<(int value) {
   *m_stream << stdex::itos(value, 10);
   return *this;
 }
+
+CLogFile::operator std::ofstream&() {
+  return *m_stream;
+}

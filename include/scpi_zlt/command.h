@@ -46,9 +46,9 @@ struct sParamInfo {
 };
 
 struct ZLT_API sCommand {
-  sCommand() = default;
+  sCommand();
   /// Copies the text; a null text leaves it null.
-  sCommand(const char* text, int length);
+  sCommand(char* text, int length);
   sCommand(const sCommand& other);
   sCommand& operator=(const sCommand&) = delete;
   ~sCommand();

@@ -144,7 +144,7 @@ class ZLT_API CLogFile {
   /// Writes the text / the decimal number as it is, without head or line end.
   CLogFile& operator<<(const std::string& text);
   CLogFile& operator<<(int value);
-  operator std::ofstream&() { return *m_stream; }
+  operator std::ofstream&();
 
  private:
   std::uint64_t m_last_tick;

@@ -43,6 +43,13 @@ class ZLT_API ICustomMatrix {
 /// The table as a vector of columns. Indices are not checked.
 class ZLT_API CSimpleMatrix : public ICustomMatrix<double> {
  public:
+  CSimpleMatrix();
+  CSimpleMatrix(const CSimpleMatrix& other);
+  CSimpleMatrix(CSimpleMatrix&& other) noexcept;
+  CSimpleMatrix& operator=(const CSimpleMatrix& other);
+  CSimpleMatrix& operator=(CSimpleMatrix&& other) noexcept;
+  ~CSimpleMatrix() override;
+
   /// Keeps the values when the size is the present one; else every value becomes 0. Always 0.
   int SetSize(unsigned int columns, unsigned int rows) override;
   /// Size of the first column; 0 without columns.
@@ -52,8 +59,8 @@ class ZLT_API CSimpleMatrix : public ICustomMatrix<double> {
   void SetValue(unsigned int column, unsigned int row, double value) override;
 
   /// The values of one column, one after the other.
-  double* ColumnData(unsigned int column) { return m_columns[column].data(); }
-  const double* ColumnData(unsigned int column) const { return m_columns[column].data(); }
+  double* ColumnData(unsigned int column);
+  const double* ColumnData(unsigned int column) const;
 
  private:
   std::vector<std::vector<double>> m_columns;

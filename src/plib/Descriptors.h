@@ -33,6 +33,10 @@ inline constexpr sMnemonicRow PMPolarityState[]  = {Word<"NORMal">, Word<"INVert
 inline constexpr sMnemonicRow AMCouplingValues[] = {Word<"AC">, Word<"DC">, Word<"GROund">};
 // clang-format on
 
+// Rows that handlers ask for.
+enum EBooleanRow : int { kRowOff = 0, kRowOn = 1, kRowZero = 2, kRowOne = 3 };
+enum EModeRow : int { kRowCW = 0 };  ///< the others are those of EMode
+
 // A row of a descriptor says its kind, its tables and its flags; the counts come from the tables.
 
 struct None {};

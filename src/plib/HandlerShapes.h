@@ -1,5 +1,5 @@
-// What the handlers have in common, written once: the catch of exceptions, the end of a set form, the replies, and how
-// a keyword parameter (MIN, MAX, DEF) is told from a number.
+// The shapes of the handlers: the catch of exceptions, the two forms, the ends of a status, the replies and the range
+// check are written here once, so that a handler shows only what is particular to its header.
 #pragma once
 
 #include <exception>
@@ -17,22 +17,57 @@ namespace scpi_lib {
 
 using Parameters = std::vector<sParamInfo>;
 
-inline CDevice& Device(void* device) {
-  return *static_cast<CDevice*>(device);
-}
+/// Bits of the questionable register (SCPI-99 volume 1, 9.4).
+enum EQuestionableBit : short { kQuestionablePower = 3, kQuestionableFrequency = 5 };
 
-/// Runs a handler's body; an exception becomes -310.
+/// What a handler is called with.
+struct Call {
+  const Parameters& parameters;
+  bool query;
+  void* device;
+  sComErrorInfo* error;
+
+  CDevice& Generator() const { return *static_cast<CDevice*>(device); }
+  /// Value of the first parameter; of a word its row, so MIN, MAX and DEF count as 0, 1 and 2.
+  double Value() const { return parameters.front().value; }
+  /// Row of the word that the first parameter is.
+  int Row() const { return TruncToInt32(Value()); }
+  /// MIN, MAX or DEF if the first parameter is such a word, otherwise the plain value.
+  ETDDefaultType Default() const;
+  /// The values of all parameters, in order.
+  std::vector<double> Values() const;
+  /// What a status means for the error queue: one that the error table holds is recorded and returned, any other is 0.
+  int Finish(int status) const { return CheckErr(status, device, error) ? status : 0; }
+};
+
+/// Runs a handler's body on the generator; an exception becomes -310.
 template <class Body>
-int Guarded(void* device, sComErrorInfo* error, Body body) {
+int Guarded(const Call& call, Body body) {
   try {
-    return body(Device(device));
+    return body(call.Generator());
   } catch (std::exception& e) {
-    return CatchErr(e, device, error);
+    return CatchErr(e, call.device, call.error);
   }
 }
 
-/// The end of a set form: a status that the error table holds is returned and recorded; any other counts as success.
-int Finish(int status, void* device, sComErrorInfo* error);
+/// A command with both forms.
+template <class Answer, class Set>
+int AnswerOrSet(const Call& call, Answer answer, Set set) {
+  return Guarded(call, [&](CDevice& generator) -> int { return call.query ? answer(generator) : set(generator); });
+}
+
+/// A command that the tree knows in both forms, and whose set form counts as undefined.
+template <class Answer>
+int AnswerOnly(const Call& call, Answer answer) {
+  return AnswerOrSet(call, answer, [](CDevice&) { return scpi_error::kUndefinedHeader; });
+}
+
+/// The same for the query form.
+template <class Set>
+int SetOnly(const Call& call, Set set) {
+  return AnswerOrSet(
+      call, [](CDevice&) { return scpi_error::kUndefinedHeader; }, set);
+}
 
 /// Sends a text as it stands and returns 0.
 int SendText(CDevice& device, std::string_view text);
@@ -44,30 +79,41 @@ int SendNumber(CDevice& device, double value);
 /// row.
 int SendWord(CDevice& device, const sFParam& parameter, int value);
 
-inline bool IsKeyword(const sParamInfo& parameter) {
-  return parameter.type == kParamCharacter;
+/// The value of a getter, whose status is dropped: where it is not 0, the value stays what it was.
+template <class Value>
+Value Get(const CDevice& generator, int (CDevice::*getter)(Value&) const) {
+  Value value{};
+  (generator.*getter)(value);
+  return value;
 }
 
-/// The number of a mnemonic.
-inline int Index(const sParamInfo& parameter) {
-  return TruncToInt32(parameter.value);
+/// A command that stores a number, whatever it is.
+int NumberSetting(const Call& call, int (CDevice::*getter)(double&) const, int (CDevice::*setter)(double));
+
+/// A command that stores one of the words of `parameter`.
+template <class Value>
+int WordSetting(const Call& call, const sFParam& parameter, int (CDevice::*getter)(Value&) const,
+                int (CDevice::*setter)(Value)) {
+  return AnswerOrSet(
+      call, [&](CDevice& generator) { return SendWord(generator, parameter, Get(generator, getter)); },
+      [&](CDevice& generator) { return call.Finish((generator.*setter)(static_cast<Value>(call.Row()))); });
 }
 
-/// MIN, MAX or DEF if the first parameter is such a keyword, otherwise the plain value.
-ETDDefaultType DefaultType(const Parameters& parameters);
+/// Frequency and power: what a command of theirs reads, stores and is held against.
+struct Quantity {
+  int (CDevice::*getter)(double&, ETDValueType, ETDDefaultType) const;
+  int (CDevice::*setter)(double, ETDValueType, ETDDefaultType);
+  double sLimits::*low;
+  double sLimits::*high;
+  double (*answered)(const CDevice&, double);  ///< the value in the unit of answers
+};
+
+/// A command that stores one value of a quantity. A number outside of the limits, or not a number, is refused with
+/// -222; a span may be up to their distance. Words are not checked.
+int QuantitySetting(const Call& call, const Quantity& quantity, ETDValueType type, EQuestionableBit bit);
 
 /// The check in front of a numeric set form. Not-a-number is out of range. A refusal names a bit of the questionable
 /// register, without force: the guard keeps the register as it is.
-int CheckRange(CDevice& device, double value, double low, double high, short questionable_bit);
-
-/// The values of all parameters, in order.
-std::vector<double> Values(const Parameters& parameters);
-
-/// A handler whose query answers one number of a getter (its status is dropped) and whose set form passes the first
-/// parameter's value on, whatever its type: the keywords count as 0, 1 and 2.
-using NumberGetter = int (CDevice::*)(double&) const;
-using NumberSetter = int (CDevice::*)(double);
-int PlainNumber(const Parameters& parameters, bool query, void* device, sComErrorInfo* error, NumberGetter getter,
-                NumberSetter setter);
+int CheckRange(CDevice& device, double value, double low, double high, EQuestionableBit bit);
 
 }  // namespace scpi_lib

@@ -1,6 +1,7 @@
 // The command handlers, named after their headers. A handler turns parsed parameters into one or two calls of CDevice
 // and a result into reply text; what an instrument is lies in CDevice alone. It returns 0 or the number for the error
-// queue, writes no line end and no separator, and never lets an exception out, save those that run without Guarded.
+// queue, writes no line end and no separator, and never lets an exception out, save those that run outside of the
+// shapes.
 #pragma once
 
 #include <type_traits>

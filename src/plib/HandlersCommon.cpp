@@ -1,4 +1,5 @@
-// Common commands, system commands and abort. The handlers without Guarded let an exception pass up to the interpreter.
+// Common commands, system commands and abort. The handlers outside of the shapes let an exception pass up to the
+// interpreter.
 #include <string>
 
 #include "src/plib/HandlerShapes.h"
@@ -6,12 +7,19 @@
 #include "support/ResultFormat.h"
 
 namespace scpi_lib {
+namespace {
 
-int SCPI_IDN(Parameters, bool, void* device, sComErrorInfo* error) {
-  return Guarded(device, error, [&](CDevice& generator) {
+CDevice& Device(void* device) {
+  return *static_cast<CDevice*>(device);
+}
+
+}  // namespace
+
+int SCPI_IDN(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
+  const Call call{parameters, query, device, error};
+  return Guarded(call, [&](CDevice& generator) {
     std::string text;
-    int status = generator.GetIdn(text);
-    if (CheckErr(status, device, error)) return status;
+    if (const int failed = call.Finish(generator.GetIdn(text))) return failed;
     // Callers rely on the terminating zero that goes out with the text.
     return SendText(generator, {text.c_str(), text.size() + 1});
   });
@@ -57,19 +65,18 @@ int SCPI_SYST_ERR_COUN(Parameters, bool query, void* device, sComErrorInfo*) {
   return query ? SendNumber(Device(device), Device(device).GetErrCount()) : scpi_error::kUndefinedHeader;
 }
 
-int SCPI_RST(Parameters, bool query, void* device, sComErrorInfo* error) {
-  if (query) return scpi_error::kUndefinedHeader;
-  return Guarded(device, error, [](CDevice& generator) {
+int SCPI_RST(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
+  return SetOnly({parameters, query, device, error}, [](CDevice& generator) {
     generator.Reset();  // its result is dropped: a reset on a lost link is no error
     return 0;
   });
 }
 
-int SCPI_ABOR(Parameters, bool, void* device, sComErrorInfo* error) {
-  return Guarded(device, error, [&](CDevice& generator) {
-    int status = generator.Stop();
-    if (CheckErr(status, device, error)) return status;
-    return Finish(static_cast<int>(generator.Clear(false)), device, error);
+int SCPI_ABOR(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
+  const Call call{parameters, query, device, error};
+  return Guarded(call, [&](CDevice& generator) {
+    if (const int failed = call.Finish(generator.Stop())) return failed;
+    return call.Finish(static_cast<int>(generator.Clear(false)));
   });
 }
 

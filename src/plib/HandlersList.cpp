@@ -9,38 +9,37 @@
 namespace scpi_lib {
 namespace {
 
-int PointList(const Parameters& parameters, bool query, void* device, sComErrorInfo* error,
-              int (CDevice::*setter)(std::vector<double>)) {
-  return Guarded(device, error, [&](CDevice& generator) {
-    if (query) return scpi_error::kUndefinedHeader;
-    return Finish((generator.*setter)(Values(parameters)), device, error);
-  });
+int PointList(const Call& call, int (CDevice::*setter)(std::vector<double>)) {
+  return SetOnly(call, [&](CDevice& generator) { return call.Finish((generator.*setter)(call.Values())); });
 }
 
-int PointCount(const Parameters& parameters, bool query, void* device, sComErrorInfo* error,
-               int (CDevice::*getter)(ETDDefaultType) const) {
-  return Guarded(device, error, [&](CDevice& generator) {
-    if (!query) return scpi_error::kUndefinedHeader;
-    return SendNumber(generator, (generator.*getter)(DefaultType(parameters)));
-  });
+int PointCount(const Call& call, int (CDevice::*getter)(ETDDefaultType) const) {
+  return AnswerOnly(call,
+                    [&](CDevice& generator) { return SendNumber(generator, (generator.*getter)(call.Default())); });
+}
+
+/// Single steps happen only with a source that triggers them.
+bool IsTriggered(const CDevice& generator) {
+  const ETrigger source = Get(generator, &CDevice::GetTrigSource);
+  return source == kTriggerExternal || source == kTriggerBus;
 }
 
 }  // namespace
 
 int SCPI_SOUR_LIST_FREQ(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return PointList(parameters, query, device, error, &CDevice::SetFreqList);
+  return PointList({parameters, query, device, error}, &CDevice::SetFreqList);
 }
 
 int SCPI_SOUR_LIST_POW(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return PointList(parameters, query, device, error, &CDevice::SetPwrList);
+  return PointList({parameters, query, device, error}, &CDevice::SetPwrList);
 }
 
 int SCPI_SOUR_LIST_FREQ_POIN(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return PointCount(parameters, query, device, error, &CDevice::GetFreqListPointsCnt);
+  return PointCount({parameters, query, device, error}, &CDevice::GetFreqListPointsCnt);
 }
 
 int SCPI_SOUR_LIST_POW_POIN(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return PointCount(parameters, query, device, error, &CDevice::GetPwrListPointsCnt);
+  return PointCount({parameters, query, device, error}, &CDevice::GetPwrListPointsCnt);
 }
 
 int SCPI_SOUR_LIST_DWEL_POIN(Parameters, bool query, void*, sComErrorInfo*) {
@@ -49,32 +48,33 @@ int SCPI_SOUR_LIST_DWEL_POIN(Parameters, bool query, void*, sComErrorInfo*) {
 }
 
 int SCPI_SOUR_LIST_DWEL(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return Guarded(device, error, [&](CDevice& generator) {
-    // Callers rely on whole seconds here; ":SWE:DWEL?" answers the exact value.
-    if (query) return SendNumber(generator, std::trunc(generator.GetDwell()));
-    const double value = parameters.front().value;
-    const sLimits& limits = generator.Limits();
-    if (const int refused = CheckRange(generator, value, limits.min_dwell, limits.max_dwell, 3)) return refused;
-    return Finish(generator.SetDwell(value), device, error);
-  });
+  const Call call{parameters, query, device, error};
+  return AnswerOrSet(
+      call,
+      // Callers rely on whole seconds here; ":SWE:DWEL?" answers the exact value.
+      [](CDevice& generator) { return SendNumber(generator, std::trunc(generator.GetDwell())); },
+      [&](CDevice& generator) {
+        const sLimits& limits = generator.Limits();
+        const int refused = CheckRange(generator, call.Value(), limits.min_dwell, limits.max_dwell, kQuestionablePower);
+        return refused != 0 ? refused : call.Finish(generator.SetDwell(call.Value()));
+      });
 }
 
 int SCPI_SOUR_LIST_MODE(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return Guarded(device, error, [&](CDevice& generator) {
-    ETrigger source = kTriggerImmediate;
-    int status = generator.GetTrigSource(source);
-    if (CheckErr(status, device, error)) return status;
-    const bool triggered = source == kTriggerExternal || source == kTriggerBus;
-    if (query) {
-      const bool manual = generator.GetSingleStepEnabled() && triggered;
-      return SendWord(generator, ListModeParams, manual ? kListManual : kListAuto);
-    }
-    const auto mode = static_cast<EListMode>(Index(parameters.front()));
-    status = generator.SetSingleStepEnabled(mode == kListManual && triggered);
-    if (CheckErr(status, device, error)) return status;
-    generator.SetListMode(mode);
-    return 0;
-  });
+  const Call call{parameters, query, device, error};
+  return AnswerOrSet(
+      call,
+      [](CDevice& generator) {
+        const bool manual = generator.GetSingleStepEnabled() && IsTriggered(generator);
+        return SendWord(generator, ListModeParams, manual ? kListManual : kListAuto);
+      },
+      [&](CDevice& generator) {
+        const auto mode = static_cast<EListMode>(call.Row());
+        const int status = generator.SetSingleStepEnabled(mode == kListManual && IsTriggered(generator));
+        if (const int failed = call.Finish(status)) return failed;
+        generator.SetListMode(mode);
+        return 0;
+      });
 }
 
 }  // namespace scpi_lib
