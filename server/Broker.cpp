@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "server/Log.h"
+
 namespace server {
 namespace {
 
@@ -14,8 +16,8 @@ constexpr const char* kTriggerMessage = ":INIT";
 
 }  // namespace
 
-Broker::Broker(Loop& loop, WorkerOptions options, bool private_sessions, Worker::OnState on_state)
-    : m_loop(loop), m_options(std::move(options)), m_on_state(std::move(on_state)) {
+Broker::Broker(Loop& loop, WorkerOptions options, bool private_sessions, bool log_messages, Worker::OnState on_state)
+    : m_loop(loop), m_options(std::move(options)), m_log_messages(log_messages), m_on_state(std::move(on_state)) {
   if (!private_sessions) m_common = MakeWorker();
 }
 
@@ -132,6 +134,7 @@ void Broker::Start(ClientId id, Client& client) {
   Request request = std::move(client.queue.front());
   client.queue.pop_front();
   m_loop.Cancel(request.lock_timer);
+  if (m_log_messages) LogMessage(client, "->", request.message);
   client.started[request.id] = std::move(request.done);
   client.worker->Run(request.id, std::move(request.message), client.info.tidy,
                      [this, id, number = request.id](Reply reply) { Completed(id, number, std::move(reply)); });
@@ -141,6 +144,7 @@ void Broker::Completed(ClientId id, RequestId request, Reply reply) {
   Schedule();
   const auto client = m_clients.find(id);
   if (client != m_clients.end()) {
+    if (m_log_messages) LogMessage(client->second, "<-", reply.response);
     if (auto started = client->second.started.extract(request)) started.mapped()(std::move(reply));
   }
   LookForEnd();
@@ -227,6 +231,10 @@ void Broker::Finish(Loop::Task done) {
     std::erase_if(client.started, [&worker = *client.worker](const auto& item) { return worker.Withdraw(item.first); });
   }
   PostAlive([this] { LookForEnd(); });
+}
+
+void Broker::LogMessage(const Client& client, const char* direction, std::string_view text) const {
+  LogLine(client.info.door + " " + client.info.peer + " " + direction + " " + Printable(text));
 }
 
 /// After Finish: done when nothing is under way any more.

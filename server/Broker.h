@@ -55,6 +55,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "server/LockTable.h"
 #include "server/Loop.h"
@@ -86,8 +87,9 @@ class Broker {
   using OnStatusByte = std::function<void(std::uint8_t)>;
 
   /// With `private_sessions` each client gets a session of its own when it connects; otherwise the common session
-  /// starts to open here. `on_state` hears of each change of a session's state.
-  Broker(Loop& loop, WorkerOptions options, bool private_sessions, Worker::OnState on_state);
+  /// starts to open here. `on_state` hears of each change of a session's state;
+  /// `log_messages` logs every message and answer.
+  Broker(Loop& loop, WorkerOptions options, bool private_sessions, bool log_messages, Worker::OnState on_state);
   /// Closes the sessions, which takes a second or more. No callback is run any more.
   ~Broker();
   Broker(const Broker&) = delete;
@@ -156,12 +158,14 @@ class Broker {
   void Answer(const LockWait& wait, LockResult result);
   void LocksChanged();
   void LookForEnd();
+  void LogMessage(const Client& client, const char* direction, std::string_view text) const;
   void PostAlive(Loop::Task task);
   std::shared_ptr<Worker> MakeWorker();
   void Retire(const std::shared_ptr<Worker>& worker);
 
   Loop& m_loop;
   const WorkerOptions m_options;
+  const bool m_log_messages;
   const Worker::OnState m_on_state;
   std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
   std::shared_ptr<Worker> m_common;

@@ -29,6 +29,11 @@ class RawConnection : public Connection {
     Work();
   }
   void Drained() override { Work(); }
+  bool EndOfInput() override {
+    m_ended = true;
+    Work();
+    return true;
+  }
   bool Waiting() const override { return m_queued > 0; }
 
  private:
@@ -36,7 +41,11 @@ class RawConnection : public Connection {
 
   /// Cuts messages out of the input as long as there is room for them, and slows the client down when there is none.
   void Work() {
-    if (m_closed || !IsNoHttp()) return;
+    if (m_closed) return;
+    if (!IsNoHttp()) {
+      if (m_ended) HangUp();
+      return;
+    }
     std::size_t begin = 0;
     while (!Full()) {
       const std::size_t end = m_scanner.FindEnd(std::string_view(m_input).substr(m_scanned));
@@ -45,7 +54,8 @@ class RawConnection : public Connection {
         break;
       }
       m_scanned += end;
-      if (!m_skipping) Submit(m_input.substr(begin, m_scanned - begin));
+      const bool fits = !m_skipping && m_scanned - begin <= m_options.message_limit;
+      if (fits) Submit(m_input.substr(begin, m_scanned - begin));
       m_skipping = false;
       begin = m_scanned;
     }
@@ -60,7 +70,13 @@ class RawConnection : public Connection {
       m_wire.Pause();
     } else {
       m_wire.Resume();
+      if (m_ended && m_queued == 0) HangUp();
     }
+  }
+
+  void HangUp() {
+    m_closed = true;
+    m_wire.Close();
   }
 
   /// False until the first bytes have shown that this is no browser, and when they have shown that it is one.
@@ -69,8 +85,7 @@ class RawConnection : public Connection {
     for (const std::string_view start : kHttpStarts) {
       if (m_input.starts_with(start)) {
         LogLine("raw " + m_wire.Peer() + ": an HTTP request; dropped, nothing of it was carried out");
-        m_closed = true;
-        m_wire.Close();
+        HangUp();
         return false;
       }
       if (start.starts_with(m_input)) return false;
@@ -88,8 +103,7 @@ class RawConnection : public Connection {
     --m_queued;
     if (m_closed) return;
     if (reply.kind == Reply::Kind::kNoInstrument) {
-      m_closed = true;
-      m_wire.Close();
+      HangUp();
       return;
     }
     if (!reply.response.empty()) m_wire.Send(reply.response);
@@ -106,6 +120,7 @@ class RawConnection : public Connection {
   std::size_t m_queued = 0;
   bool m_skipping = false;  ///< in a message that is too long
   bool m_looked = false;    ///< for the beginning of an HTTP request
+  bool m_ended = false;     ///< the client sends nothing more; what it sent is still carried out
   bool m_closed = false;
 };
 

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "tools/DataFilesCommands.h"
+#include "tools/ServeCommand.h"
 #include "tools/Session.h"
 
 namespace {
@@ -114,6 +115,7 @@ int main(int argc, char** argv) {
       ->capture_default_str();
   app.add_flag("-e,--errors", options.show_errors, "After each message, show what it left in the error queue");
   AddDataFileCommands(app);
+  AddServeCommand(app);
   app.require_subcommand(0, 1);
 
   try {

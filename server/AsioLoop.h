@@ -1,0 +1,67 @@
+// The event loop over Boost.Asio: timers, tasks, signals, and the sockets of the doors. All of Asio is compiled in
+// AsioLoop.cpp alone.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "server/Door.h"
+#include "server/Loop.h"
+
+namespace server {
+
+/// Limits of the network side, the same for all doors.
+struct NetLimits {
+  std::size_t clients = 64;        ///< connections at a time, over all doors
+  std::chrono::seconds idle{0};    ///< a connection that is silent for so long is closed; 0: never
+  std::vector<std::string> allow;  ///< "ADDRESS/BITS" or "ADDRESS"; empty: everybody whom the binding lets in
+};
+
+class AsioLoop : public Loop {
+ public:
+  explicit AsioLoop(NetLimits limits);
+  ~AsioLoop() override;
+  AsioLoop(const AsioLoop&) = delete;
+  AsioLoop& operator=(const AsioLoop&) = delete;
+
+  void Post(Task task) override;
+  Timer After(std::chrono::milliseconds delay, Task task) override;
+  void Cancel(Timer timer) override;
+
+  /// Opens a TCP port for a door and returns its number; `port` 0 picks a free one. Throws std::runtime_error with the
+  /// reason in words. The door has to outlive the loop's run.
+  std::uint16_t Listen(Door& door, const std::string& address, std::uint16_t port);
+
+  /// Answers datagrams: `handler` gets one and the sender's address, and returns the reply, empty for none. Ports and
+  /// errors as with Listen.
+  using DatagramHandler = std::function<std::string(std::string_view datagram, const std::string& peer)>;
+  std::uint16_t ListenDatagrams(DatagramHandler handler, const std::string& address, std::uint16_t port);
+
+  /// `handler` runs on the loop's thread for each SIGTERM and SIGINT from now on.
+  void OnTermination(Task handler);
+
+  /// Takes no new connection and reads nothing more from those that stand.
+  void StopReading();
+  /// Closes all connections behind what was sent to them.
+  void CloseAll();
+  std::size_t Connections() const;
+
+  /// Runs until Stop.
+  void Run();
+  void Stop();
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> m_impl;
+};
+
+/// True for an address that only this machine reaches. Throws std::runtime_error for what is no address.
+bool IsLoopback(const std::string& address);
+
+}  // namespace server

@@ -1,0 +1,162 @@
+#include "server/Server.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+#include "server/Broker.h"
+#include "server/Log.h"
+
+namespace server {
+namespace {
+
+/// What a message under way may take after the first signal: as long as the library itself gives it when it closes.
+constexpr std::chrono::seconds kFinishLimit{10};
+
+/// Tells the service manager a state, as sd_notify does: one datagram to the socket that it names. Without one,
+/// nothing.
+void Notify(std::string_view state) {
+  const char* path = std::getenv("NOTIFY_SOCKET");
+  if (path == nullptr) return;
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  const std::size_t length = std::strlen(path);
+  if (length == 0 || length >= sizeof address.sun_path) return;
+  std::memcpy(address.sun_path, path, length);
+  if (path[0] == '@') address.sun_path[0] = '\0';  // an abstract name
+  const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  if (socket < 0) return;
+  const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + length);
+  // A manager that does not listen is no reason to stop serving.
+  [[maybe_unused]] const ssize_t sent =
+      ::sendto(socket, state.data(), state.size(), MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&address), size);
+  ::close(socket);
+}
+
+class Server {
+ public:
+  explicit Server(const ServerOptions& options)
+      : m_options(options),
+        m_loop(options.net),
+        m_broker(m_loop, options.worker, options.private_sessions, options.log_messages,
+                 [this](WorkerState state, const std::string& reason) { StateChanged(state, reason); }) {}
+
+  int Run() {
+    if (IsOpenToOthers()) {
+      LogLine("listening on " + m_options.bind + ": whoever reaches these ports controls the instrument");
+    }
+    m_loop.OnTermination([this] { Terminate(); });
+    if (m_options.private_sessions) m_loop.Post([this] { OpenDoors(); });
+    m_loop.Run();
+    if (!m_failure.empty()) throw std::runtime_error(m_failure);
+    return EXIT_SUCCESS;
+  }
+
+ private:
+  bool IsOpenToOthers() const { return !IsLoopback(m_options.bind); }
+
+  void StateChanged(WorkerState state, const std::string& reason) {
+    if (state == WorkerState::kFailed) {
+      if (m_options.private_sessions) return LogLine(reason);
+      m_failure = reason;
+      m_loop.Stop();
+    } else if (state == WorkerState::kLost) {
+      LogLine("instrument lost: " + reason + "; trying to open it again");
+    } else if (!m_serving) {
+      OpenDoors();
+    } else if (!m_options.private_sessions) {
+      LogLine("instrument open again");
+    }
+  }
+
+  void Open(Door& door, std::uint16_t port) {
+    const std::uint16_t opened = m_loop.Listen(door, m_options.bind, port);
+    m_ports.emplace_back(door.Name(), opened);
+    std::cout << "serving " << m_options.worker.resource << " by " << door.Name() << " on " << m_options.bind
+              << " port " << opened << std::endl;
+  }
+
+  void OpenDoors() {
+    m_serving = true;
+    try {
+      if (m_options.raw) {
+        m_raw.emplace(m_broker,
+                      RawOptions{m_options.tidy.value_or(false), m_options.message_limit, m_options.unsent_limit});
+        Open(*m_raw, *m_options.raw);
+      }
+      WritePortFile();
+      Notify("READY=1\nSTATUS=Serving " + m_options.worker.resource);
+    } catch (const std::exception& error) {
+      m_failure = error.what();
+      m_loop.Stop();
+    }
+  }
+
+  /// {"raw": 5025}: whole at once, so that a script that sees the file can read it.
+  void WritePortFile() const {
+    if (m_options.port_file.empty()) return;
+    const std::string draft = m_options.port_file + ".new";
+    std::ofstream file(draft);
+    file << '{';
+    const char* separator = "";
+    for (const auto& [name, port] : m_ports) {
+      file << separator << '"' << name << "\": " << port;
+      separator = ", ";
+    }
+    file << "}\n";
+    file.close();
+    if (!file || std::rename(draft.c_str(), m_options.port_file.c_str()) != 0) {
+      throw std::runtime_error("cannot write " + m_options.port_file);
+    }
+  }
+
+  void Terminate() {
+    if (std::exchange(m_ending, true)) {
+      LogLine("second signal: ending at once");
+      std::_Exit(EXIT_FAILURE);
+    }
+    LogLine("ending: messages under way finish");
+    Notify("STOPPING=1");
+    m_loop.StopReading();
+    m_loop.After(kFinishLimit, [this] { m_loop.Stop(); });
+    m_broker.Finish([this] {
+      m_loop.CloseAll();
+      AwaitSockets();
+    });
+  }
+
+  /// The last answers go out, then the loop ends. A client that does not take them is waited for with the limit above.
+  void AwaitSockets() {
+    if (m_loop.Connections() == 0) return m_loop.Stop();
+    m_loop.After(std::chrono::milliseconds(5), [this] { AwaitSockets(); });
+  }
+
+  const ServerOptions& m_options;
+  AsioLoop m_loop;
+  Broker m_broker;
+  std::optional<RawDoor> m_raw;
+  std::vector<std::pair<std::string, std::uint16_t>> m_ports;
+  std::string m_failure;
+  bool m_serving = false;
+  bool m_ending = false;
+};
+
+}  // namespace
+
+int Serve(const ServerOptions& options) {
+  Server server(options);
+  return server.Run();
+}
+
+}  // namespace server

@@ -1,0 +1,32 @@
+// The program behind `scpi-zlt serve`: the instrument, the broker, the doors that are asked for, and the end of it all.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "server/AsioLoop.h"
+#include "server/RawDoor.h"
+#include "server/Worker.h"
+
+namespace server {
+
+struct ServerOptions {
+  WorkerOptions worker;
+  NetLimits net;
+  std::string bind = "127.0.0.1";
+  std::optional<std::uint16_t> raw;  ///< port; 0 picks a free one
+  std::optional<bool> tidy;          ///< unset: as the door's protocol expects it
+  bool private_sessions = false;
+  bool log_messages = false;
+  std::size_t message_limit = 160144;
+  std::size_t unsent_limit = 1 << 20;
+  std::string port_file;  ///< empty: none
+};
+
+/// Serves until SIGTERM or SIGINT; a second one ends the process at once. Returns the exit status. Throws
+/// std::runtime_error with a reason in words when it cannot begin.
+int Serve(const ServerOptions& options);
+
+}  // namespace server

@@ -1,0 +1,205 @@
+#!/usr/bin/env python3
+"""The server and clients that nobody here wrote, and clients that behave badly, on loopback.
+
+Usage: server_clients.py SCPI_ZLT. Prints one line per client: what was tried, and "ok" or why it was skipped. Fails at the
+first thing that is wrong."""
+import json
+import os
+import shutil
+import signal
+import socket
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+
+PROGRAM = sys.argv[1]
+
+
+class Server:
+    """A server of its own on free ports, ended by SIGTERM."""
+
+    def __init__(self, *options, resource="SIM0::INSTR::ZLT"):
+        self.place = tempfile.TemporaryDirectory()
+        ports = os.path.join(self.place.name, "ports")
+        self.log_path = os.path.join(self.place.name, "log")
+        with open(self.log_path, "w") as log:
+            self.process = subprocess.Popen([PROGRAM, "serve", resource, "--raw", "0", "--port-file", ports, *options],
+                                            stdout=subprocess.PIPE, stderr=log, text=True)
+        self.first_line = self.process.stdout.readline()  # the doors are open now
+        deadline = time.monotonic() + 20
+        while not os.path.exists(ports):
+            assert self.process.poll() is None and time.monotonic() < deadline, self.log()
+            time.sleep(0.01)
+        with open(ports) as file:
+            self.raw = json.load(file)["raw"]
+
+    def log(self):
+        with open(self.log_path) as file:
+            return file.read()
+
+    def connect(self):
+        return socket.create_connection(("127.0.0.1", self.raw), timeout=20)
+
+    def memory(self):
+        with open(f"/proc/{self.process.pid}/statm") as file:
+            return int(file.read().split()[1]) * 4096
+
+    def end(self):
+        self.process.send_signal(signal.SIGTERM)
+        assert self.process.wait(timeout=30) == 0, self.log()
+
+
+def ask(link, message):
+    link.sendall(message.encode() + b"\n")
+    answer = b""
+    while not answer.endswith(b"\n"):
+        piece = link.recv(65536)
+        assert piece, f"closed behind {message}: {answer}"
+        answer += piece
+    return answer.decode()
+
+
+def closed(link):
+    try:
+        return link.recv(65536) == b""
+    except ConnectionError:
+        return True
+
+
+def pyvisa(server):
+    try:
+        import pyvisa
+        import pyvisa_py
+    except ImportError:
+        return "skipped: python3-pyvisa and python3-pyvisa-py are not installed"
+    manager = pyvisa.ResourceManager("@py")
+    generator = manager.open_resource(f"TCPIP::127.0.0.1::{server.raw}::SOCKET", read_termination="\n",
+                                      write_termination="\n")
+    assert generator.query("*IDN?").startswith("Sorvik,ZG-20E"), "*IDN?"
+    generator.write(":FREQ 1.25GHZ")
+    assert generator.query(":FREQ?") == "1250000000"
+    generator.write(":LIST:FREQ " + ",".join(["1GHZ"] * 2500))
+    assert generator.query(":LIST:FREQ:POIN?") == "2500"
+    generator.close()
+    return f"ok: pyvisa {pyvisa.__version__}, pyvisa-py {pyvisa_py.__version__}"
+
+
+def lxi(server):
+    if shutil.which("lxi") is None:
+        return "skipped: lxi-tools is not installed"
+    def run(*words):
+        return subprocess.run(["lxi", *words], capture_output=True, text=True, timeout=30)
+    answer = run("scpi", "--raw", "-a", "127.0.0.1", "-p", str(server.raw), "*IDN?")
+    assert answer.stdout.startswith("Sorvik,ZG-20E"), answer
+    run("scpi", "--raw", "-a", "127.0.0.1", "-p", str(server.raw), ":FREQ 2.5GHZ")
+    with server.connect() as link:
+        assert ask(link, ":FREQ?") == "2500000000\n", "a setting of lxi is seen by others"
+    return "ok: " + run("--version").stdout.splitlines()[0]
+
+
+def octave(server):
+    if shutil.which("octave-cli") is None:
+        return "skipped: octave-instrument-control is not installed"
+    script = f"""pkg load instrument-control
+link = tcp("127.0.0.1", {server.raw}, 5000);
+tcp_write(link, ":FREQ 3GHZ\\n"); tcp_write(link, ":FREQ?\\n");
+answer = "";
+while isempty(answer) || answer(end) != "\\n"
+  answer = [answer char(tcp_read(link, 1, 5000))];
+end
+printf("%s", answer); tcp_close(link);"""
+    result = subprocess.run(["octave-cli", "--quiet", "--eval", script], capture_output=True, text=True, timeout=60)
+    if "package" in result.stderr and "not" in result.stderr:
+        return "skipped: octave-instrument-control is not installed"
+    assert result.stdout == "3000000000\n", result
+    return "ok: octave tcp"
+
+
+def bad_clients(server):
+    def latency():
+        times = []
+        for _ in range(200):
+            start = time.perf_counter()
+            ask(good, ":FREQ?")
+            times.append(time.perf_counter() - start)
+        return sorted(times)[len(times) // 2]
+
+    good = server.connect()
+    ask(good, ":FREQ 1GHZ;:FREQ?")
+    before_latency, before_memory = latency(), server.memory()
+    bad = [server.connect() for _ in range(6)]
+    bad[0].sendall(b":FREQ 2GHZ")                              # never ends its line
+    bad[1].sendall(os.urandom(100000) + b"\n")                 # garbage; it may hold questions
+    bad[2].sendall(b";" * 10000 + b"\n" + b"\0" * 10000 + b"\n")
+    bad[3].sendall(b"#9999999999" + b"x" * 300000)             # a block that never ends
+    bad[4].sendall(b"POST / HTTP/1.1\r\nHost: here\r\n\r\n:FREQ 9GHZ\n")
+    assert closed(bad[4]), "a browser is dropped"
+    bad[5].setblocking(False)                                  # never reads what it asks for
+    try:
+        for _ in range(2000):
+            bad[5].send(b"*IDN?\n" * 1000)
+    except BlockingIOError:
+        pass
+    assert ask(good, ":FREQ?") == "1000000000\n", "of no bad client a setting was carried out"
+    during = latency()
+    assert server.memory() - before_memory < 16 << 20, "what clients send and do not read is bounded"
+    for link in bad:
+        link.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))  # breaks off
+        link.close()
+    many = []
+    for _ in range(1000):
+        many.append(server.connect())
+    refused = sum(closed(link) for link in many[200:])
+    assert refused == 800, f"the limit on clients refuses: {refused}"
+    for link in many:
+        link.close()
+    assert ask(good, ":FREQ?") == "1000000000\n"
+    return f"ok: median latency {during / before_latency:.2f} of that without bad clients"
+
+
+def several(server):
+    """A killed client leaves the sweep of another running."""
+    link = server.connect()
+    link.sendall(b":FREQ:STAR 1GHZ\n:FREQ:STOP 2GHZ\n:TRIG:SOUR EXT\n:FREQ:MODE SWE\n:INIT\n")
+    assert ask(link, ":FREQ:MODE?") != "", "a sweep waits for its trigger"
+    talk = f"import socket,time; s=socket.create_connection(('127.0.0.1',{server.raw})); s.sendall(b':FREQ?\\n'*100); time.sleep(60)"
+    victim = subprocess.Popen([sys.executable, "-c", talk])
+    time.sleep(0.3)
+    victim.kill()
+    victim.wait()
+    mode = ask(link, ":FREQ:MODE?")
+    assert "SWE" in mode.upper(), mode
+    assert ask(link, ":FREQ:STAR?") == "1000000000\n"
+    return "ok: a client that is killed leaves the sweep"
+
+
+def ends(server):
+    link = server.connect()
+    assert ask(link, "*OPC?") == "+1\n"
+    server.end()
+    assert closed(link)
+    return "ok: SIGTERM with a client connected"
+
+
+def fails():
+    result = subprocess.run([PROGRAM, "serve", "SIM0::INSTR", "--raw", "0"], capture_output=True, text=True, timeout=30)
+    assert result.returncode != 0 and "::ZLT" in result.stderr, result
+    return "ok: a resource that does not open ends the program with a reason"
+
+
+def main():
+    server = Server()
+    assert server.first_line.startswith("serving SIM0::INSTR::ZLT by raw on 127.0.0.1 port "), server.first_line
+    for check in (pyvisa, lxi, octave, bad_clients, several, ends):
+        print(f"{check.__name__:12} {check(server)}", flush=True)
+    print(f"{'fails':12} {fails()}")
+
+
+if __name__ == "__main__":
+    try:
+        main()
+    except AssertionError as error:
+        print(f"server_clients: {error}", file=sys.stderr)
+        raise

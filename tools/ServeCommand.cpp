@@ -1,0 +1,69 @@
+#include "tools/ServeCommand.h"
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "server/Server.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+/// Seconds and milliseconds are given as whole numbers.
+template <typename Duration>
+CLI::Option* AddTime(CLI::App& app, const std::string& name, Duration& value, const std::string& text) {
+  return app
+      .add_option_function<long>(
+          name, [&value](long count) { value = Duration(count); }, text)
+      ->check(CLI::NonNegativeNumber)
+      ->default_str(std::to_string(value.count()));
+}
+
+CLI::Option* AddPort(CLI::App& app, const std::string& name, std::optional<std::uint16_t>& port, std::uint16_t usual,
+                     const std::string& text) {
+  return app
+      .add_option_function<std::string>(
+          name,
+          [&port, usual](const std::string& given) {
+            port = given.empty() ? usual : static_cast<std::uint16_t>(std::stoul(given));
+          },
+          text)
+      ->expected(0, 1)
+      ->check(CLI::Range(0, 65535) | CLI::IsMember({""}))
+      ->type_name("PORT");
+}
+
+}  // namespace
+
+void AddServeCommand(CLI::App& app) {
+  const auto options = std::make_shared<server::ServerOptions>();
+  CLI::App& serve = *app.add_subcommand("serve", "Serves one instrument to many clients over the network");
+  serve.add_option("RESOURCE", options->worker.resource, "VISA resource name of the instrument, followed by ::ZLT")
+      ->required();
+  AddPort(serve, "--raw", options->raw, 5025, "Raw socket: SCPI lines (5025; 0 picks a free port)");
+  serve.add_option("--bind", options->bind, "Address to listen on")->capture_default_str();
+  serve.add_option("--allow", options->net.allow, "Network that may connect, as ADDRESS/BITS; may be repeated");
+  serve.add_option("--port-file", options->port_file, "Writes the ports to this file once all are open");
+  serve.add_flag("--private", options->private_sessions,
+                 "Each connection has a session, and a model of the instrument, of its own");
+  serve.add_flag("--tidy,!--exact", options->tidy,
+                 "Answers without the zero byte of \"*IDN?\" and left-over empty lines, or byte for byte");
+  serve.add_flag("--log-messages", options->log_messages, "Logs every message and answer");
+  serve.add_option("--max-clients", options->net.clients, "Connections at a time")->capture_default_str();
+  serve.add_option("--max-message", options->message_limit, "Bytes in a message with its line end")
+      ->check(CLI::Range(std::size_t{1}, std::size_t{160144}))
+      ->capture_default_str();
+  serve.add_option("--max-unsent", options->unsent_limit, "Bytes of answers that a client may leave untaken")
+      ->capture_default_str();
+  AddTime(serve, "--idle", options->net.idle, "Seconds after which a silent connection is closed; 0: never");
+  AddTime(serve, "--open-timeout", options->worker.open_timeout, "Milliseconds to wait for the instrument to open");
+  AddTime(serve, "--check", options->worker.check_interval,
+          "Milliseconds between two looks at an instrument that nobody asks");
+  AddTime(serve, "--give-up", options->worker.give_up, "Milliseconds that one message may take");
+  serve.callback([options] {
+    if (!options->raw) options->raw = 5025;
+    if (const int status = server::Serve(*options); status != EXIT_SUCCESS) throw CLI::RuntimeError(status);
+  });
+}
