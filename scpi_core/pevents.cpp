@@ -5,8 +5,6 @@
 #include <cstdlib>
 #include <mutex>
 
-#include "support/Clock.h"
-
 namespace neosmart {
 namespace {
 
@@ -43,44 +41,43 @@ void Release(neosmart_wfmo_t_* record) {
   Require(left >= 0, "wfmo->RefCount >= 0");
   if (left > 0) return;
   Require(pthread_mutex_destroy(&record->Mutex) == 0, "result == 0");
-  Require(pthread_cond_destroy(&record->Condition) == 0, "result == 0");
   delete record;
 }
 
-bool IsSatisfied(const neosmart_wfmo_t_& record) {
-  return record.WaitAll ? record.Status.EventsLeft == 0 : record.Status.FiredEvent != -1;
-}
+/// What a wait record's Progress says.
+enum : std::uint32_t { kAwake, kAsleep, kComplete };
 
-/// Counts a signalled event in, with the record's mutex held.
-void Fire(neosmart_wfmo_t_& record, std::int32_t index) {
+/// Counts a signalled event in, with the record's mutex held. True if that completes the wait of a thread that sleeps.
+bool Fire(neosmart_wfmo_t_& record, std::int32_t index) {
   if (record.WaitAll) {
     --record.Status.EventsLeft;
     Require(record.Status.EventsLeft >= 0, "wfmo->Status.EventsLeft >= 0");
+    if (record.Status.EventsLeft > 0) return false;
   } else {
     record.Status.FiredEvent = index;
     record.StillWaiting = false;
   }
+  return record.Progress.exchange(kComplete) == kAsleep;
 }
 
-/// Consumes the event if it is signalled, with its mutex held.
+/// Consumes the event if it is signalled.
 bool Take(neosmart_event_t_& event) {
-  if (!event.State) return false;
-  if (event.AutoReset) event.State = false;
-  return true;
+  if (!event.AutoReset) return event.State != 0;
+  std::uint32_t signalled = 1;
+  return event.State.compare_exchange_strong(signalled, 0);
 }
 
 /// Takes the front entry off the queue, with the event's mutex held. Returns true if a live waiter took the event; its
-/// record is put on `chain` (which then owns the entry's reference) if that completes its wait.
+/// record is put on `chain` (which then owns the entry's reference) if it has to be woken.
 bool PopWaiter(neosmart_event_t_& event, neosmart_wfmo_t_*& chain) {
   const neosmart_wfmo_info_t_ entry = event.WaitQueue.front();
   event.WaitQueue.pop_front();
   neosmart_wfmo_t_* record = entry.Waiter;
   Lock(record->Mutex);
   const bool live = record->StillWaiting;
-  if (live) Fire(*record, entry.WaitIndex);
-  const bool complete = live && IsSatisfied(*record);
+  const bool asleep = live && Fire(*record, entry.WaitIndex);
   Unlock(record->Mutex);
-  if (complete) {
+  if (asleep) {
     record->NextToSignal = chain;
     chain = record;
   } else {
@@ -94,7 +91,7 @@ void SignalChain(neosmart_wfmo_t_* chain) {
   while (chain != nullptr) {
     neosmart_wfmo_t_* record = chain;
     chain = record->NextToSignal;
-    Require(pthread_cond_signal(&record->Condition) == 0, "result == 0");
+    support::Wake(record->Progress, 1);
     Release(record);
   }
 }
@@ -116,6 +113,7 @@ void Prune(neosmart_event_t_& event) {
 neosmart_wfmo_t_* NewRecord(int count, bool wait_all) {
   auto* record = new neosmart_wfmo_t_;
   record->RefCount = 1;
+  record->Progress = wait_all && count == 0 ? kComplete : kAwake;
   record->WaitAll = wait_all;
   record->StillWaiting = true;
   record->NextToSignal = nullptr;
@@ -125,7 +123,6 @@ neosmart_wfmo_t_* NewRecord(int count, bool wait_all) {
     record->Status.FiredEvent = -1;
   }
   Require(pthread_mutex_init(&record->Mutex, nullptr) == 0, "result == 0");
-  Require(support::InitCondition(&record->Condition) == 0, "result == 0");
   return record;
 }
 
@@ -137,8 +134,7 @@ bool Register(neosmart_event_t_& event, neosmart_wfmo_t_* record, std::int32_t i
   const Held record_held(record->Mutex);
   // An event registered before may have fired meanwhile; a later one is not consumed then.
   const bool done = !record->WaitAll && record->Status.FiredEvent != -1;
-  if (!done && event.State) {
-    if (event.AutoReset) event.State = false;
+  if (!done && Take(event)) {
     Fire(*record, index);
   } else if (!done) {
     event.WaitQueue.push_back({record, index});
@@ -171,13 +167,25 @@ class Waiting {
   bool m_over = false;
 };
 
+/// Counts a thread that is about to sleep on the event, also when it is cancelled there.
+class Sleeper {
+ public:
+  explicit Sleeper(neosmart_event_t_& event) : m_event(event) { ++m_event.Sleepers; }
+  ~Sleeper() { --m_event.Sleepers; }
+  Sleeper(const Sleeper&) = delete;
+  Sleeper& operator=(const Sleeper&) = delete;
+
+ private:
+  neosmart_event_t_& m_event;
+};
+
 }  // namespace
 
 neosmart_event_t CreateEvent(bool manual_reset, bool initial_state) {
   auto* event = new neosmart_event_t_;
   event->AutoReset = !manual_reset;
-  event->State = initial_state;
-  Require(support::InitCondition(&event->Condition) == 0, "result == 0");
+  event->State = initial_state ? 1 : 0;
+  event->Sleepers = 0;
   Require(pthread_mutex_init(&event->Mutex, nullptr) == 0, "result == 0");
   return event;
 }
@@ -186,7 +194,6 @@ int DestroyEvent(neosmart_event_t event) {
   Lock(event->Mutex);
   Prune(*event);
   Unlock(event->Mutex);
-  Require(pthread_cond_destroy(&event->Condition) == 0, "result == 0");
   Require(pthread_mutex_destroy(&event->Mutex) == 0, "result == 0");
   delete event;
   return 0;
@@ -196,28 +203,20 @@ int SetEvent(neosmart_event_t event) {
   neosmart_wfmo_t_* chain = nullptr;
   const bool auto_reset = event->AutoReset;
   Lock(event->Mutex);
-  event->State = true;
-  while (!event->WaitQueue.empty()) {
-    if (PopWaiter(*event, chain) && auto_reset) {
-      event->State = false;  // consumed
-      break;
-    }
-  }
-  const bool left = event->State;
+  // Before anybody is let go, who may reset it again; an auto-reset event that a waiter takes is never up.
+  if (!auto_reset) event->State = 1;
+  bool taken = false;
+  while (!event->WaitQueue.empty() && !taken) taken = PopWaiter(*event, chain) && auto_reset;
+  if (auto_reset && !taken) event->State = 1;
+  const bool wakes = !taken && event->Sleepers != 0;
   Unlock(event->Mutex);
-  if (!auto_reset) {
-    Require(pthread_cond_broadcast(&event->Condition) == 0, "result == 0");
-  } else if (left) {
-    Require(pthread_cond_signal(&event->Condition) == 0, "result == 0");
-  }
+  if (wakes) support::Wake(event->State, auto_reset ? 1 : support::kAllWaiters);
   SignalChain(chain);
   return 0;
 }
 
 int ResetEvent(neosmart_event_t event) {
-  Lock(event->Mutex);
-  event->State = false;
-  Unlock(event->Mutex);
+  event->State = 0;
   return 0;
 }
 
@@ -229,10 +228,14 @@ int WaitForEvent(neosmart_event_t event, std::uint64_t milliseconds) {
 }
 
 int WaitForEventUntil(neosmart_event_t event, std::int64_t deadline_ns) {
-  const Held held(event->Mutex);
-  int result = 0;
-  while (!event->State && result == 0) result = support::WaitUntil(&event->Condition, &event->Mutex, deadline_ns);
-  return Take(*event) ? 0 : result;
+  if (Take(*event)) return 0;
+  const Sleeper sleeper(*event);
+  bool in_time = true;
+  while (!Take(*event)) {
+    if (!in_time) return kTimedOut;
+    in_time = support::WaitWhileOrCancelled(event->State, 0, deadline_ns);
+  }
+  return 0;
 }
 
 int WaitForMultipleEvents(neosmart_event_t* events, int count, bool wait_all, std::uint64_t milliseconds,
@@ -248,18 +251,16 @@ int WaitForMultipleEvents(neosmart_event_t* events, int count, bool wait_all, st
   for (int i = 0; i < count; ++i) {
     if (Register(*events[i], record, i)) break;
   }
-  const Held held(record->Mutex);
-  int result = 0;
-  if (!IsSatisfied(*record) && milliseconds == 0) {
-    result = kTimedOut;
-  } else if (!IsSatisfied(*record)) {
-    const std::int64_t deadline = support::DeadlineIn(milliseconds);
-    while (!IsSatisfied(*record) && result == 0) {
-      result = support::WaitUntil(&record->Condition, &record->Mutex, deadline);
-    }
-    // An event may have fired between the time-out and this thread's getting the lock back.
-    if (IsSatisfied(*record)) result = 0;
+  const std::int64_t deadline = milliseconds == 0 ? 0 : support::DeadlineIn(milliseconds);
+  bool in_time = milliseconds != 0;
+  while (in_time && record->Progress != kComplete) {
+    std::uint32_t awake = kAwake;
+    record->Progress.compare_exchange_strong(awake, kAsleep);
+    in_time = support::WaitWhileOrCancelled(record->Progress, kAsleep, deadline);
   }
+  // An event may have fired between the time-out and this thread's getting the lock.
+  const Held held(record->Mutex);
+  const int result = record->Progress == kComplete ? 0 : kTimedOut;
   waiting.End();
   wait_index = wait_all ? record->Status.EventsLeft : record->Status.FiredEvent;
   return result;

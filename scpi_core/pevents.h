@@ -1,8 +1,10 @@
 // Events as other systems know them, on POSIX threads: auto-reset and manual-reset, with a wait on one, any or all of a
 // set. Times in milliseconds, on the clock of support/Clock.h; 0 tests and does not block, kInfinite waits for ever.
 //
-// One lock order: an event's mutex, then a wait record's. Whoever signals keeps a reference to the record, lets go of
-// every lock, signals, and then drops the reference: a thread woken into a held lock would triple the round trip.
+// A wait on one event takes no lock, so a thread that a signal's handler has interrupted there keeps none. Waits on
+// several have one lock order: an event's mutex, then a wait record's. Whoever signals keeps a reference to the record,
+// lets go of every lock, signals, and then drops the reference: a thread woken into a held lock would triple the round
+// trip.
 #pragma once
 
 #include <atomic>
@@ -10,13 +12,15 @@
 #include <deque>
 #include <pthread.h>
 
+#include "support/Clock.h"
+
 namespace neosmart {
 
 /// One call of WaitForMultipleEvents, shared by the waiting thread and the events on whose queues it stands. Whoever
 /// drops the last reference frees it.
 struct neosmart_wfmo_t_ {
   pthread_mutex_t Mutex;
-  pthread_cond_t Condition;
+  support::Word Progress;  ///< kAwake, kAsleep or kComplete: what the waiter sleeps on
   std::atomic<std::int32_t> RefCount;
   union {
     std::int32_t FiredEvent;  ///< wait on any: index of the event that fired, -1 while none has
@@ -33,10 +37,10 @@ struct neosmart_wfmo_info_t_ {
 };
 
 struct neosmart_event_t_ {
-  pthread_cond_t Condition;
-  pthread_mutex_t Mutex;
+  pthread_mutex_t Mutex;  ///< guards the queue
   bool AutoReset;
-  bool State;
+  support::Word State;     ///< 1 when signalled: what waiters on this event alone sleep on
+  support::Word Sleepers;  ///< how many of these there are
   std::deque<neosmart_wfmo_info_t_> WaitQueue;
 };
 
@@ -54,6 +58,10 @@ int DestroyEvent(neosmart_event_t event);
 /// event to all.
 int SetEvent(neosmart_event_t event);
 int ResetEvent(neosmart_event_t event);
+/// A look that consumes nothing and takes no lock.
+inline bool IsSet(neosmart_event_t event) {
+  return event->State != 0;
+}
 
 /// 0 or kTimedOut. With 0 ms a busy event counts as not signalled.
 int WaitForEvent(neosmart_event_t event, std::uint64_t milliseconds);

@@ -2,7 +2,11 @@
 #include "support/Clock.h"
 
 #include <cerrno>
+#include <linux/futex.h>
+#include <pthread.h>
+#include <sys/syscall.h>
 #include <time.h>
+#include <unistd.h>
 
 #include "support/Integers.h"
 
@@ -16,6 +20,13 @@ timespec ToTimespec(std::int64_t ns) {
   time.tv_sec = ns / kNsPerSecond;
   time.tv_nsec = ns % kNsPerSecond;
   return time;
+}
+
+long Futex(const Word& word, std::uint32_t value, std::int64_t deadline_ns) {
+  static_assert(sizeof(Word) == sizeof(std::uint32_t) && Word::is_always_lock_free);
+  const timespec deadline = ToTimespec(deadline_ns);
+  return syscall(SYS_futex, &word, FUTEX_WAIT_BITSET | FUTEX_PRIVATE_FLAG, value,
+                 deadline_ns == kNever ? nullptr : &deadline, nullptr, FUTEX_BITSET_MATCH_ANY);
 }
 
 }  // namespace
@@ -32,19 +43,22 @@ void SleepUntil(std::int64_t deadline_ns) {
   }
 }
 
-int InitCondition(pthread_cond_t* condition) {
-  pthread_condattr_t attributes;
-  if (const int result = pthread_condattr_init(&attributes); result != 0) return result;
-  int result = pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
-  if (result == 0) result = pthread_cond_init(condition, &attributes);
-  pthread_condattr_destroy(&attributes);
-  return result;
+bool WaitWhile(const Word& word, std::uint32_t value, std::int64_t deadline_ns) {
+  return Futex(word, value, deadline_ns) == 0 || errno != ETIMEDOUT;
 }
 
-int WaitUntil(pthread_cond_t* condition, pthread_mutex_t* mutex, std::int64_t deadline_ns) {
-  if (deadline_ns == kNever) return pthread_cond_wait(condition, mutex);
-  const timespec deadline = ToTimespec(deadline_ns);
-  return pthread_cond_timedwait(condition, mutex, &deadline);
+// As the waits of the C library do it: the cancellation takes effect also when it comes while the thread sleeps. No
+// object with a destructor may stand here.
+bool WaitWhileOrCancelled(const Word& word, std::uint32_t value, std::int64_t deadline_ns) {
+  int type = PTHREAD_CANCEL_DEFERRED;
+  pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, &type);
+  const bool woken = Futex(word, value, deadline_ns) == 0 || errno != ETIMEDOUT;
+  pthread_setcanceltype(type, nullptr);
+  return woken;
+}
+
+void Wake(const Word& word, int count) {
+  syscall(SYS_futex, &word, FUTEX_WAKE | FUTEX_PRIVATE_FLAG, count, nullptr, nullptr, 0);
 }
 
 }  // namespace support

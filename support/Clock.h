@@ -4,8 +4,8 @@
 // from NowNs alone stands here.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
-#include <pthread.h>
 
 namespace support {
 
@@ -31,11 +31,20 @@ inline std::int64_t MillisecondsSince(std::int64_t start_ns) {
 /// Sleeps the whole time; a signal does not cut it short.
 void SleepUntil(std::int64_t deadline_ns);
 
-/// Makes a condition variable that WaitUntil can wait on. Returns the result of pthread_cond_init.
-int InitCondition(pthread_cond_t* condition);
+/// What threads wait on: whoever changes it calls Wake. No lock belongs to it, so a thread that the handler of a signal
+/// has interrupted in its wait holds none.
+using Word = std::atomic<std::uint32_t>;
 
-/// Waits on `condition` with `mutex` held until woken (0) or until the deadline (ETIMEDOUT). Wakes may be spurious.
-int WaitUntil(pthread_cond_t* condition, pthread_mutex_t* mutex, std::int64_t deadline_ns);
+/// Waits while `word` holds `value`, until woken or until the deadline. False at the deadline; true may come early, and
+/// the caller looks again.
+bool WaitWhile(const Word& word, std::uint32_t value, std::int64_t deadline_ns);
+/// The same; a thread that is cancelled (pthread_cancel) ends here.
+bool WaitWhileOrCancelled(const Word& word, std::uint32_t value, std::int64_t deadline_ns);
+
+/// Wakes at most `count` threads that wait on the word, those that have waited longest. The word need not exist any
+/// more.
+void Wake(const Word& word, int count);
+inline constexpr int kAllWaiters = INT32_MAX;
 
 }  // namespace support
 

@@ -1,13 +1,10 @@
-// See DrivenClock.h. One lock guards time and list; a waiting thread takes it with its own mutex held, so Advance,
-// which needs both the other way round, only tries the waiter's mutex and starts again when it is taken.
+// See DrivenClock.h. One lock guards time and list. A waiting thread looks at its word under it, so no wake is missed.
 #include "tests/unit/DrivenClock.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <condition_variable>
 #include <list>
 #include <mutex>
-#include <sched.h>
 
 #include "support/Clock.h"
 
@@ -15,12 +12,13 @@ namespace {
 
 using support::kNsPerMillisecond;
 
-/// One thread inside WaitUntil. Its mutex and condition live at least as long as it is listed.
+/// One thread inside WaitWhile.
 struct Waiter {
-  pthread_cond_t* condition;
-  pthread_mutex_t* mutex;
+  const support::Word* word;
   std::int64_t deadline_ns;
-  bool timed_out;
+  bool woken = false;
+  bool timed_out = false;
+  std::condition_variable changed{};
 };
 
 struct DrivenTime {
@@ -42,35 +40,14 @@ DrivenTime& Time() {
   return *time;
 }
 
-/// Wakes the waits that are due. False when the mutex of one of them is taken: its thread may stand between its look at
-/// the time and its wait, where a signal would be lost.
-bool WakeDue(DrivenTime& time) {
-  bool all_woken = true;
-  for (Waiter& waiter : time.waiters) {
-    if (waiter.timed_out || waiter.deadline_ns > time.now_ns) continue;
-    if (pthread_mutex_trylock(waiter.mutex) != 0) {
-      all_woken = false;
-      continue;
-    }
-    waiter.timed_out = true;
-    pthread_cond_broadcast(waiter.condition);
-    pthread_mutex_unlock(waiter.mutex);
-  }
-  return all_woken;
-}
-
 void MoveTo(std::int64_t target_ns) {
   DrivenTime& time = Time();
-  {
-    const std::lock_guard lock(time.mutex);
-    time.now_ns = std::max(time.now_ns, target_ns);
-  }
-  for (;;) {
-    {
-      const std::lock_guard lock(time.mutex);
-      if (WakeDue(time)) return;
-    }
-    sched_yield();
+  const std::lock_guard lock(time.mutex);
+  time.now_ns = std::max(time.now_ns, target_ns);
+  for (Waiter& waiter : time.waiters) {
+    if (waiter.deadline_ns > time.now_ns) continue;
+    waiter.timed_out = true;
+    waiter.changed.notify_one();
   }
 }
 
@@ -126,29 +103,33 @@ void SleepUntil(std::int64_t deadline_ns) {
   MoveTo(deadline_ns);
 }
 
-int InitCondition(pthread_cond_t* condition) {
-  return pthread_cond_init(condition, nullptr);
-}
-
-int WaitUntil(pthread_cond_t* condition, pthread_mutex_t* mutex, std::int64_t deadline_ns) {
+bool WaitWhile(const Word& word, std::uint32_t value, std::int64_t deadline_ns) {
   DrivenTime& time = Time();
   std::unique_lock lock(time.mutex);
-  if (deadline_ns <= time.now_ns) {
-    // A real wait, too, lets others in before it times out.
-    lock.unlock();
-    pthread_mutex_unlock(mutex);
-    sched_yield();
-    pthread_mutex_lock(mutex);
-    return ETIMEDOUT;
-  }
-  const auto self = time.waiters.insert(time.waiters.end(), Waiter{condition, mutex, deadline_ns, false});
+  if (word != value) return true;
+  if (deadline_ns <= time.now_ns) return false;
+  const auto self = time.waiters.emplace(time.waiters.end(), &word, deadline_ns);
   time.arrived.notify_all();
-  lock.unlock();
-  const int result = pthread_cond_wait(condition, mutex);
-  lock.lock();
-  const bool timed_out = self->timed_out;
+  self->changed.wait(lock, [&] { return self->woken || self->timed_out; });
+  const bool woken = self->woken;
   time.waiters.erase(self);
-  return timed_out ? ETIMEDOUT : result;
+  return woken;
+}
+
+bool WaitWhileOrCancelled(const Word& word, std::uint32_t value, std::int64_t deadline_ns) {
+  return WaitWhile(word, value, deadline_ns);
+}
+
+void Wake(const Word& word, int count) {
+  DrivenTime& time = Time();
+  const std::lock_guard lock(time.mutex);
+  for (Waiter& waiter : time.waiters) {
+    if (count == 0) return;
+    if (waiter.word != &word || waiter.woken || waiter.timed_out) continue;
+    waiter.woken = true;
+    waiter.changed.notify_one();
+    --count;
+  }
 }
 
 }  // namespace support

@@ -11,19 +11,17 @@
 
 namespace test {
 
-/// Moves the time on and wakes every wait whose deadline is reached; none can miss it. The caller may not hold a mutex
-/// that a wait with a deadline uses.
+/// Moves the time on and wakes every wait whose deadline is reached; none can miss it.
 void Advance(std::int64_t milliseconds);
 
 /// Steps GetTickCount alone, in either direction, as somebody who sets the wall clock does.
 void StepWallClock(std::int64_t milliseconds);
 
-/// Threads inside WaitUntil: all of them / those with a deadline.
+/// Threads inside WaitWhile: all of them / those with a deadline.
 std::size_t Waiters();
 std::size_t TimedWaiters();
 
-/// Blocks until at least `count` threads are inside WaitUntil. Such a thread gives its mutex up only by waiting, so
-/// whoever then takes that mutex and signals can't be missed.
+/// Blocks until at least `count` threads are inside WaitWhile.
 void AwaitWaiters(std::size_t count);
 
 /// The same, counting only waits with a deadline.

@@ -18,18 +18,28 @@ TEST(Clock, DeadlinesThatDoNotFitAreForEver) {
 }
 
 TEST(Clock, WaitsLastUntilTheirDeadline) {
-  pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
-  pthread_cond_t condition;
-  ASSERT_EQ(support::InitCondition(&condition), 0);
+  const support::Word word = 1;
+  EXPECT_TRUE(support::WaitWhile(word, 2, support::kNever));
   const std::int64_t deadline = support::DeadlineIn(20);
-  pthread_mutex_lock(&mutex);
-  int result = 0;
-  while (result == 0) result = support::WaitUntil(&condition, &mutex, deadline);
-  pthread_mutex_unlock(&mutex);
-  EXPECT_EQ(result, ETIMEDOUT);
+  while (support::WaitWhile(word, 1, deadline)) {
+  }
   EXPECT_GE(support::NowNs(), deadline);
   EXPECT_LT(support::NowNs(), deadline + 10'000'000'000);
-  pthread_cond_destroy(&condition);
+}
+
+TEST(Clock, ACancelledThreadLeavesItsWait) {
+  std::atomic<bool> unwound = false;
+  std::thread waiter([&] {
+    struct Unwind {
+      std::atomic<bool>& seen;
+      ~Unwind() { seen = true; }
+    } const unwind{unwound};
+    const support::Word word = 1;
+    for (;;) support::WaitWhileOrCancelled(word, 1, support::kNever);
+  });
+  pthread_cancel(waiter.native_handle());
+  waiter.join();
+  EXPECT_TRUE(unwound);
 }
 
 TEST(Clock, SignalsDoNotCutASleepShort) {
