@@ -20,12 +20,11 @@ if(CCACHE)
   set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
 endif()
 
-# -fno-gnu-unique: a library that holds such a symbol never really unloads. initial-exec: a thread of the caller that first
-# meets thread-local data of a library loaded by dlopen would allocate for it, and the C library aborts without memory.
+# -fno-gnu-unique: a library that holds such a symbol never really unloads.
 add_library(zlt_options INTERFACE)
 target_include_directories(zlt_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 target_compile_options(zlt_options INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -ffp-contract=off -ftls-model=initial-exec
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -ffp-contract=off
   $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>)
 if(ZLT_SANITIZE)
   target_compile_options(zlt_options INTERFACE

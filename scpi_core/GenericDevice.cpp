@@ -93,6 +93,13 @@ int CGenericDevice::SendEnd() {
 }
 
 void CGenericDevice::ThreadCycle() {
+  Serve();
+  // Nobody will answer any more: lets out who waits for an open or a close.
+  neosmart::SetEvent(m_open_done_event);
+  neosmart::SetEvent(m_close_done_event);
+}
+
+void CGenericDevice::Serve() {
   const CLocale locale;
   while (!ThreadShouldStop()) {
     int index = -1;

@@ -35,6 +35,8 @@ class CGenericDevice : public IResponseStream, public CThreadObject {
   virtual long OpenConnection(const char* /*address*/, unsigned int /*timeout*/) { return 0; }
   /// Must be safe to call after a failed open. On the interpreter thread.
   virtual long CloseConnection() { return 0; }
+  /// Ends what runs beside the interpreter, which has left its cycle. May be called again.
+  virtual void StopRun() {}
   /// True on a thread of this device: such a thread can't wait for the device to end.
   virtual bool RunsOnThisThread() const { return IsThisThread(); }
 
@@ -56,6 +58,7 @@ class CGenericDevice : public IResponseStream, public CThreadObject {
 
   void CreateEvents();
   void DestroyEvents();
+  void Serve();
   void Open();
   void Close();
   void TakeMessage();

@@ -8,6 +8,7 @@
 
 #include "scpi_zlt/scpi_zlt.h"
 
+#include "scpi_core/Call.h"
 #include "support/Ascii.h"
 #include "support/Clock.h"
 
@@ -23,14 +24,28 @@ std::uint64_t Widened(int timeout) {
 CIOBuffer::CIOBuffer() : m_device(CreateDevice(this)) {}
 
 CIOBuffer::~CIOBuffer() {
-  // Here, where the device is whole: the interpreter has left its cycle before any destructor of the device runs.
-  m_device->ThreadStop(1000);
+  StopThreads();
   delete m_device;
+}
+
+void CIOBuffer::StopThreads() {
+  // Here, where the device is whole: the interpreter has left its cycle before anything of the device is touched.
+  m_device->ThreadStop(1000);
+  m_device->StopRun();
+}
+
+void CIOBuffer::CloseLink() {
+  try {
+    m_device->CloseConnection();
+  } catch (...) {
+    // What stays open is closed with the device.
+  }
 }
 
 long CIOBuffer::Write(const unsigned char* text, unsigned long count, unsigned long* written) {
   if (text == nullptr) count = 0;
   const auto* bytes = reinterpret_cast<const char*>(text);
+  const InRings in_rings;
   // The lock is only ever held for a copy, so it is as good as always free.
   if (!m_device->m_input_lock.TryLock()) {
     const std::int64_t start = support::NowNs();
@@ -58,10 +73,11 @@ long CIOBuffer::Read(unsigned char* buffer, unsigned long size, unsigned long* g
   const neosmart::neosmart_event_t event = m_device->m_response_event;
   for (;;) {
     if (m_closing) return VI_ERROR_INV_OBJECT;
-    const int waited = timeout == 0 ? neosmart::WaitForEvent(event, 0) : neosmart::WaitForEventUntil(event, deadline);
+    const int waited = neosmart::WaitForEventUntil(event, deadline);
     if (m_closing) return VI_ERROR_INV_OBJECT;
     if (waited != 0) return VI_ERROR_TMO;
     // One hold for all three looks: the interpreter ends no message meanwhile, and no other reader empties the ring.
+    const InRings in_rings;
     const std::lock_guard hold(m_device->m_output_lock);
     if (m_output.CommandComplete()) {
       unsigned long count = 0;
@@ -87,24 +103,16 @@ long CIOBuffer::OpenConnection(const char* address, unsigned int timeout) {
   const std::string_view name = address;
   if (name.size() >= CGenericDevice::kAddressSize) return VI_ERROR_INV_RSRC_NAME;
   m_device->SetDeviceAddress(name);
+  m_device->m_open_result = VI_ERROR_INV_OBJECT;  // what holds if the interpreter is stopped before it opens
   neosmart::ResetEvent(m_device->m_open_done_event);
   neosmart::SetEvent(m_device->m_open_event);
-  int index = -1;
-  AwaitAnswer(m_device->m_open_done_event, index);
-  if (index == 0) return m_device->m_open_result;
-  return index == 1 ? VI_ERROR_INV_OBJECT : VI_ERROR_TMO;
+  const int waited = neosmart::WaitForEvent(m_device->m_open_done_event, timeout);
+  return waited == 0 ? m_device->m_open_result.load() : VI_ERROR_TMO;
 }
 
 int CIOBuffer::CloseConnection() {
   neosmart::SetEvent(m_device->m_close_event);
-  int index = -1;
-  return AwaitAnswer(m_device->m_close_done_event, index);
-}
-
-int CIOBuffer::AwaitAnswer(neosmart::neosmart_event_t done, int& index) const {
-  // Once a stop is up the interpreter may end without an answer.
-  std::array events = {done, m_device->StopEvent()};
-  return neosmart::WaitForMultipleEvents(events.data(), 2, false, m_device->m_open_timeout, index);
+  return neosmart::WaitForEvent(m_device->m_close_done_event, m_device->m_open_timeout);
 }
 
 void CIOBuffer::BeginClose() {

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <thread>
 
 #include "scpi_core/CharBuff.h"
 #include "scpi_core/GenericDevice.h"
@@ -12,7 +13,8 @@ class CIOBuffer : public IResponseStream {
  public:
   /// Creates the instrument, whose interpreter thread runs from then on. May throw.
   CIOBuffer();
-  /// Stops the interpreter (one second), and only then touches the instrument. The connection is closed with it.
+  /// Stops the interpreter if nobody has done so before, and only then touches the instrument. The connection is closed
+  /// with it.
   virtual ~CIOBuffer();
   CIOBuffer(const CIOBuffer&) = delete;
   CIOBuffer& operator=(const CIOBuffer&) = delete;
@@ -47,14 +49,23 @@ class CIOBuffer : public IResponseStream {
   /// event at once. False if there is none or the first known one stands last, true otherwise; nobody uses the result.
   bool CheckIEEECommand(const char* text, int length);
 
-  unsigned int users = 0;  ///< calls under way; guarded by the lock of the session list
+  /// Stops the interpreter (one second) and then the run; nobody calls the provider any more after that.
+  void StopThreads();
+  /// Closes the connection on the caller's thread, when the threads have been stopped.
+  void CloseLink();
+
+  /// Where it stands in its life; ResourceManager.h tells what holds in each.
+  enum Stage : std::uint32_t { kOpening, kOpen, kClosing, kDraining, kAtRest, kGone, kAbandoned };
+  support::Word stage{kOpening};
+  support::Word users{0};           ///< calls under way; changed under the list lock
+  bool freed_by_last_user = false;  ///< guarded by the list lock
+  std::thread closer;               ///< brings it to rest
 
  private:
   friend class CGenericDevice;
 
   /// Under the output lock: a message that runs can't end meanwhile, so none is missed between the two looks.
   bool IsIdle() const { return !m_input.CommandComplete() && !m_device->m_message_running; }
-  int AwaitAnswer(neosmart::neosmart_event_t done, int& index) const;
   long Classify(const unsigned char* buffer, unsigned long size, unsigned long got) const;
 
   unsigned long m_id = 0;

@@ -3,55 +3,134 @@
 #include <algorithm>
 #include <atomic>
 #include <memory>
-#include <pthread.h>
 #include <random>
 #include <thread>
 
 #include "scpi_zlt/scpi_zlt.h"
 
+#include "scpi_core/ListLock.h"
 #include "scpi_core/pcore.h"
 #include "support/Clock.h"
 
 namespace {
 
+using Stage = CIOBuffer::Stage;
+
 /// What is left to run when a session closes may take this long, in milliseconds.
 constexpr std::uint64_t kDrainLimit = 10000;
+/// And its threads this long to end afterwards, where nobody may wait for ever.
+constexpr std::int64_t kStopLimit = 5000;
 
-/// L, with the counts it guards. Plain data: it works from the first to the last moment of the process.
-struct TableLock {
-  pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
-  pthread_cond_t changed = PTHREAD_COND_INITIALIZER;
-  bool ending = false;         ///< no session opens any more
-  unsigned int alive = 0;      ///< sessions that are opening, open or closing
-  unsigned int abandoned = 0;  ///< of these, the ones whose own thread ends the process: nobody can close them
+struct Table {
+  ListLock lock;
+  bool ending = false;     ///< no session opens any more; guarded by the list lock
+  support::Word alive{0};  ///< sessions that are not gone
 };
 
-constinit TableLock table;
+constinit Table table;
 constinit std::atomic<bool> forked{false};
 
-/// This thread is in a call into a session, and into which if that is listed. Only the handler of a signal can find
-/// itself there: one that ends the process must not wait for the call that it has interrupted.
-constinit thread_local bool in_call = false;
-constinit thread_local const CIOBuffer* called = nullptr;
-
+/// The list lock, for as long as this lives. In the handler of a signal that has interrupted a hold of this thread it
+/// is that hold: the interrupted call only looks for its session there and counts itself, and who changes the list
+/// blocks signals.
 class Hold {
  public:
-  Hold() { pthread_mutex_lock(&table.mutex); }
-  ~Hold() { pthread_mutex_unlock(&table.mutex); }
+  explicit Hold(std::int64_t deadline_ns = support::kNever)
+      : m_nested(table.lock.IsMine()), m_held(m_nested || table.lock.Lock(deadline_ns)) {}
+  ~Hold() {
+    if (m_held && !m_nested) table.lock.Unlock();
+  }
   Hold(const Hold&) = delete;
   Hold& operator=(const Hold&) = delete;
+  explicit operator bool() const { return m_held; }
 
-  /// Waits, with the lock let go of meanwhile, until a count has changed.
-  void Wait() { pthread_cond_wait(&table.changed, &table.mutex); }
-  void Notify() { pthread_cond_broadcast(&table.changed); }
+ private:
+  const bool m_nested;
+  const bool m_held;
 };
 
-/// A call is out of a session.
-void Leave(CIOBuffer* session) {
-  Hold hold;
-  in_call = false;
-  called = nullptr;
-  if (--session->users == 0 && session->IsClosing()) hold.Notify();
+void CountGone() {
+  --table.alive;
+  support::Wake(table.alive, support::kAllWaiters);
+}
+
+bool Advance(CIOBuffer* session, Stage from, Stage to) {
+  std::uint32_t stage = from;
+  return session->stage.compare_exchange_strong(stage, to);
+}
+
+/// Calls under way are let out first, but for those of the thread that closes.
+void AwaitUsers(CIOBuffer* session, unsigned int own) {
+  for (;;) {
+    std::uint32_t users = 0;
+    {
+      const Hold hold;  // who has left is out of the lock, too
+      users = session->users;
+    }
+    if (users <= own) return;
+    support::WaitWhile(session->users, users, support::kNever);
+  }
+}
+
+/// Frees the session, or leaves that to the last call that uses it still.
+void Free(CIOBuffer* session, bool in_use) {
+  if (!in_use) {
+    delete session;
+  } else {
+    const Hold hold;
+    session->freed_by_last_user = true;
+  }
+  CountGone();
+}
+
+/// Brings the session to rest, on a thread of its own: nothing here calls the provider but what runs in the session.
+void BringToRest(CIOBuffer* session, unsigned int own, std::int64_t drain_deadline) {
+  session->BeginClose();
+  AwaitUsers(session, own);
+  Advance(session, Stage::kClosing, Stage::kDraining);
+  session->Drain(drain_deadline);
+  session->StopThreads();
+  if (Advance(session, Stage::kDraining, Stage::kAtRest)) {
+    support::Wake(session->stage, support::kAllWaiters);
+    return;
+  }
+  // Nobody waits for it any more, so it ends here.
+  session->CloseLink();
+  session->closer.detach();
+  Free(session, own > 0);
+}
+
+void StartClosing(CIOBuffer* session, std::int64_t drain_deadline) {
+  const unsigned int own = Call::Uses(session);
+  try {
+    session->closer = std::thread(BringToRest, session, own, drain_deadline);
+  } catch (...) {
+    BringToRest(session, own, drain_deadline);  // no thread to be had
+  }
+}
+
+/// Waits until the session is at rest, and ends it on this thread. False: it was not at rest by the limit, or another
+/// call is ending it.
+bool FinishClosing(CIOBuffer* session, std::int64_t limit_ns, Call* closing) {
+  for (std::uint32_t stage = session->stage; stage < Stage::kAtRest; stage = session->stage) {
+    if (support::WaitWhile(session->stage, stage, limit_ns)) continue;
+    if (session->stage.compare_exchange_strong(stage, Stage::kAbandoned)) return false;
+  }
+  {
+    const BlockedSignals blocked;
+    if (!Advance(session, Stage::kAtRest, Stage::kGone)) return false;
+    if (session->closer.joinable()) session->closer.join();
+  }
+  session->CloseLink();
+  const BlockedSignals blocked;
+  if (closing != nullptr) closing->session = nullptr;
+  Free(session, Call::Refers(session));
+  return true;
+}
+
+/// A call that has interrupted another one of its thread waits for that one to no end.
+std::int64_t Limit(const Call& call, std::int64_t drain_deadline) {
+  return call.interrupted == nullptr ? support::kNever : drain_deadline + kStopLimit * support::kNsPerMillisecond;
 }
 
 }  // namespace
@@ -70,112 +149,150 @@ CIOBuffer* CScpiResManager::FindSession(unsigned long id) const {
   return found == m_sessions.end() ? nullptr : *found;
 }
 
-long CScpiResManager::OpenSession(const char* name, CIOBuffer** out, unsigned int timeout) {
-  *out = nullptr;
-  auto owner = std::make_unique<CIOBuffer>();
-  CIOBuffer* session = owner.get();
+CIOBuffer* CScpiResManager::MakeSession() {
+  auto session = std::make_unique<CIOBuffer>();
+  const Hold hold;
+  m_opening.push_back(session.get());
+  if (table.ending) session->Device().ThreadStopAsync();
+  return session.release();
+}
+
+bool CScpiResManager::List(CIOBuffer* session, unsigned long* id) {
+  session->SetID(random_uint32(0xFFFFFFFF));
+  const Hold hold;
+  if (table.ending) return false;  // nobody would close it any more
+  m_sessions.push_back(session);
+  std::erase(m_opening, session);
+  session->stage = Stage::kOpen;
+  *id = session->GetID();  // from here on another thread may close it
+  return true;
+}
+
+long CScpiResManager::OpenSession(const char* name, unsigned int timeout, unsigned long* id) {
+  // Signals come in only while this waits: no handler finds the list or the memory half changed.
+  Call call(Call::Kind::kOpen);
   {
-    const Hold hold;
-    m_opening.push_back(session);
-    if (table.ending) session->Device().ThreadStopAsync();
-  }
-  const auto no_longer_opening = [this, session] { std::erase(m_opening, session); };
-  try {
-    const long status = session->OpenConnection(name, timeout);
-    if (status == VI_SUCCESS) {
-      session->SetID(random_uint32(0xFFFFFFFF));
-      const Hold hold;
-      no_longer_opening();
-      if (table.ending) return VI_ERROR_INV_OBJECT;  // nobody would close it any more
-      m_sessions.push_back(session);
-      session->users = 1;  // the opener's own use: from here on another thread may close the session
-      *out = owner.release();
-      return VI_SUCCESS;
+    const BlockedSignals blocked;
+    try {
+      call.session = MakeSession();
+    } catch (...) {
+      CountGone();
+      return VI_ERROR_SYSTEM_ERROR;
     }
-    session->CloseConnection();
-    const Hold hold;
-    no_longer_opening();
-    return status;
-  } catch (...) {
-    const Hold hold;
-    no_longer_opening();
-    throw;
   }
+  CIOBuffer* const session = call.session;
+  long status = session->OpenConnection(name, timeout);
+  if (session->Device().ThreadShouldStop()) status = VI_ERROR_INV_OBJECT;
+  if (status != VI_SUCCESS) session->CloseConnection();
+  {
+    const BlockedSignals blocked;
+    try {
+      if (status == VI_SUCCESS && List(session, id)) {
+        call.session = nullptr;
+        return VI_SUCCESS;
+      }
+      if (status == VI_SUCCESS) status = VI_ERROR_INV_OBJECT;
+    } catch (...) {
+      status = VI_ERROR_SYSTEM_ERROR;
+    }
+    {
+      const Hold hold;
+      std::erase(m_opening, session);
+    }
+    session->stage = Stage::kClosing;
+    StartClosing(session, support::NowNs());
+  }
+  FinishClosing(session, Limit(call, support::NowNs()), &call);
+  return status;
 }
 
 long CScpiResManager::CloseSession(unsigned long id) {
   if (forked) return VI_ERROR_INV_OBJECT;
+  const CancellationOff cancellation_off;
+  const std::int64_t deadline = support::DeadlineIn(kDrainLimit);
+  Call call(Call::Kind::kClose);
   CIOBuffer* session = nullptr;
   {
-    const Hold hold;
-    if (ScpiResManager != nullptr) session = ScpiResManager->FindSession(id);
-    if (session == nullptr) return VI_ERROR_INV_OBJECT;
-    std::erase(ScpiResManager->m_sessions, session);
-    in_call = true;
+    const BlockedSignals blocked;
+    {
+      const Hold hold;
+      if (ScpiResManager != nullptr) session = ScpiResManager->FindSession(id);
+      if (session == nullptr) return VI_ERROR_INV_OBJECT;
+      std::erase(ScpiResManager->m_sessions, session);
+      session->stage = Stage::kClosing;
+    }
+    call.session = session;
+    StartClosing(session, deadline);
   }
-  Finish(session, support::DeadlineIn(kDrainLimit));
+  FinishClosing(session, Limit(call, deadline), &call);
   return VI_SUCCESS;
 }
 
-void CScpiResManager::Finish(CIOBuffer* session, std::int64_t drain_deadline) {
-  session->BeginClose();
-  {
-    Hold hold;
-    while (session->users > 0) hold.Wait();
+void CScpiResManager::Unlist(std::vector<CIOBuffer*>& closing) {
+  table.ending = true;
+  for (CIOBuffer* session : m_opening) session->Device().ThreadStopAsync();
+  for (CIOBuffer* session : m_sessions) {
+    const bool can_end = !session->Device().RunsOnThisThread();
+    session->stage = can_end ? Stage::kClosing : Stage::kAbandoned;
+    if (can_end) closing.push_back(session);
   }
-  session->Drain(drain_deadline);
-  delete session;
-  Hold hold;
-  in_call = false;
-  --table.alive;
-  hold.Notify();
+  m_sessions.clear();
+  // What this thread was just opening: its interpreter needs nothing of the interrupted call.
+  for (Call* call = Call::Innermost(); call != nullptr; call = call->interrupted) {
+    if (call->session == nullptr || std::erase(m_opening, call->session) == 0) continue;
+    call->session->stage = Stage::kClosing;
+    closing.push_back(call->session);
+  }
 }
 
 void CScpiResManager::EndSessions() {
-  const auto is_own = [](CIOBuffer* session) { return session == called || session->Device().RunsOnThisThread(); };
-  std::vector<CIOBuffer*> sessions;
-  {
-    const Hold hold;
-    if (!table.ending) {
-      // Wherever that session stands, opening, open or closing, it stays alive as long as this thread.
-      table.abandoned = in_call || CThreadObject::OnAnyThread() ? 1 : 0;
-      std::erase_if(m_sessions, is_own);
-    }
-    table.ending = true;
-    for (CIOBuffer* session : m_opening) session->Device().ThreadStopAsync();
-    sessions.swap(m_sessions);
-  }
   const std::int64_t deadline = support::DeadlineIn(kDrainLimit);
-  std::vector<std::thread> closers;
-  // The last one on this thread: at unload a thread of our own may have to wait for a lock that the loader holds.
-  CIOBuffer* const last = sessions.empty() ? nullptr : sessions.back();
-  for (CIOBuffer* session : sessions) {
-    if (session == last) break;
-    try {
-      closers.emplace_back([session, deadline] { Finish(session, deadline); });
-    } catch (...) {
-      Finish(session, deadline);  // no thread to be had: one after the other then
-    }
+  const std::int64_t limit = deadline + kStopLimit * support::kNsPerMillisecond;
+  // Wherever the session of this thread stands, opening, open or closing, it stays alive as long as the thread.
+  std::uint32_t left = CThreadObject::OnAnyThread() ? 1 : 0;
+  std::vector<CIOBuffer*> closing;
+  {
+    const Hold hold(limit);
+    if (!hold || table.ending) return;
+    Unlist(closing);
   }
-  if (last != nullptr) Finish(last, deadline);
-  for (std::thread& closer : closers) closer.join();
-  Hold hold;
-  while (table.alive > table.abandoned) hold.Wait();
+  for (CIOBuffer* session : closing) StartClosing(session, deadline);
+  // What this thread was just closing comes to rest by itself.
+  for (Call* call = Call::Innermost(); call != nullptr; call = call->interrupted) {
+    if (call->kind == Call::Kind::kUse || call->session == nullptr) continue;
+    if (std::count(closing.begin(), closing.end(), call->session) == 0) closing.push_back(call->session);
+  }
+  for (CIOBuffer* session : closing) left += FinishClosing(session, limit, nullptr) ? 0 : 1;
+  for (std::uint32_t alive = table.alive; alive > left; alive = table.alive) {
+    if (!support::WaitWhile(table.alive, alive, limit)) return;
+  }
 }
 
-SessionUse::SessionUse(unsigned long id) {
+SessionUse::SessionUse(unsigned long id) : m_call(Call::Kind::kUse), m_refusal(VI_ERROR_INV_OBJECT) {
   if (forked) return;
   const Hold hold;
   if (ScpiResManager == nullptr) return;
-  m_session = ScpiResManager->FindSession(id);
-  if (m_session == nullptr) return;
-  ++m_session->users;
-  in_call = true;
-  called = m_session;
+  CIOBuffer* const session = ScpiResManager->FindSession(id);
+  if (session == nullptr) return;
+  if (Call::IsInRings(session)) {
+    m_refusal = VI_ERROR_TMO;
+    return;
+  }
+  m_call.session = session;  // first: from here on no handler frees it
+  ++session->users;
+  m_session = session;
 }
 
 SessionUse::~SessionUse() {
-  if (m_session != nullptr) Leave(m_session);
+  if (m_session == nullptr) return;
+  bool frees = false;
+  {
+    const Hold hold;
+    const bool last = --m_session->users == 0;
+    frees = last && m_session->freed_by_last_user;
+    if (m_session->IsClosing() && !frees) support::Wake(m_session->users, support::kAllWaiters);
+  }
+  if (frees) delete m_session;
 }
 
 void CreateResManager() {
@@ -191,8 +308,8 @@ void EndResManager() {
 
 void DeleteResManager() {
   if (forked) return;
+  if (table.alive > 0) return;  // what was left as it is goes with the process, and may hold the lock
   const Hold hold;
-  if (table.alive > 0) return;  // a session whose own thread ends the process; its memory goes with it
   delete ScpiResManager;
   ScpiResManager = nullptr;
   ReleaseCommandTree();
@@ -204,27 +321,12 @@ void MarkForked() {
 
 long OpenSession(const char* name, unsigned int timeout, unsigned long* id) {
   if (forked) return VI_ERROR_INV_OBJECT;
+  const CancellationOff cancellation_off;
   {
+    const BlockedSignals blocked;
     const Hold hold;
     if (ScpiResManager == nullptr || table.ending) return VI_ERROR_INV_OBJECT;
     ++table.alive;
-    in_call = true;
   }
-  CIOBuffer* session = nullptr;
-  long status = VI_ERROR_SYSTEM_ERROR;
-  try {
-    status = ScpiResManager->OpenSession(name, &session, timeout);
-  } catch (...) {
-    status = VI_ERROR_SYSTEM_ERROR;
-  }
-  if (session != nullptr) {
-    *id = session->GetID();
-    Leave(session);
-    return VI_SUCCESS;
-  }
-  Hold hold;
-  --table.alive;
-  in_call = false;
-  hold.Notify();
-  return status;
+  return ScpiResManager->OpenSession(name, timeout, id);
 }

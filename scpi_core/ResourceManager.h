@@ -1,15 +1,38 @@
-// The session table, and how sessions begin and end.
+// The list of sessions, and how a session lives (CIOBuffer::Stage):
 //
-// Nothing that was acknowledged is lost and nothing that is freed is touched: closing unlinks the session first (one
-// caller wins), lets calls under way out, runs what was written for at most ten seconds, and only then stops the
-// interpreter and frees. One lock guards the table; it is never held during a call. The lock and the pointer below are
-// constant-initialised and never destroyed, so the exports work, and refuse, before the library's load hook and after
-// its unload hook.
+//   opening --List--> open --CloseSession, EndSessions--> closing --BringToRest--> draining --> at rest --> gone
+//      |                                                  ^   |                       |      FinishClosing
+//      +--OpenSession, when it fails; EndSessions---------+   +----FinishClosing------+--> abandoned
+//
+//   opening    its interpreter opens the link; in m_opening, only to be asked to stop; no handle, no calls
+//   open       in m_sessions, and calls are let in (SessionUse); the interpreter runs what is written
+//   closing    in no list, so one caller closes it and no call is let in; a blocked read comes back, and calls under
+//   way
+//              are let out first
+//   draining   no calls are under way; what was written still runs, for ten seconds at most; then its threads are
+//   stopped at rest    interpreter and run thread have ended; the link is still open gone       the link is closed, by
+//   the thread that closes, and the memory freed abandoned  was not at rest by the limit at the end of the process, or
+//   one of its own threads ends the process: it is
+//              left as it is. Should it come to rest after all, it ends by itself.
+//
+// Nothing that was acknowledged is lost and nothing that is freed is touched. From closing to at rest the work is done
+// by a thread of the session's own (closer); who closes only waits for the stage. So the handler of a signal that has
+// interrupted skClose can end the process: it waits for the same stage. The provider is called by the thread that
+// closes or unloads, one session after the other, since a provider may need the lock that the loader holds then.
+//
+// A call notes on its stack what it is in (Call.h). A thread waits for no use that its own handler has interrupted; the
+// memory of such a session is freed by that use, when it comes out. Where a handler closes or ends the process, and at
+// every exit, all waits have a limit: the interrupted call may hold a lock.
+//
+// The list lock guards both lists, `ending` and the count of users. It is never held during a call. It, the counts and
+// the pointer below are constant-initialised and never destroyed, so the exports work, and refuse, before the library's
+// load hook and after its unload hook.
 #pragma once
 
 #include <cstdint>
 #include <vector>
 
+#include "scpi_core/Call.h"
 #include "scpi_core/IOBuffer.h"
 
 class CScpiResManager {
@@ -20,19 +43,24 @@ class CScpiResManager {
   CScpiResManager(const CScpiResManager&) = delete;
   CScpiResManager& operator=(const CScpiResManager&) = delete;
 
-  /// Opens a session and stores it in `*out`, with one use counted that the caller gives back; null there and a status
-  /// on failure, which leaves nothing behind and takes a second. `timeout` in milliseconds. May throw.
-  long OpenSession(const char* name, CIOBuffer** out, unsigned int timeout);
+  /// Opens a session that was counted as alive, and stores its handle; a status on failure, which leaves nothing behind
+  /// and takes a second. `timeout` in milliseconds.
+  long OpenSession(const char* name, unsigned int timeout, unsigned long* id);
   /// VI_SUCCESS, or VI_ERROR_INV_OBJECT for a handle that no session has. Takes a second or more.
   static long CloseSession(unsigned long id);
-  /// The session with this handle, or null. Under the lock of the table.
+  /// The session with this handle, or null. Under the list lock.
   CIOBuffer* FindSession(unsigned long id) const;
   /// Closes all sessions side by side with one limit for what is left to run, and waits until no session is alive that
-  /// another thread is opening or closing. A session whose own thread calls this is skipped.
+  /// another thread is opening or closing. A session whose own thread calls this is abandoned.
   void EndSessions();
 
  private:
-  static void Finish(CIOBuffer* session, std::int64_t drain_deadline);
+  /// A session that is opening. May throw.
+  CIOBuffer* MakeSession();
+  /// From opening to open. False once the process is ending. May throw.
+  bool List(CIOBuffer* session, unsigned long* id);
+  /// Under the list lock: takes all sessions that can be closed off the lists.
+  void Unlist(std::vector<CIOBuffer*>& closing);
 
   std::vector<CIOBuffer*> m_sessions;  ///< in order of opening
   std::vector<CIOBuffer*> m_opening;   ///< not listed yet; here only to be asked to stop
@@ -52,9 +80,14 @@ class SessionUse {
   /// Null if there is no such session, or none can be used (a forked child, a library that is unloading).
   CIOBuffer* operator->() const { return m_session; }
   explicit operator bool() const { return m_session != nullptr; }
+  /// Why it is null: VI_ERROR_INV_OBJECT; or VI_ERROR_TMO in the handler of a signal, where the interrupted call may
+  /// hold a lock of the same session.
+  long Refusal() const { return m_refusal; }
 
  private:
+  Call m_call;
   CIOBuffer* m_session = nullptr;
+  long m_refusal;
 };
 
 // The hooks of the shared library's load and unload.

@@ -7,7 +7,7 @@
 
 namespace {
 
-constinit thread_local bool on_thread_object = false;
+__attribute__((tls_model("initial-exec"))) constinit thread_local bool on_thread_object = false;
 
 }  // namespace
 
@@ -39,6 +39,16 @@ bool CSafeObject::TryLock() {
   return pthread_mutex_trylock(&m_mutex) == 0;
 }
 
+BlockedSignals::BlockedSignals() {
+  sigset_t all;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &m_before);
+}
+
+BlockedSignals::~BlockedSignals() {
+  pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
+}
+
 CThreadObject::CThreadObject(int) : m_stop_event(neosmart::CreateEvent(true, false)) {
   assert(m_stop_event != nullptr);
 }
@@ -57,6 +67,7 @@ unsigned int CThreadObject::ThreadStart(void (*body)(CThreadObject& self)) {
   if (Active()) return 0xFFFFFFFF;
   neosmart::ResetEvent(m_stop_event);
   m_should_stop = false;
+  const BlockedSignals blocked;
   m_thread = std::thread([this, body] {
     m_thread_id = std::this_thread::get_id();
     on_thread_object = true;

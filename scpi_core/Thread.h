@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <csignal>
 #include <pthread.h>
 #include <thread>
 
@@ -28,7 +29,20 @@ class CSafeObject {
   pthread_mutex_t m_mutex;
 };
 
-/// A thread whose body is ThreadCycle, and which can be asked to stop.
+/// Blocks every signal on this thread, and so on threads that it starts, as long as it lives.
+class BlockedSignals {
+ public:
+  BlockedSignals();
+  ~BlockedSignals();
+  BlockedSignals(const BlockedSignals&) = delete;
+  BlockedSignals& operator=(const BlockedSignals&) = delete;
+
+ private:
+  sigset_t m_before;
+};
+
+/// A thread whose body is ThreadCycle, and which can be asked to stop. Every signal is blocked on it: one that the
+/// program reads with signalfd, say, must not be delivered here and kill it.
 ///
 /// Start, stop and Active belong to one thread at a time, the owner's; ThreadStopAsync and ThreadShouldStop to any.
 class CThreadObject {

@@ -17,9 +17,14 @@ CDevice::CDevice(CIOBuffer* io_buffer) : CGenericDevice(io_buffer) {}
 
 // The interpreter has left its cycle by now, so nobody but the run thread is about.
 CDevice::~CDevice() {
-  CancelIfSweeping();
-  m_run_thread.reset();
+  CDevice::StopRun();
   CDevice::CloseConnection();
+}
+
+void CDevice::StopRun() {
+  CancelIfSweeping();
+  m_poller = nullptr;
+  m_run_thread.reset();
 }
 
 long CDevice::GetAttribute(unsigned long id, void* result) {

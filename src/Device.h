@@ -49,6 +49,7 @@ class CDevice : public CGenericDevice {
   CDevice(const CDevice&) = delete;
   CDevice& operator=(const CDevice&) = delete;
 
+  void StopRun() override;
   /// The run thread counts as a thread of this device too.
   bool RunsOnThisThread() const override {
     const CRunThread* const poller = m_poller;

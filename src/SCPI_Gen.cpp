@@ -1,5 +1,4 @@
 // The session functions that work, and the factory of the instrument. Each looks at its pointers and forwards.
-#include <mutex>
 #include <stdexcept>
 
 #include "scpi_zlt/scpi_zlt.h"
@@ -9,8 +8,9 @@
 #include "src/plib/CommandTable.h"
 
 CGenericDevice* CreateDevice(CIOBuffer* io_buffer) {
-  static std::once_flag filled;
-  std::call_once(filled, scpi_lib::RegisterCommandTree);
+  // Not std::call_once: it keeps thread-local data in the C++ library, which allocates for it on a thread's first call.
+  static const bool filled = (scpi_lib::RegisterCommandTree(), true);
+  static_cast<void>(filled);
   return new CDevice(io_buffer);
 }
 
@@ -37,22 +37,22 @@ long skClose(unsigned long session) {
 
 long skWrite(unsigned long session, unsigned char* text, unsigned long count, unsigned long* written) {
   const SessionUse use(session);
-  return use ? use->Write(text, count, written) : VI_ERROR_INV_OBJECT;
+  return use ? use->Write(text, count, written) : use.Refusal();
 }
 
 long skRead(unsigned long session, unsigned char* buffer, unsigned long size, unsigned long* count) {
   const SessionUse use(session);
-  return use ? use->Read(buffer, size, count) : VI_ERROR_INV_OBJECT;
+  return use ? use->Read(buffer, size, count) : use.Refusal();
 }
 
 long skGetAttribute(unsigned long session, unsigned long attribute, void* result) {
   const SessionUse use(session);
-  return use ? use->Device().GetAttribute(attribute, result) : VI_ERROR_INV_OBJECT;
+  return use ? use->Device().GetAttribute(attribute, result) : use.Refusal();
 }
 
 long skSetAttribute(unsigned long session, unsigned long attribute, unsigned long state) {
   const SessionUse use(session);
-  return use ? use->Device().SetAttribute(attribute, state) : VI_ERROR_INV_OBJECT;
+  return use ? use->Device().SetAttribute(attribute, state) : use.Refusal();
 }
 
 }  // extern "C"

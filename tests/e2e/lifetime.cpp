@@ -13,6 +13,8 @@
 #include <functional>
 #include <link.h>
 #include <string>
+#include <sys/signalfd.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -174,6 +176,7 @@ void ExitWhileClosing(const char* path) {
   ExitAndLook([] { ExpectMessagesRan(1); });
 }
 
+std::atomic<bool> close_asks_the_loader{false};
 std::atomic<unsigned long> last_reader{0};      ///< a session of the provider
 std::atomic<unsigned long> exit_in_read_of{0};  ///< 0 is none
 
@@ -204,23 +207,153 @@ void ExitOnPoller(const char* path) {
   ExitFrom(path, {":FREQ:MODE SWE\n", ":TRIG:SOUR EXT\n", ":INIT\n"}, "SIM2 await=held");
 }
 
+const Library* interrupted_library = nullptr;
+unsigned long interrupted_session = 0;
+
+/// Calls `handler` on this thread out of what it does `milliseconds` from now.
+void InterruptIn(int milliseconds, void (*handler)(int)) {
+  signal(SIGALRM, handler);
+  itimerval time{};
+  time.it_value.tv_usec = milliseconds * 1000;
+  setitimer(ITIMER_REAL, &time, nullptr);
+}
+
+void ExpectAllIsClosed() {
+  Expect(Held("SIM1 P_FREQUENCY").starts_with("3000000000"), "all that was written arrived");
+  Expect(Held("SIM1 P_RF_OUT2").starts_with("0"), "the output is off");
+  Expect(Held("SIM1 links") == "0", "the link is closed");
+  Expect(Clock::now() - exit_start < std::chrono::seconds(9), "nobody waits for the interrupted call");
+}
+
+constexpr const char* kSettings = ":FREQ 1GHZ\n:POW -10\n:OUTP ON\n:FREQ 3GHZ\n:OUTP OFF\n";
+
 /// A person's Ctrl-C: the handler ends the process out of a read that waits for ever.
 void ExitInHandler(const char* path) {
   static const Library library(path);
-  library.Write(library.Open("SIM1::latency=50"), kMessages);
-  const unsigned long session = library.Open("SIM2");
+  const unsigned long session = library.Open("SIM1::latency=100");
   library.set_attribute(session, VI_ATTR_TMO_VALUE, 0xFFFFFFFF);
-  library.Write(session, ":FREQ 1GHZ\n");
-  look_after_exit = [] {
-    ExpectMessagesRan(1);
-    Expect(Clock::now() - exit_start < std::chrono::seconds(5), "nobody waits for the interrupted read");
-  };
-  signal(SIGALRM, [](int) {
+  library.Write(session, kSettings);
+  look_after_exit = ExpectAllIsClosed;
+  InterruptIn(50, [](int) {
     exit_start = Clock::now();
     std::exit(1);
   });
-  alarm(1);
   library.Read(session);
+}
+
+/// The handler makes calls of its own before it ends the process; SIM1 is the session of these.
+void CallAndExit(int) {
+  exit_start = Clock::now();
+  Expect(interrupted_library->Write(interrupted_session, kSettings) == VI_SUCCESS, "a handler may write");
+  std::exit(1);
+}
+
+void ExitInHandlerOf(const char* path, void (*call)(const Library& library)) {
+  static const Library library(path);
+  interrupted_library = &library;
+  interrupted_session = library.Open("SIM1::latency=50");
+  look_after_exit = [] {
+    ExpectAllIsClosed();
+    Expect(Held("SIM2 links") != "1", "the other link is closed, too");
+  };
+  call(library);
+}
+
+void ExitInHandlerOfRead(const char* path) {
+  ExitInHandlerOf(path, [](const Library& library) {
+    library.set_attribute(interrupted_session, VI_ATTR_TMO_VALUE, 0xFFFFFFFF);
+    library.Write(interrupted_session, ":FREQ 1GHZ\n");
+    InterruptIn(200, CallAndExit);
+    library.Read(interrupted_session);
+  });
+}
+
+void ExitInHandlerOfOpen(const char* path) {
+  ExitInHandlerOf(path, [](const Library& library) {
+    InterruptIn(200, CallAndExit);
+    unsigned long session = 0;
+    library.open(0, "SIM2::silent=0::INSTR::ZLT", 0, 60000, &session);
+  });
+}
+
+void ExitInHandlerOfClose(const char* path) {
+  ExitInHandlerOf(path, [](const Library& library) {
+    const unsigned long session = library.Open("SIM2::latency=100");
+    library.Write(session, kSettings);
+    InterruptIn(200, CallAndExit);
+    library.close(session);
+  });
+}
+
+/// The handler closes the session whose read it has interrupted, and lets that read go on.
+void CloseInHandler(const char* path) {
+  const Library library(path);
+  interrupted_library = &library;
+  interrupted_session = library.Open("SIM1::latency=50");
+  library.set_attribute(interrupted_session, VI_ATTR_TMO_VALUE, 0xFFFFFFFF);
+  library.Write(interrupted_session, kSettings);
+  exit_start = Clock::now();
+  InterruptIn(50, [](int) {
+    Expect(interrupted_library->close(interrupted_session) == VI_SUCCESS, "the handler closes the session");
+    ExpectAllIsClosed();
+  });
+  unsigned char byte = 0;
+  Expect(library.read(interrupted_session, &byte, 1, nullptr) == VI_ERROR_INV_OBJECT, "the read is let out");
+  Expect(library.close(interrupted_session) == VI_ERROR_INV_OBJECT, "the session is closed");
+}
+
+/// A program that reads its signals from a descriptor is not killed by them on a thread of the library.
+void SignalDescriptor(const char* path) {
+  const Library library(path);
+  const unsigned long session = library.Open("SIM1");
+  for (const char* message : {":FREQ:MODE SWE\n", ":INIT\n"}) library.Write(session, message);
+  simControl("SIM1 await=run");
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGINT);
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  const int descriptor = signalfd(-1, &signals, 0);
+  kill(getpid(), SIGINT);
+  signalfd_siginfo info{};
+  Expect(read(descriptor, &info, sizeof info) == sizeof info && info.ssi_signo == SIGINT, "the signal is read");
+  close(descriptor);
+  library.close(session);
+}
+
+/// A thread that is cancelled while it opens or closes ends when that is done.
+void Cancel(const char* path) {
+  static const Library library(path);
+  static std::atomic<unsigned long> session{0};
+  static std::atomic<bool> closes{false};
+  std::thread opener([] {
+    unsigned long opened = 0;
+    library.open(0, "SIM1::latency=20::INSTR::ZLT", 0, 20000, &opened);
+    session = opened;
+    for (;;) pthread_testcancel();
+  });
+  while (Held("SIM1 packets").size() < 1 || Held("SIM1 packets") == "0") std::this_thread::yield();
+  pthread_cancel(opener.native_handle());
+  opener.join();
+  Expect(session != 0, "the session opened");
+  std::thread closer([] {
+    closes = true;
+    library.close(session);
+    for (;;) pthread_testcancel();
+  });
+  while (!closes) std::this_thread::yield();
+  pthread_cancel(closer.native_handle());
+  closer.join();
+  Expect(Held("SIM1 links") == "0", "the link is closed");
+  std::thread reader([] {
+    const unsigned long other = session = library.Open("SIM2");
+    library.set_attribute(other, VI_ATTR_TMO_VALUE, 0xFFFFFFFF);
+    library.Write(other, ":FREQ 1GHZ\n");
+    library.Read(other);
+  });
+  while (Held("SIM2 P_FREQUENCY").rfind("1000000000", 0) != 0) std::this_thread::yield();
+  pthread_cancel(reader.native_handle());
+  reader.join();
+  Expect(library.close(session) == VI_SUCCESS, "a cancelled read keeps nobody from closing");
 }
 
 void Unload(const char* path) {
@@ -235,8 +368,10 @@ void Unload(const char* path) {
   }
 }
 
+/// The provider's viClose asks the loader for something, which holds its lock while it unloads (see viClose below).
 void UnloadWithSessions(const char* path) {
   const Library library(path);
+  close_asks_the_loader = true;
   for (const char* instrument : {"SIM1::latency=50", "SIM2::latency=50"}) {
     library.Write(library.Open(instrument), kMessages);
   }
@@ -280,6 +415,12 @@ extern "C" __attribute__((visibility("default"))) long viRead(unsigned long sess
   return provider(session, buffer, count, count_out);
 }
 
+extern "C" __attribute__((visibility("default"))) long viClose(unsigned long session) {
+  static const auto provider = reinterpret_cast<decltype(&viClose)>(dlsym(RTLD_NEXT, "viClose"));
+  if (close_asks_the_loader) dlclose(dlopen(nullptr, RTLD_NOW));
+  return provider(session);
+}
+
 int main(int argc, char** argv) {
   const struct {
     const char* name;
@@ -290,6 +431,12 @@ int main(int argc, char** argv) {
               {"exit_on_interpreter", ExitOnInterpreter},
               {"exit_on_poller", ExitOnPoller},
               {"exit_in_handler", ExitInHandler},
+              {"exit_in_handler_of_read", ExitInHandlerOfRead},
+              {"exit_in_handler_of_open", ExitInHandlerOfOpen},
+              {"exit_in_handler_of_close", ExitInHandlerOfClose},
+              {"close_in_handler", CloseInHandler},
+              {"signal_descriptor", SignalDescriptor},
+              {"cancel", Cancel},
               {"unload", Unload},
               {"unload_with_sessions", UnloadWithSessions},
               {"fork", Fork}};
