@@ -102,6 +102,7 @@ void BringToRest(CIOBuffer* session, unsigned int own, std::int64_t drain_deadli
 
 void StartClosing(CIOBuffer* session, std::int64_t drain_deadline) {
   const unsigned int own = Call::Uses(session);
+  const BlockedSignals blocked;
   try {
     session->closer = std::thread(BringToRest, session, own, drain_deadline);
   } catch (...) {
