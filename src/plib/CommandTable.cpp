@@ -102,17 +102,27 @@ consteval std::vector<Node> MakeNodes() {
   return sorted;
 }
 
-consteval std::size_t CountCharacters() {
-  std::size_t count = 0;
-  for (const Node& node : MakeNodes()) count += node.keyword.spelled.size() + 1;
-  return count;
-}
+/// What has to be known before the arrays below can be.
+struct Sizes {
+  std::size_t nodes = 0;
+  std::size_t levels = 0;
+  std::size_t characters = 0;  ///< of all names, each with its terminating zero
+};
 
-/// The long forms of all nodes in lower case, each with its terminating zero.
-consteval auto MakeNames() {
-  std::array<char, CountCharacters()> names{};
+consteval Sizes Measure() {
+  const std::vector<Node> nodes = MakeNodes();
+  Sizes sizes{nodes.size(), nodes.back().level + 1, 0};
+  for (const Node& node : nodes) sizes.characters += node.keyword.spelled.size() + 1;
+  return sizes;
+}
+constexpr Sizes kSizes = Measure();
+
+/// The long forms of all nodes in lower case.
+consteval std::array<char, kSizes.characters> MakeNames() {
+  const std::vector<Node> nodes = MakeNodes();
+  std::array<char, kSizes.characters> names{};
   std::size_t at = 0;
-  for (const Node& node : MakeNodes()) {
+  for (const Node& node : nodes) {
     for (const char c : node.keyword.spelled) names[at++] = ToLower(c);
     ++at;
   }
@@ -120,11 +130,12 @@ consteval auto MakeNames() {
 }
 constexpr auto kNames = MakeNames();
 
-consteval auto MakeRows() {
-  std::array<sCommandTreeNode, MakeNodes().size()> rows{};
+consteval std::array<sCommandTreeNode, kSizes.nodes> MakeRows() {
+  const std::vector<Node> nodes = MakeNodes();
+  std::array<sCommandTreeNode, kSizes.nodes> rows{};
   const char* name = kNames.data();
   std::size_t at = 0;
-  for (const Node& node : MakeNodes()) {
+  for (const Node& node : nodes) {
     sCommandTreeNode& row = rows[at++];
     row = {name,    ShortLength(node.keyword.spelled), node.parent, node.id, node.keyword.optional, 1,
            nullptr, {kBothForms, nullptr, 0}};
@@ -138,10 +149,11 @@ consteval auto MakeRows() {
 }
 constexpr auto kRows = MakeRows();
 
-consteval auto MakeLevelEnds() {
-  std::array<std::size_t, MakeNodes().back().level + 1> ends{};
+consteval std::array<std::size_t, kSizes.levels> MakeLevelEnds() {
+  const std::vector<Node> nodes = MakeNodes();
+  std::array<std::size_t, kSizes.levels> ends{};
   std::size_t count = 0;
-  for (const Node& node : MakeNodes()) ends[node.level] = ++count;
+  for (const Node& node : nodes) ends[node.level] = ++count;
   return ends;
 }
 constexpr auto kLevelEnds = MakeLevelEnds();
