@@ -136,6 +136,17 @@ enum EStatus : int {
   SK_W3T_USER_CHANGES,
 };
 
+// Where success ends, told in four ways. They differ, and instruments of all ages have been used with each.
+
+/// What a setting reports as failed: 16 bits, read as unsigned, of this and above. -224 and -226 are failures too.
+inline constexpr std::uint16_t kFirstFailure = 0x5000;
+/// Above this, or negative, a reply makes the exchange reset the instrument's command state.
+inline constexpr std::int16_t kLastStatusWithoutReset = 20480;
+/// Above this, read as unsigned, a reply to SK_RUN ends the run.
+inline constexpr std::uint16_t kLastStatusOfARun = 20000;
+/// Above this, read as unsigned, the result of an exchange is a link that failed while RF-out forms are tried.
+inline constexpr unsigned long kLastResultOfALink = 10000;
+
 /// Parameter id, the first word of a parameter packet's body.
 enum EParameter : int {
   P_FREQUENCY = 0,

@@ -8,7 +8,7 @@
 //
 // Results are ints: 0, or a 16-bit device status sign-extended, or one of the SCPI numbers -108, -222, -224, -226,
 // -310, -365, or -1, 223, 226 where a function says so. A device status is a failure when its 16 bits read as unsigned
-// are 0x5000 or more (IsFailure); most setters fold what is below to 0 (Folded).
+// are kFirstFailure or more (IsFailure); most setters fold what is below to 0 (Folded).
 #pragma once
 
 #include <atomic>
@@ -29,9 +29,9 @@
 #include "src/DeviceRecords.h"
 #include "src/PacketTypes.h"
 
-/// True for a status that means failure: 16 bits, read as unsigned, of 0x5000 or more. -224 and -226 are failures too.
+/// True for a status that means failure (kFirstFailure in protocol/comset.h).
 constexpr bool IsFailure(int status) {
-  return static_cast<std::uint16_t>(status) >= 0x5000;
+  return static_cast<std::uint16_t>(status) >= kFirstFailure;
 }
 /// Successes and warnings become 0, failures stay.
 constexpr int Folded(int status) {

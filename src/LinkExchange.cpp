@@ -18,8 +18,6 @@ constexpr unsigned int kExchangeLimitMs = 10000;
 constexpr unsigned int kShortResetMs = 1000;
 /// What the body length is taken for when the head reports a read time-out. Callers rely on it.
 constexpr unsigned int kReportedTimeOutLimit = 555;
-/// Above this, or negative, a status is an error that resets the instrument's command state.
-constexpr std::int16_t kLastHarmlessStatus = 20480;
 
 /// What an exchange may do beside its request and reply.
 struct Manner {
@@ -240,7 +238,7 @@ long Process(unsigned long session, CDevCommand& packet, bool stopping, bool& co
   if (result != VI_SUCCESS) return result;
 
   const std::int16_t status = GetCommandStatus(&packet);
-  const bool failed = status < 0 || status > kLastHarmlessStatus;
+  const bool failed = status < 0 || status > kLastStatusWithoutReset;
   if (failed && request != SK_RESET && packet.Command() != SK_RESET) {
     const long reset = Reset(session, connected, kDefaultTimeOut, manner);
     if (reset == VI_ERROR_ABORT && request == SK_RUN && manner.stop.Up()) {

@@ -39,4 +39,11 @@ if [ -n "$hits" ]; then
   echo "$hits"
   failed=1
 fi
+# The link knows nothing of the model that sends over it.
+hits=$(grep -nE '^#include "src/Device.h"' src/Device/{Link,Exchange,ExchangeGate,Fields,RunThread}.{h,cpp} 2>/dev/null)
+if [ -n "$hits" ]; then
+  echo "the link must not know the model:"
+  echo "$hits"
+  failed=1
+fi
 exit $failed

@@ -12,11 +12,10 @@ namespace {
 constexpr long kAskedFrequency = 100000000000;
 constexpr long kAskedFrequencyOfFourBytes = 4001000000;
 constexpr long kAskedPoints = 100001;
-constexpr unsigned long kHighestGoodResult = 10000;
 
 /// Judged without its sign: every VISA status that is not 0 is a link failure here.
 bool LinkFailed(const Exchange& exchange) {
-  return static_cast<unsigned long>(exchange.LinkResult()) > kHighestGoodResult;
+  return static_cast<unsigned long>(exchange.LinkResult()) > kLastResultOfALink;
 }
 
 /// A failure, unless the instrument only doesn't know the form.

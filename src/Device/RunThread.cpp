@@ -7,7 +7,6 @@
 
 #include <cstring>
 #include <exception>
-#include <utility>
 
 #include "src/LinkExchange.h"
 #include "src/PacketTypes.h"
@@ -19,7 +18,6 @@ namespace {
 constexpr unsigned int kStopForRestartMs = 1000;
 constexpr unsigned int kStopForCancelMs = 1500;
 constexpr std::int64_t kButtonPeriodMs = 1000;
-constexpr std::uint16_t kLastGoodStatus = 20000;
 /// The body of a run reply: records of this size, then a status of 2 bytes.
 constexpr int kRecordSize = 12;
 
@@ -69,7 +67,6 @@ void CRunThread::SetParams(SParameters parameters) {
   m_pll = parameters.system.pll;
   m_level = parameters.system.level;
   m_reference = parameters.system.reference;
-  m_parameters = std::move(parameters);
 }
 
 void CRunThread::SetSession(unsigned long session) {
@@ -146,7 +143,7 @@ bool CRunThread::Poll(int& polls_left) {
       TakeStates(packet);
     }
   }
-  if (static_cast<std::uint16_t>(packet.Status()) > kLastGoodStatus) return false;
+  if (static_cast<std::uint16_t>(packet.Status()) > kLastStatusOfARun) return false;
   if (m_run_count > 0) --polls_left;
   return true;
 }

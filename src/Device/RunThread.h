@@ -20,6 +20,7 @@ class CRunThread : public CThreadObject, public CSafeObject {
   explicit CRunThread(ExchangeGate& gate);
   ~CRunThread() override;
 
+  /// Takes the four states of the hardware. Nothing in this library calls it.
   void SetParams(SParameters parameters);
   void SetSession(unsigned long session);
   /// Milliseconds for the answer to a poll; 0 waits as long as it takes.
@@ -53,7 +54,6 @@ class CRunThread : public CThreadObject, public CSafeObject {
   ExchangeGate& m_gate;
   std::atomic<int> m_run_count{0};
   std::atomic<int> m_timeout{1000};
-  SParameters m_parameters;
   std::atomic<bool> m_button{false};
   std::atomic<bool> m_pll{false};
   std::atomic<bool> m_level{false};
