@@ -3,6 +3,7 @@
 
 #include "scpi_zlt/matrix.h"
 
+#include "datafiles/ResultCodes.h"
 #include "datafiles/TextReader.h"
 
 CSimpleMatrix::CSimpleMatrix() = default;
@@ -50,7 +51,7 @@ const double* CSimpleMatrix::ColumnData(unsigned int column) const {
 
 int CopyCustomMatrix(ICustomMatrix<double> const* from, ICustomMatrix<double>* to) try {
   if (from == nullptr || to == nullptr) {
-    return -4;
+    return datafiles::kNoData;
   }
   const unsigned int columns = from->Cols();
   const unsigned int rows = from->Rows();
@@ -64,7 +65,7 @@ int CopyCustomMatrix(ICustomMatrix<double> const* from, ICustomMatrix<double>* t
   }
   return 0;
 } catch (...) {
-  return -1;
+  return datafiles::kNotOpened;
 }
 
 std::wstring GetParameter(wchar_t const* text, wchar_t const* name, wchar_t const* default_value) try {

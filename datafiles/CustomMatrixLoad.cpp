@@ -13,6 +13,7 @@
 #include "datafiles/EnrText.h"
 #include "datafiles/LineNumbers.h"
 #include "datafiles/MatrixAccess.h"
+#include "datafiles/ResultCodes.h"
 #include "datafiles/Scramble.h"
 #include "datafiles/TextFile.h"
 #include "datafiles/ValueStore.h"
@@ -40,10 +41,10 @@ class MatrixLoader {
       return result;
     }
     if (m_matrix != nullptr && !Resize()) {
-      return -1;
+      return kNotOpened;
     }
     if (!m_reader.Rewind()) {
-      return -1;
+      return kNotOpened;
     }
     if (m_keep) {
       StoreKept();
@@ -85,10 +86,10 @@ class MatrixLoader {
       if (IsHeader(m_reader.Text().front())) {
         ended = HeaderLine() || ended;
       } else if (!ended && !DataLine()) {
-        return -3;
+        return kUnequalLines;
       }
     }
-    return m_columns == 0 || m_rows == 0 ? -4 : 0;
+    return m_columns == 0 || m_rows == 0 ? kNoData : 0;
   }
 
   bool CommentKept() const { return m_keep && m_comment != nullptr; }
@@ -250,14 +251,14 @@ int LoadCustomMatrixFromFile(ICustomMatrix<double>* matrix, std::wistream& strea
   datafiles::StreamSource source(stream);
   return datafiles::MatrixLoader<wchar_t>(source, codec, matrix, comment, flags).Run(false);
 } catch (...) {
-  return -1;  // memory, a caller's matrix, or a caller's stream that throws
+  return datafiles::kNotOpened;  // memory, a caller's matrix, or a caller's stream that throws
 }
 
 int LoadCustomMatrixFromFile(ICustomMatrix<double>* matrix, wchar_t const* file_name, std::wstring* comment,
                              EMatrixFlags flags, bool) try {
   datafiles::FileSource file;
   if (!file.Open(file_name)) {
-    return -1;
+    return datafiles::kNotOpened;
   }
   const datafiles::TextCodec codec(datafiles::EnvironmentLocale());
   if ((static_cast<int>(flags) & kMatrixScrambled) != 0) {
@@ -265,5 +266,5 @@ int LoadCustomMatrixFromFile(ICustomMatrix<double>* matrix, wchar_t const* file_
   }
   return datafiles::MatrixLoader<char>(file, codec, matrix, comment, flags).Run(true);
 } catch (...) {
-  return -1;
+  return datafiles::kNotOpened;
 }

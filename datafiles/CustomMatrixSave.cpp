@@ -2,6 +2,7 @@
 #include "scpi_zlt/matrix.h"
 
 #include "datafiles/NumberWrite.h"
+#include "datafiles/ResultCodes.h"
 #include "datafiles/Scramble.h"
 #include "datafiles/TextFile.h"
 
@@ -43,7 +44,7 @@ int SaveMatrix(ICustomMatrix<double> const* matrix, Sink& sink, wchar_t const* c
   const unsigned int columns = matrix != nullptr ? matrix->Cols() : 0;
   const unsigned int rows = matrix != nullptr ? matrix->Rows() : 0;
   if (rows == 0 || columns == 0) {
-    return -4;
+    return kNoData;
   }
   const FileForm form(flags);
   if (comment != nullptr && *comment != L'\0') {
@@ -71,9 +72,9 @@ int SaveCustomMatrixToFile(ICustomMatrix<double> const* matrix, std::wostream& s
                            EMatrixFlags flags) try {
   datafiles::StreamSink sink(stream);
   const int result = datafiles::SaveMatrix(matrix, sink, comment, flags);
-  return result == 0 && !stream.good() ? -1 : result;
+  return result == 0 && !stream.good() ? datafiles::kNotOpened : result;
 } catch (...) {
-  return -1;
+  return datafiles::kNotOpened;
 }
 
 int SaveCustomMatrixToFile(ICustomMatrix<double> const* matrix, wchar_t const* file_name, wchar_t const* comment,
@@ -81,7 +82,7 @@ int SaveCustomMatrixToFile(ICustomMatrix<double> const* matrix, wchar_t const* f
   const datafiles::TextCodec codec(datafiles::EnvironmentLocale());
   datafiles::FileSink file(codec);
   if (!file.Open(file_name)) {
-    return -1;
+    return datafiles::kNotOpened;
   }
   int result = 0;
   if ((static_cast<int>(flags) & kMatrixScrambled) != 0) {
@@ -91,7 +92,7 @@ int SaveCustomMatrixToFile(ICustomMatrix<double> const* matrix, wchar_t const* f
   } else {
     result = datafiles::SaveMatrix(matrix, file, comment, flags);
   }
-  return file.Close() ? result : -1;
+  return file.Close() ? result : datafiles::kNotOpened;
 } catch (...) {
-  return -1;
+  return datafiles::kNotOpened;
 }

@@ -12,16 +12,13 @@
 
 #include "datafiles/LineNumbers.h"
 #include "datafiles/MatrixAccess.h"
+#include "datafiles/ResultCodes.h"
 #include "datafiles/TextFile.h"
 #include "datafiles/ValueStore.h"
 
 namespace datafiles {
 namespace {
 
-constexpr int kNotOpened = -1;
-constexpr int kUnequalLines = -3;
-constexpr int kFormat = -5;
-constexpr int kNoMatrix = -6;
 constexpr std::size_t kNoiseColumns = 5;
 
 /// Everything a file says, before anything is stored where the caller sees it.
@@ -30,7 +27,7 @@ class TouchstoneText {
   TouchstoneText(Source<char>& source, const TextCodec& codec, bool comments_wanted)
       : m_reader(source), m_codec(codec), m_comments_wanted(comments_wanted) {}
 
-  /// 0 or -3.
+  /// kDone or kUnequalLines.
   int Read() {
     while (m_reader.NextLine()) {
       const auto text = m_reader.Text();
@@ -130,16 +127,16 @@ void StoreRows(ValueStore& values, ICustomMatrix<double>* matrix, std::size_t ro
   }
 }
 
-/// Resizes what the file has rows for. 0 or -5.
+/// Resizes what the file has rows for. kDone or kFormatError.
 int Resize(const TouchstoneText& text, ICustomMatrix<double>& matrix, ICustomMatrix<double>* noise) {
   constexpr std::size_t kLargest = std::numeric_limits<unsigned int>::max();
   if (text.rows == 0 || (text.width != 3 && text.width != 9) || text.rows > kLargest || text.noise_rows > kLargest) {
-    return kFormat;
+    return kFormatError;
   }
   matrix.SetSize(static_cast<unsigned int>(text.width), static_cast<unsigned int>(text.rows));
   if (noise != nullptr && text.noise_rows != 0) {
     if (text.noise_width != kNoiseColumns) {
-      return kFormat;
+      return kFormatError;
     }
     noise->SetSize(kNoiseColumns, static_cast<unsigned int>(text.noise_rows));
   }
@@ -216,7 +213,7 @@ int SParamMatrix::Load(wchar_t const* file_name, wchar_t* comment, int* comment_
     datafiles::StoreComment(text.Comments(), comment, comment_length);
   }
   // A noise matrix that this file said nothing about keeps its values as they are.
-  return ChangeMatrix(text.noise_rows != 0 ? noise : nullptr) ? 0 : datafiles::kFormat;
+  return ChangeMatrix(text.noise_rows != 0 ? noise : nullptr) ? 0 : datafiles::kFormatError;
 } catch (...) {
   return datafiles::kNotOpened;
 }

@@ -7,6 +7,7 @@
 #include "scpi_zlt/touchstone.h"
 
 #include "datafiles/NumberWrite.h"
+#include "datafiles/ResultCodes.h"
 #include "datafiles/TextFile.h"
 
 namespace datafiles {
@@ -184,7 +185,7 @@ std::wstring FullName(std::wstring_view name, int ports) {
 int SParamMatrix::Save(wchar_t const* file_name, wchar_t const* comment, ICustomMatrix<double>* noise,
                        ETouchstoneFormat format) try {
   if (m_matrix == nullptr || m_matrix->Cols() < 2) {
-    return -6;
+    return datafiles::kNoMatrix;
   }
   static constexpr std::string_view kFormats[] = {"dB", "MA", "RI"};
   const double root = std::sqrt((m_matrix->Cols() - 1) * 0.5);
@@ -194,12 +195,12 @@ int SParamMatrix::Save(wchar_t const* file_name, wchar_t const* comment, ICustom
   }
   const int format_number = static_cast<int>(format);
   if (ports > 4 || format_number < 0 || format_number > 2) {
-    return -5;
+    return datafiles::kFormatError;
   }
   const datafiles::TextCodec codec(datafiles::EnvironmentLocale());
   datafiles::FileSink file(codec);
   if (file_name == nullptr || !file.Open(datafiles::FullName(file_name, ports).c_str())) {
-    return -1;
+    return datafiles::kNotOpened;
   }
   file.Ascii("! Sorvik, Research & Production Company\n");
   file.Wide(datafiles::DateLine(codec.Locale()));
@@ -211,9 +212,9 @@ int SParamMatrix::Save(wchar_t const* file_name, wchar_t const* comment, ICustom
   if (noise != nullptr) {
     datafiles::SaveNoise(file, *noise);
   }
-  return file.Close() ? 0 : -1;
+  return file.Close() ? 0 : datafiles::kNotOpened;
 } catch (...) {
-  return -1;
+  return datafiles::kNotOpened;
 }
 
 int SaveTouchstone(wchar_t const* file_name, ICustomMatrix<double>* matrix, wchar_t const* comment,
