@@ -6,6 +6,7 @@
 #include <locale.h>
 #include <mutex>
 #include <new>
+#include <utility>
 
 #include "scpi_zlt/scpi_errors.h"
 #include "scpi_zlt/scpi_zlt.h"
@@ -83,6 +84,7 @@ int CGenericDevice::SendResponse(const char* text, int length) {
   if (m_io_buffer != nullptr && length > 0) {
     const std::lock_guard hold(m_output_lock);
     m_io_buffer->m_output.Write(text, static_cast<unsigned long>(length), &stored);
+    if (m_io_buffer->m_output.CommandComplete()) m_answered = true;
   }
   return static_cast<int>(stored);
 }
@@ -155,10 +157,11 @@ void CGenericDevice::TakeMessage() {
     if (!input.CommandComplete()) neosmart::ResetEvent(m_command_event);
   }
   if (length > 0) Interpret(static_cast<int>(length));
+  // A reader may have taken the response already, before this message was seen to end: it waits for the end then.
   bool complete = false;
   {
     const std::lock_guard hold(m_output_lock);
-    complete = m_io_buffer->m_output.CommandComplete();
+    complete = std::exchange(m_answered, false) || m_io_buffer->m_output.CommandComplete();
   }
   m_message_running = false;
   if (complete) neosmart::SetEvent(m_response_event);

@@ -70,6 +70,7 @@ class CGenericDevice : public IResponseStream, public CThreadObject {
   std::atomic<bool> m_connected{false};
   std::atomic<long> m_open_result{0};
   std::atomic<char> m_termchar{'\n'};
+  bool m_answered = false;  ///< the message under way has left a response; guarded by the output lock
   std::atomic<bool> m_message_running{false};
   std::unique_ptr<char[]> m_message;  ///< copy of the message that runs; one byte more than the ring holds
   neosmart::neosmart_event_t m_response_event = nullptr;  ///< a complete response may be waiting

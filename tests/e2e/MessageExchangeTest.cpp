@@ -74,6 +74,13 @@ TEST_F(Exchanges, HandOutTheWholeAnswerOfEachMessage) {
   }
 }
 
+TEST_F(Exchanges, EndAtOnceHoweverTheReadersTurnFalls) {
+  Open(69);
+  for (int i = 0; i < 50000; ++i) {
+    ASSERT_EQ(exchange->Exchange(":FREQ?;:FREQ?", milliseconds(5000)).outcome, Outcome::kComplete) << i;
+  }
+}
+
 TEST_F(Exchanges, RefuseWhatWouldSwallowTheFence) {
   Open(71);
   const struct {

@@ -1,0 +1,287 @@
+// The server's raw socket against what a bare echo on the same loop and the library called directly predict together;
+// misrouted answers; latency beside bad clients; memory. All in one process, clients on blocking sockets.
+//
+//   server_bench [QUERIES_PER_CLIENT]     for the count of misrouted answers; 2000 unless given
+#include <algorithm>
+#include <arpa/inet.h>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <poll.h>
+#include <string>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+#include "scpi_zlt/scpi_zlt.h"
+
+#include "server/AsioLoop.h"
+#include "server/Broker.h"
+#include "server/RawDoor.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr const char* kResource = "SIM20::INSTR::ZLT";
+constexpr auto kRun = std::chrono::milliseconds(300);
+constexpr int kRepetitions = 5;
+constexpr std::size_t kClients = 32;
+
+/// What a loop and a socket cost without an instrument: sends back what comes.
+class EchoDoor : public server::Door {
+ public:
+  const char* Name() const override { return "echo"; }
+  std::unique_ptr<server::Connection> Accept(server::Wire& wire) override { return std::make_unique<Echo>(wire); }
+
+ private:
+  class Echo : public server::Connection {
+   public:
+    explicit Echo(server::Wire& wire) : m_wire(wire) {}
+    void Receive(std::string_view bytes) override { m_wire.Send(bytes); }
+
+   private:
+    server::Wire& m_wire;
+  };
+};
+
+class Client {
+ public:
+  explicit Client(std::uint16_t port) : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) std::abort();
+  }
+  Client(Client&& other) noexcept : m_socket(std::exchange(other.m_socket, -1)) {}
+  ~Client() {
+    if (m_socket >= 0) ::close(m_socket);
+  }
+
+  void Send(std::string_view text) const {
+    if (::send(m_socket, text.data(), text.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(text.size())) std::abort();
+  }
+  /// As much as the socket takes at once.
+  bool TrySend(std::string_view text) const {
+    return ::send(m_socket, text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT) > 0;
+  }
+  std::string Receive() const {
+    std::string answer;
+    while (answer.empty() || answer.back() != '\n') {
+      std::array<char, 4096> piece;
+      const ssize_t count = ::recv(m_socket, piece.data(), piece.size(), 0);
+      if (count <= 0) std::abort();
+      answer.append(piece.data(), static_cast<std::size_t>(count));
+    }
+    return answer;
+  }
+  void BreakOff() {
+    const linger now{1, 0};
+    ::setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &now, sizeof now);
+    ::close(std::exchange(m_socket, -1));
+  }
+  int Socket() const { return m_socket; }
+
+ private:
+  int m_socket;
+};
+
+double Median(std::vector<double> values, double quantile = 0.5) {
+  std::sort(values.begin(), values.end());
+  return values[static_cast<std::size_t>(quantile * static_cast<double>(values.size() - 1))];
+}
+
+/// Questions per second of `count` clients, each with one question under way.
+double Rate(std::uint16_t port, std::size_t count) {
+  std::vector<Client> clients;
+  std::vector<pollfd> polls;
+  for (std::size_t i = 0; i < count; ++i) polls.push_back({clients.emplace_back(port).Socket(), POLLIN, 0});
+  for (const Client& client : clients) client.Send(":FREQ?\n");
+  const auto start = Clock::now();
+  double answers = 0;
+  while (Clock::now() - start < kRun) {
+    ::poll(polls.data(), polls.size(), 1000);
+    for (std::size_t i = 0; i < count; ++i) {
+      if ((polls[i].revents & POLLIN) == 0) continue;
+      clients[i].Receive();
+      ++answers;
+      clients[i].Send(":FREQ?\n");
+    }
+  }
+  const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+  for (const Client& client : clients) client.Receive();
+  return answers / seconds;
+}
+
+double DirectRate(unsigned long session) {
+  std::string question = ":FREQ?\n";
+  std::array<unsigned char, 256> answer;
+  unsigned long count = 0;
+  double answers = 0;
+  const auto start = Clock::now();
+  while (Clock::now() - start < kRun) {
+    skWrite(session, reinterpret_cast<unsigned char*>(question.data()), question.size(), &count);
+    if (skRead(session, answer.data(), answer.size(), &count) != VI_SUCCESS_TERM_CHAR) std::abort();
+    ++answers;
+  }
+  return answers / std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+void PrintRates(std::uint16_t raw, std::uint16_t echo, unsigned long session) {
+  for (const std::size_t clients : {std::size_t{1}, kClients}) {
+    std::vector<double> raws;
+    std::vector<double> ratios;
+    for (int i = 0; i < kRepetitions; ++i) {
+      const double direct = DirectRate(session);
+      const double bare = Rate(echo, clients);
+      raws.push_back(Rate(raw, clients));
+      ratios.push_back(raws.back() * (1 / direct + 1 / bare));
+    }
+    std::printf("%2zu clients: %9.0f questions/s, %.2f of what echo and library predict (goal 0.7)\n", clients,
+                Median(raws), Median(ratios));
+  }
+}
+
+/// Each client's questions have answers that no other's have: so many "+1".
+void CountMisrouted(std::uint16_t raw, int queries) {
+  std::atomic<bool> done{false};
+  std::thread churn([&] {
+    while (!done) {
+      Client client(raw);
+      client.Send("*IDN?\n*IDN?\n*IDN?\n");
+      client.BreakOff();
+      std::this_thread::sleep_for(std::chrono::milliseconds(100));  // ten times a second
+    }
+  });
+  std::atomic<long> wrong{0};
+  std::vector<std::thread> threads;
+  for (std::size_t i = 0; i < kClients; ++i) {
+    threads.emplace_back([&, i] {
+      const Client client(raw);
+      std::string question = "*OPC?";
+      std::string answer = "+1";
+      for (std::size_t k = 0; k < i; ++k) {
+        question += ";*OPC?";
+        answer += ";+1";
+      }
+      question += '\n';
+      answer += '\n';
+      for (int k = 0; k < queries; ++k) {
+        client.Send(question);
+        if (client.Receive() != answer) ++wrong;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  done = true;
+  churn.join();
+  std::printf("%zu clients, %d questions each, one more that connects and dies: %ld misrouted\n", kClients, queries,
+              wrong.load());
+}
+
+std::vector<double> Latencies(std::uint16_t raw) {
+  const Client client(raw);
+  std::vector<double> result;
+  for (int i = 0; i < 5000; ++i) {
+    const auto start = Clock::now();
+    client.Send(":FREQ?\n");
+    client.Receive();
+    result.push_back(std::chrono::duration<double, std::micro>(Clock::now() - start).count());
+  }
+  return result;
+}
+
+void PrintLatencies(std::uint16_t raw) {
+  const std::vector<double> alone = Latencies(raw);
+  std::string burst;
+  for (int i = 0; i < 500; ++i) burst += ":FREQ?\n";
+  const Client stalled(raw);  // asks and never reads
+  while (stalled.TrySend(burst)) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  const std::vector<double> beside_stalled = Latencies(raw);
+  std::atomic<bool> done{false};
+  std::thread flood([&] {
+    const Client client(raw);
+    while (!done) {
+      client.TrySend(burst);
+      std::array<char, 65536> answers;
+      while (::recv(client.Socket(), answers.data(), answers.size(), MSG_DONTWAIT) > 0) continue;
+      std::this_thread::yield();
+    }
+  });
+  const std::vector<double> beside_both = Latencies(raw);
+  done = true;
+  flood.join();
+  const auto print = [&](const char* name, const std::vector<double>& values) {
+    std::printf("%-40s median %6.1f us (%.2f), 99 %% %6.1f us (%.2f)\n", name, Median(values),
+                Median(values) / Median(alone), Median(values, 0.99), Median(values, 0.99) / Median(alone, 0.99));
+  };
+  print("latency alone", alone);
+  print("beside a client that never reads", beside_stalled);
+  print("beside that and one that floods (goal 2)", beside_both);
+}
+
+long ResidentKiB() {
+  std::ifstream status("/proc/self/statm");
+  long size = 0;
+  long resident = 0;
+  status >> size >> resident;
+  return resident * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+void PrintMemory(std::uint16_t raw) {
+  const long before = ResidentKiB();
+  {
+    std::vector<Client> clients;
+    for (int i = 0; i < 500; ++i) {
+      clients.emplace_back(raw).Send("*OPC?\n");
+      clients.back().Receive();
+    }
+    std::printf("%-40s %6.1f KiB\n", "memory per connected client", static_cast<double>(ResidentKiB() - before) / 500);
+  }
+  const long connected = ResidentKiB();
+  for (int i = 0; i < 10000; ++i) {
+    const Client client(raw);
+    client.Send("*OPC?\n");
+    client.Receive();
+  }
+  std::printf("%-40s %6ld KiB more\n", "after 10000 connections", ResidentKiB() - connected);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const int queries = argc > 1 ? std::atoi(argv[1]) : 2000;
+  // The log of connections would be measured otherwise.
+  if (std::freopen("/dev/null", "w", stderr) == nullptr) return 1;
+  server::NetLimits limits;
+  limits.clients = 1000;
+  server::AsioLoop loop(limits);
+  std::atomic<bool> open{false};
+  server::WorkerOptions options;
+  options.resource = kResource;
+  server::Broker broker(loop, options, false, false, [&](server::WorkerState, const std::string&) { open = true; });
+  server::RawDoor raw(broker, {});
+  EchoDoor echo;
+  const std::uint16_t raw_port = loop.Listen(raw, "127.0.0.1", 0);
+  const std::uint16_t echo_port = loop.Listen(echo, "127.0.0.1", 0);
+  std::thread runner([&] { loop.Run(); });
+
+  unsigned long session = 0;
+  if (skOpen(0, "SIM21::INSTR::ZLT", 0, 20000, &session) != VI_SUCCESS) return 1;
+  Client(raw_port).Send("*OPC?\n");
+  PrintRates(raw_port, echo_port, session);
+  CountMisrouted(raw_port, queries);
+  PrintLatencies(raw_port);
+  PrintMemory(raw_port);
+  skClose(session);
+  loop.Stop();
+  runner.join();
+  return open ? 0 : 1;
+}
