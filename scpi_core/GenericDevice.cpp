@@ -158,12 +158,13 @@ void CGenericDevice::TakeMessage() {
   }
   if (length > 0) Interpret(static_cast<int>(length));
   // A reader may have taken the response already, before this message was seen to end: it waits for the end then.
+  // Looking whether a message runs, it holds the lock, so it either sees the end or is woken by it.
   bool complete = false;
   {
     const std::lock_guard hold(m_output_lock);
     complete = std::exchange(m_answered, false) || m_io_buffer->m_output.CommandComplete();
+    m_message_running = false;
   }
-  m_message_running = false;
   if (complete) neosmart::SetEvent(m_response_event);
   if (m_io_buffer->m_closing) neosmart::SetEvent(m_idle_event);
 }
