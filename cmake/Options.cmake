@@ -12,6 +12,8 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g")
 set(CMAKE_C_FLAGS_DEBUG "-O1 -g")
 
+include(GNUInstallDirs)
+
 set(ZLT_SANITIZE "" CACHE STRING "Comma-separated list for -fsanitize")
 
 find_program(CCACHE ccache)
@@ -27,14 +29,37 @@ target_compile_options(zlt_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -ffp-contract=off
   $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>)
 if(ZLT_SANITIZE)
+  # -g1: a report needs functions and lines, not variables; it compiles faster.
   target_compile_options(zlt_options INTERFACE
-    -fsanitize=${ZLT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    -fsanitize=${ZLT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
   target_link_options(zlt_options INTERFACE -fsanitize=${ZLT_SANITIZE})
 endif()
 
-# zlt_room(name sources... [LINK libraries...]): one static library per room.
+# ThreadSanitizer looks at threads only, so what has none is left out of its build.
+if(ZLT_SANITIZE STREQUAL "thread")
+  set(ZLT_THREADS_ONLY ON)
+endif()
+
+# Nearly all the time of a test source goes into the optimiser and the debugger's tables, and gains nothing.
+add_library(zlt_test_options INTERFACE)
+target_link_libraries(zlt_test_options INTERFACE zlt_options)
+target_compile_options(zlt_test_options INTERFACE -O0 -g1)
+
+# zlt_room(name sources... [LINK libraries...]): one static library per room, built where something links it.
 function(zlt_room name)
   cmake_parse_arguments(ARG "" "" "LINK" ${ARGN})
-  add_library(${name} STATIC ${ARG_UNPARSED_ARGUMENTS})
+  add_library(${name} STATIC EXCLUDE_FROM_ALL ${ARG_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PUBLIC zlt_options ${ARG_LINK})
+endfunction()
+
+# zlt_install(target destination libraries...): installs a program or library. In the build tree its RUNPATH names the folders
+# of the libraries, the installed file has none. CMake's own change of a RUNPATH at installation is not used: for that it
+# ends the build tree's with an empty element, which to the loader is the working directory.
+function(zlt_install target destination)
+  set(folders ${ARGN})
+  list(TRANSFORM folders REPLACE "(.+)" "$<TARGET_FILE_DIR:\\1>")
+  set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "${folders}")
+  install(TARGETS ${target} DESTINATION ${destination})
+  install(CODE "file(RPATH_REMOVE FILE
+    \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${destination}/$<TARGET_FILE_NAME:${target}>\")")
 endfunction()

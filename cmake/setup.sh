@@ -27,16 +27,26 @@ need() {
 
 build_packages=(g++ cmake ninja-build libboost-dev libcli11-dev libreadline-dev libgtest-dev libbenchmark-dev)
 
-# build PRESET [TARGET...]: configures on the first call, then builds; silent unless something fails.
+# build PRESET [TARGET...]: configures, then builds. Says every 15 seconds how far it is; shows the errors when it fails.
 build() {
-  local preset=$1 log
+  local preset=$1 log line start=$SECONDS next=15
   shift
   log=$(mktemp)
   # A cache made in another place (a copied or moved checkout) is of no use to cmake.
   if [ -f "build/$preset/CMakeCache.txt" ] && ! grep -q "CMAKE_HOME_DIRECTORY:INTERNAL=$PWD\$" "build/$preset/CMakeCache.txt"; then
     rm -rf "build/$preset"
   fi
-  if ! { cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}; } >"$log" 2>&1; then
+  while IFS= read -r line; do
+    if [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]]; then
+      if [ $((SECONDS - start)) -ge $next ]; then
+        echo "   ${BASH_REMATCH[1]} of ${BASH_REMATCH[2]} steps after $((SECONDS - start)) s"
+        next=$((SECONDS - start + 15))
+      fi
+    else
+      printf '%s\n' "$line" >>"$log"
+    fi
+  done < <(cmake --preset "$preset" 2>&1 && NINJA_STATUS='[%f/%t] ' cmake --build --preset "$preset" ${1:+--target "$@"} 2>&1)
+  if ! wait $!; then
     cat "$log" >&2
     rm -f "$log"
     return 1

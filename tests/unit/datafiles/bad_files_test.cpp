@@ -16,7 +16,7 @@ using namespace datafiles_test;
 /// The C library loses its copy of LOCPATH in each newlocale. Nothing of ours is below that function.
 extern "C" ZLT_API const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() {
-  return "leak:__argz_add_sep\n";
+  return "leak:argz_add_sep\n";
 }
 #endif
 
