@@ -23,9 +23,16 @@ constexpr const sFParam* Pointer(const sFParam& parameter) {
 constexpr const sFParam* Pointer(None) {
   return nullptr;
 }
+// Counted by type: the compiler takes no comparison of an address with null as a constant under UBSan.
+constexpr int Count(const sFParam&) {
+  return 1;
+}
+constexpr int Count(None) {
+  return 0;
+}
 
 constexpr SCommandRow kCommands[] = {
-#define COMMAND(header, handler, forms, parameter) {header, handler, forms, Pointer(parameter)},
+#define COMMAND(header, handler, forms, parameter) {header, handler, forms, Pointer(parameter), Count(parameter)},
 #include "src/plib/Commands.def"
 #undef COMMAND
 };
@@ -141,7 +148,7 @@ consteval std::array<sCommandTreeNode, kSizes.nodes> MakeRows() {
            nullptr, {kBothForms, nullptr, 0}};
     if (node.command != nullptr) {
       row.handler = node.command->handler;
-      row.call_info = {node.command->forms, node.command->parameter, node.command->parameter != nullptr ? 1 : 0};
+      row.call_info = {node.command->forms, node.command->parameter, node.command->parameter_count};
     }
     name += node.keyword.spelled.size() + 1;
   }

@@ -13,6 +13,7 @@ struct SCommandRow {
   SCPI_Handler handler;
   EForms forms;
   const sFParam* parameter;  ///< null for a command without one
+  int parameter_count;       ///< 0 or 1
 };
 
 /// All commands, in the order of the file.
