@@ -28,7 +28,7 @@ using boost::system::error_code;
 
 asio::ip::address ParseAddress(const std::string& text) {
   error_code error;
-  const asio::ip::address address = asio::ip::make_address(text, error);
+  asio::ip::address address = asio::ip::make_address(text, error);
   if (error) throw std::runtime_error("\"" + text + "\" is no IP address");
   return address;
 }

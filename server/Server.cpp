@@ -16,7 +16,9 @@
 #include <vector>
 
 #include "server/Broker.h"
+#include "server/HislipDoor.h"
 #include "server/Log.h"
+#include "server/RawDoor.h"
 
 namespace server {
 namespace {
@@ -95,6 +97,10 @@ class Server {
                       RawOptions{m_options.tidy.value_or(false), m_options.message_limit, m_options.unsent_limit});
         Open(*m_raw, *m_options.raw);
       }
+      if (m_options.hislip) {
+        m_hislip.emplace(m_loop, m_broker, HislipOptions{m_options.tidy.value_or(true), m_options.message_limit});
+        Open(*m_hislip, *m_options.hislip);
+      }
       WritePortFile();
       Notify("READY=1\nSTATUS=Serving " + m_options.worker.resource);
     } catch (const std::exception& error) {
@@ -146,6 +152,7 @@ class Server {
   AsioLoop m_loop;
   Broker m_broker;
   std::optional<RawDoor> m_raw;
+  std::optional<HislipDoor> m_hislip;
   std::vector<std::pair<std::string, std::uint16_t>> m_ports;
   std::string m_failure;
   bool m_serving = false;

@@ -7,7 +7,6 @@
 #include <string>
 
 #include "server/AsioLoop.h"
-#include "server/RawDoor.h"
 #include "server/Worker.h"
 
 namespace server {
@@ -16,8 +15,9 @@ struct ServerOptions {
   WorkerOptions worker;
   NetLimits net;
   std::string bind = "127.0.0.1";
-  std::optional<std::uint16_t> raw;  ///< port; 0 picks a free one
-  std::optional<bool> tidy;          ///< unset: as the door's protocol expects it
+  std::optional<std::uint16_t> raw;     ///< port; 0 picks a free one
+  std::optional<std::uint16_t> hislip;  ///< the same
+  std::optional<bool> tidy;             ///< unset: as the door's protocol expects it
   bool private_sessions = false;
   bool log_messages = false;
   std::size_t message_limit = 160144;

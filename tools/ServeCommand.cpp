@@ -43,13 +43,15 @@ void AddServeCommand(CLI::App& app) {
   serve.add_option("RESOURCE", options->worker.resource, "VISA resource name of the instrument, followed by ::ZLT")
       ->required();
   AddPort(serve, "--raw", options->raw, 5025, "Raw socket: SCPI lines (5025; 0 picks a free port)");
+  AddPort(serve, "--hislip", options->hislip, 4880, "HiSLIP (4880; 0 picks a free port)");
   serve.add_option("--bind", options->bind, "Address to listen on")->capture_default_str();
   serve.add_option("--allow", options->net.allow, "Network that may connect, as ADDRESS/BITS; may be repeated");
   serve.add_option("--port-file", options->port_file, "Writes the ports to this file once all are open");
   serve.add_flag("--private", options->private_sessions,
                  "Each connection has a session, and a model of the instrument, of its own");
-  serve.add_flag("--tidy,!--exact", options->tidy,
-                 "Answers without the zero byte of \"*IDN?\" and left-over empty lines, or byte for byte");
+  serve.add_flag_function(
+      "--tidy,!--exact", [options](std::int64_t count) { options->tidy = count > 0; },
+      "Answers without the zero byte of \"*IDN?\" and left-over empty lines (as HiSLIP does), or byte for byte (raw)");
   serve.add_flag("--log-messages", options->log_messages, "Logs every message and answer");
   serve.add_option("--max-clients", options->net.clients, "Connections at a time")->capture_default_str();
   serve.add_option("--max-message", options->message_limit, "Bytes in a message with its line end")
@@ -63,7 +65,7 @@ void AddServeCommand(CLI::App& app) {
           "Milliseconds between two looks at an instrument that nobody asks");
   AddTime(serve, "--give-up", options->worker.give_up, "Milliseconds that one message may take");
   serve.callback([options] {
-    if (!options->raw) options->raw = 5025;
+    if (!options->raw && !options->hislip) options->raw = 5025;
     if (const int status = server::Serve(*options); status != EXIT_SUCCESS) throw CLI::RuntimeError(status);
   });
 }
