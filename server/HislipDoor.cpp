@@ -38,7 +38,7 @@ class HislipConnection : public Connection {
     }
   }
   void Drained() override {
-    if (m_session && m_synchronous) m_session->Drained();
+    if (m_session) m_session->Drained(m_wire);
   }
   bool Waiting() const override { return m_session && m_session->Waiting(); }
 

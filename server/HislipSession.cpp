@@ -26,6 +26,10 @@ constexpr std::size_t kQueued = 4;
 constexpr seconds kPatience{30};
 /// A release may overtake the message that it waits for.
 constexpr seconds kOvertaken{2};
+/// The largest piece of an answer.
+constexpr std::size_t kLargestPiece = 1 << 20;
+/// What a client may leave untaken before nothing more is read from it: a piece and many errors.
+constexpr std::size_t kUnsent = kLargestPiece + 65536;
 /// The id of the message "before the first one".
 constexpr std::uint32_t kNoMessageYet = 0xFFFFFEFE;
 
@@ -112,12 +116,15 @@ void HislipSession::Send(Type type, std::uint8_t control, std::uint32_t paramete
 }
 
 void HislipSession::SendAsync(Type type, std::uint8_t control, std::uint32_t parameter, std::string_view payload) {
-  if (m_asynchronous != nullptr) m_asynchronous->Send(hislip::Encode(type, control, parameter, payload));
+  if (m_asynchronous == nullptr) return;
+  m_asynchronous->Send(hislip::Encode(type, control, parameter, payload));
+  if (m_asynchronous->Unsent() > kUnsent) m_asynchronous->Pause();
 }
 
 void HislipSession::Complain(bool synchronous, ErrorCode code, std::string_view text) {
   const auto control = static_cast<std::uint8_t>(code);
   synchronous ? Send(Type::kError, control, 0, text) : SendAsync(Type::kError, control, 0, text);
+  Throttle();
 }
 
 /// A message that does not belong on this connection, or that nobody knows.
@@ -154,13 +161,13 @@ void HislipSession::OnSynchronous(Message message) {
 }
 
 void HislipSession::Data(const Message& message) {
+  NoteMessage(message);
   if (message.too_large) {
     m_input.clear();
     m_scanner = {};
     m_skipping = message.type == Type::kData;
     return Complain(true, ErrorCode::kTooLarge, "the message is larger than this server takes");
   }
-  NoteMessage(message);
   std::string_view rest = message.payload;
   while (!rest.empty()) {
     const std::size_t end = m_scanner.FindEnd(rest);
@@ -198,6 +205,7 @@ void HislipSession::Trigger(const Message& message) {
 /// The client has moved on: it drops the answers that it has not read, and so does the server.
 void HislipSession::NoteMessage(const Message& message) {
   m_last_id = message.parameter;
+  m_answers.clear();
   if ((message.control & kRmtDelivered) != 0) m_available = false;
 }
 
@@ -243,15 +251,17 @@ void HislipSession::SendOn() {
   Send(last ? Type::kDataEnd : Type::kData, 0, id, text);
 }
 
-void HislipSession::Drained() {
+void HislipSession::Drained(Wire& wire) {
   if (m_ended) return;
+  if (&wire == m_asynchronous) return wire.Resume();
   SendOn();
   Throttle();
 }
 
 void HislipSession::Throttle() {
   if (m_synchronous == nullptr) return;
-  const bool full = !m_clearing && (m_queued >= kQueued || m_answers.size() >= kQueued);
+  const bool busy = !m_clearing && (m_queued >= kQueued || m_answers.size() >= kQueued);
+  const bool full = busy || m_synchronous->Unsent() > kUnsent;
   full ? m_synchronous->Pause() : m_synchronous->Resume();
 }
 
@@ -292,7 +302,12 @@ void HislipSession::Lock(const Message& message) {
     });
     return TryRelease();
   }
-  const auto answer = [this](LockResult result) { SendAsync(Type::kAsyncLockResponse, Code(result), 0); };
+  // One wait at a time: their number would have no bound.
+  if (std::exchange(m_waits_for_lock, true)) return SendAsync(Type::kAsyncLockResponse, kError, 0);
+  const auto answer = [this](LockResult result) {
+    m_waits_for_lock = false;
+    SendAsync(Type::kAsyncLockResponse, Code(result), 0);
+  };
   // The standard knows no infinite time-out; VISA's arrives as the largest one.
   const milliseconds timeout = message.parameter == 0xFFFFFFFF ? kForever : milliseconds(message.parameter);
   if (message.payload.empty()) {
@@ -342,7 +357,7 @@ void HislipSession::MaximumMessageSize(const Message& message) {
   // Whether the header counts is not said: it does for what is sent, and does not for what is taken.
   const std::uint64_t size = hislip::DecodeSize(message.payload);
   const std::uint64_t piece = size > kHeaderSize ? size - kHeaderSize : 1;
-  m_piece = static_cast<std::size_t>(std::min<std::uint64_t>(piece, 1 << 20));
+  m_piece = static_cast<std::size_t>(std::min<std::uint64_t>(piece, kLargestPiece));
   SendAsync(Type::kAsyncMaximumMessageSizeResponse, 0, 0,
             hislip::EncodeSize(m_door.Options().message_limit + kHeaderSize));
 }
@@ -355,7 +370,8 @@ void HislipSession::DeviceClear() {
   m_input.clear();
   m_scanner = {};
   m_skipping = false;
-  if (m_release) m_release->answered = false;
+  // What it waits for will not come any more.
+  if (m_release) m_release = Release{kNoMessageYet, false};
   TryRelease();
   Throttle();
   m_door.EventLoop().Cancel(m_deadline);

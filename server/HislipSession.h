@@ -27,8 +27,8 @@ class HislipSession : public std::enable_shared_from_this<HislipSession> {
   bool Join(Wire& asynchronous);
   void OnSynchronous(hislip::Message message);
   void OnAsynchronous(hislip::Message message);
-  /// The socket of the synchronous connection has taken everything.
-  void Drained();
+  /// The socket of this connection has taken everything.
+  void Drained(Wire& wire);
   /// FatalError on both connections, and the end.
   void Fail(hislip::FatalCode code, std::string_view text);
   /// One of the connections is gone; the other one is closed.
@@ -90,6 +90,7 @@ class HislipSession : public std::enable_shared_from_this<HislipSession> {
   std::deque<Answer> m_answers;
   std::size_t m_piece;       ///< bytes of payload that the client takes in one message
   bool m_available = false;  ///< MAV: a response was sent and the client has not said that it has it whole
+  bool m_waits_for_lock = false;
   std::optional<Release> m_release;
   Loop::Timer m_release_timer = 0;
 

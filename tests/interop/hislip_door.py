@@ -12,6 +12,7 @@ import time
 
 DATA, DATA_END, TRIGGER = 6, 7, 12
 FIRST = 0xFFFFFF00
+FLOOD = 64 << 20
 failed = 0
 
 
@@ -48,6 +49,18 @@ def connect(port):
     channel = socket.create_connection(("127.0.0.1", port), timeout=10)
     channel.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
     return channel
+
+
+def flood(channel):
+    """Sends messages that are answered by errors until the server takes no more; how many bytes it has taken."""
+    channel.settimeout(2)
+    sent = 0
+    try:
+        while sent < FLOOD:
+            sent += channel.send(encode(99) * 4096)
+    except TimeoutError:
+        pass
+    return sent
 
 
 class Session:
@@ -156,6 +169,29 @@ def walk(port):
         check(name, message(channel)[:2], expected)
     one.send(b":FREQ?\n", rmt=1)
     check("goes on after errors", message(one.s)[3], b"3000000000\n")
+
+    check("exclusive", one.lock(), (5, 1))
+    three = Session(port)
+    three.a.sendall(encode(4, 1, 60000) + encode(4, 1, 60000))
+    check("one wait at a time", message(three.a)[:2], (5, 3))
+    three.a.sendall(encode(19))
+    check("a clear ends the wait", (message(three.a)[:2], message(three.a)[:2]), ((5, 0), (23, 0)))
+    one.a.sendall(encode(4, 0, one.id + 2) + encode(19))
+    check("a clear ends what a release waits for", message(one.a)[:2], (23, 0))
+    three.s.sendall(encode(8))
+    check("acknowledged", message(three.s)[0], 9)
+    check("released at once", three.lock(), (5, 1))
+    check("released", three.release(), (5, 1))
+    one.s.sendall(encode(8))
+    check("acknowledged", message(one.s)[0], 9)
+
+    three.send(b"x" * 160145)
+    check("too large", message(three.s)[:2], (3, 4))
+    start = time.monotonic()
+    check("a release behind it", (three.lock(), three.release()), ((5, 1), (5, 1)))
+    check("is not held up", time.monotonic() - start < 1, True)
+    for channel in (three.s, three.a):
+        check("who never reads is not read from", flood(channel) < FLOOD, True)
 
     one.s.sendall(b"XX")
     check("bad prologue", (message(one.s)[:2], message(one.a)[:2]), ((2, 1), (2, 1)))
