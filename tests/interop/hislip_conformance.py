@@ -181,6 +181,26 @@ def too_large_is_an_error_and_goes_on(address):
 
 
 @check
+def long_messages_pass(address):
+    with Session(address) as session:
+        _, size = session.maximum_size(1 << 20)
+        text = b" " * (min(160000, size - 16) - 6) + b"*OPC?\n"
+        expect("one message", b"+1\n", session.query(text))
+        for start in range(0, len(text) - 7, 4000):
+            session.send(DATA, text[start:min(start + 4000, len(text) - 7)])
+        session.send(DATA_END, text[-7:])
+        expect("in parts", [(DATA_END, 0, session.last_id, b"+1\n")], session.read_messages())
+
+
+@check
+def absurd_length_is_refused_without_waiting_for_it(address):
+    with Session(address) as session, Session(address) as other:
+        session.sync.socket.sendall(HEADER.pack(PROLOGUE, DATA_END, 0, FIRST_ID, 1 << 63))
+        expect("answer", True, session.sync.receive()[:2] in ((ERROR, 4), (FATAL_ERROR, 1)))
+        expect_alive(other)
+
+
+@check
 def trigger_has_an_id(address):
     with Session(address) as session:
         session.send(TRIGGER)
@@ -313,6 +333,48 @@ def lock_keeps_the_messages_of_others_unread(address):
         expect("answer after the release", b"+1\n", other.read())
 
 
+@check
+def lock_shared_lets_its_holders_in_only(address):
+    with sessions(address, 3) as (one, two, outside):
+        expect("shared", [1, 1], [client.lock(b"k") for client in (one, two)])
+        outside.write(b"*OPC?\n")
+        expect_alive(one)
+        expect_alive(two)
+        expect("nothing for a client without", True, outside.sync.silent_for(0.2))
+        expect("exclusive too", 1, one.lock())
+        two.write(b"*OPC?\n")
+        expect("nothing for the other holder", True, two.sync.silent_for(0.2))
+        expect_alive(one)
+        expect("release", 1, one.release())
+        expect("answer", b"+1\n", two.read())
+        expect("releases", [2, 2], [client.release() for client in (one, two)])
+        expect("answer", b"+1\n", outside.read())
+
+
+@check
+def lock_waits_vanish_with_their_session(address):
+    with sessions(address, 3) as (holder, waiter, other):
+        expect("lock", 1, holder.lock())
+        waiter.side.send(ASYNC_LOCK, 1, 60000)
+        expect("waits", True, waiter.side.silent_for(0.1))
+        waiter.close()
+        expect("release", 1, holder.release())
+        expect("lock", 1, other.lock(timeout=3000))
+
+
+@slow_check
+def lock_is_held_until_the_last_message_is_complete(address):
+    with sessions(address, 2) as (holder, other):
+        expect("lock", 1, holder.lock())
+        holder.write(b";".join([b"*STB?"] * 10) + b"\n")
+        holder.side.send(ASYNC_LOCK, 0, holder.last_id)
+        expect("lock", 1, other.lock(timeout=4000))
+        holder.sync.socket.settimeout(0.05)
+        expect("the answer is there", DATA_END, holder.read_messages()[-1].type)
+        holder.sync.socket.settimeout(5)
+        expect("release", (ASYNC_LOCK_RESPONSE, 1), holder.side.receive()[:2])
+
+
 # Device clear.
 
 
@@ -349,6 +411,14 @@ def clear_ends_a_waiting_lock(address):
         expect("lock, then type 23", [(ASYNC_LOCK_RESPONSE, 0), (ASYNC_DEVICE_CLEAR_ACKNOWLEDGE, 0)],
                [waiter.side.receive()[:2] for _ in range(2)])
         expect("lock info", (1, 1), holder.lock_info())
+
+
+@check
+def clear_ends_in_a_fatal_error_on_a_bad_prologue(address):
+    with Session(address) as session:
+        expect("type 23", ASYNC_DEVICE_CLEAR_ACKNOWLEDGE, session.side.ask(ASYNC_DEVICE_CLEAR).type)
+        session.sync.socket.sendall(bytes(16))
+        expect_fatal(1, session.sync, session.side)
 
 
 @check
