@@ -1,5 +1,5 @@
-// The server's raw socket against what a bare echo on the same loop and the library called directly predict together;
-// misrouted answers; latency beside bad clients; memory. All in one process, clients on blocking sockets.
+// The server's raw socket and HiSLIP against what a bare echo on the same loop and the library called directly predict
+// together; misrouted answers; latency beside bad clients; memory. All in one process, clients on blocking sockets.
 //
 //   server_bench [QUERIES_PER_CLIENT]     for the count of misrouted answers; 2000 unless given
 #include <algorithm>
@@ -23,6 +23,8 @@
 
 #include "server/AsioLoop.h"
 #include "server/Broker.h"
+#include "server/HislipDoor.h"
+#include "server/HislipMessage.h"
 #include "server/RawDoor.h"
 
 namespace {
@@ -82,6 +84,13 @@ class Client {
     }
     return answer;
   }
+  /// A header of HiSLIP.
+  std::string ReceiveHeader() const {
+    std::string header(16, '\0');
+    if (::recv(m_socket, header.data(), header.size(), MSG_WAITALL) != static_cast<ssize_t>(header.size()))
+      std::abort();
+    return header;
+  }
   void BreakOff() {
     const linger now{1, 0};
     ::setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &now, sizeof now);
@@ -98,12 +107,35 @@ double Median(std::vector<double> values, double quantile = 0.5) {
   return values[static_cast<std::size_t>(quantile * static_cast<double>(values.size() - 1))];
 }
 
+/// How one door is asked.
+struct Protocol {
+  const char* name;
+  std::string question;
+  bool hislip = false;
+};
+
+/// The second connection of a HiSLIP session, behind which the first one takes questions.
+Client OpenHislip(std::uint16_t port, const Client& synchronous) {
+  using namespace server::hislip;
+  synchronous.Send(Encode(Type::kInitialize, 0, 0x01000000, "hislip0"));
+  const std::string header = synchronous.ReceiveHeader();
+  const std::uint32_t id = static_cast<unsigned char>(header[6]) << 8 | static_cast<unsigned char>(header[7]);
+  Client asynchronous(port);
+  asynchronous.Send(Encode(Type::kAsyncInitialize, 0, id));
+  asynchronous.ReceiveHeader();
+  return asynchronous;
+}
+
 /// Questions per second of `count` clients, each with one question under way.
-double Rate(std::uint16_t port, std::size_t count) {
+double Rate(std::uint16_t port, std::size_t count, const std::string& question, bool hislip) {
   std::vector<Client> clients;
+  std::vector<Client> asynchronous;
   std::vector<pollfd> polls;
-  for (std::size_t i = 0; i < count; ++i) polls.push_back({clients.emplace_back(port).Socket(), POLLIN, 0});
-  for (const Client& client : clients) client.Send(":FREQ?\n");
+  for (std::size_t i = 0; i < count; ++i) {
+    polls.push_back({clients.emplace_back(port).Socket(), POLLIN, 0});
+    if (hislip) asynchronous.push_back(OpenHislip(port, clients.back()));
+  }
+  for (const Client& client : clients) client.Send(question);
   const auto start = Clock::now();
   double answers = 0;
   while (Clock::now() - start < kRun) {
@@ -112,7 +144,7 @@ double Rate(std::uint16_t port, std::size_t count) {
       if ((polls[i].revents & POLLIN) == 0) continue;
       clients[i].Receive();
       ++answers;
-      clients[i].Send(":FREQ?\n");
+      clients[i].Send(question);
     }
   }
   const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
@@ -134,18 +166,18 @@ double DirectRate(unsigned long session) {
   return answers / std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-void PrintRates(std::uint16_t raw, std::uint16_t echo, unsigned long session) {
+void PrintRates(const Protocol& protocol, std::uint16_t port, std::uint16_t echo, unsigned long session) {
   for (const std::size_t clients : {std::size_t{1}, kClients}) {
-    std::vector<double> raws;
+    std::vector<double> rates;
     std::vector<double> ratios;
     for (int i = 0; i < kRepetitions; ++i) {
       const double direct = DirectRate(session);
-      const double bare = Rate(echo, clients);
-      raws.push_back(Rate(raw, clients));
-      ratios.push_back(raws.back() * (1 / direct + 1 / bare));
+      const double bare = Rate(echo, clients, protocol.question, false);
+      rates.push_back(Rate(port, clients, protocol.question, protocol.hislip));
+      ratios.push_back(rates.back() * (1 / direct + 1 / bare));
     }
-    std::printf("%2zu clients: %9.0f questions/s, %.2f of what echo and library predict (goal 0.7)\n", clients,
-                Median(raws), Median(ratios));
+    std::printf("%-6s %2zu clients: %9.0f questions/s, %.2f of what echo and library predict (goal 0.7)\n",
+                protocol.name, clients, Median(rates), Median(ratios));
   }
 }
 
@@ -268,15 +300,20 @@ int main(int argc, char** argv) {
   options.resource = kResource;
   server::Broker broker(loop, options, false, false, [&](server::WorkerState, const std::string&) { open = true; });
   server::RawDoor raw(broker, {});
+  server::HislipDoor hislip(loop, broker, {});
   EchoDoor echo;
   const std::uint16_t raw_port = loop.Listen(raw, "127.0.0.1", 0);
+  const std::uint16_t hislip_port = loop.Listen(hislip, "127.0.0.1", 0);
   const std::uint16_t echo_port = loop.Listen(echo, "127.0.0.1", 0);
   std::thread runner([&] { loop.Run(); });
 
   unsigned long session = 0;
   if (skOpen(0, "SIM21::INSTR::ZLT", 0, 20000, &session) != VI_SUCCESS) return 1;
   Client(raw_port).Send("*OPC?\n");
-  PrintRates(raw_port, echo_port, session);
+  PrintRates({"raw", ":FREQ?\n"}, raw_port, echo_port, session);
+  // RMT-delivered, as behind an answer that was read.
+  const std::string data_end = server::hislip::Encode(server::hislip::Type::kDataEnd, 1, 0xFFFFFF00, ":FREQ?\n");
+  PrintRates({"hislip", data_end, true}, hislip_port, echo_port, session);
   CountMisrouted(raw_port, queries);
   PrintLatencies(raw_port);
   PrintMemory(raw_port);
