@@ -227,6 +227,23 @@ def unknown_types_are_errors_on_their_channel(address):
 
 
 @check
+def types_of_the_other_channel_or_side_are_errors(address):
+    to_sync = {DATA, DATA_END, DEVICE_CLEAR_COMPLETE, TRIGGER}
+    to_side = {ASYNC_LOCK, ASYNC_REMOTE_LOCAL, ASYNC_MAXIMUM_SIZE, ASYNC_DEVICE_CLEAR, ASYNC_STATUS_QUERY, ASYNC_LOCK_INFO}
+    either = {INITIALIZE, ASYNC_INITIALIZE, FATAL_ERROR, ERROR}
+    with Session(address) as session:
+        for channel, right in ((session.sync, to_sync), (session.side, to_side)):
+            for kind in sorted(set(range(26)) - right - either):
+                expect(f"answer to type {kind}", ERROR, channel.ask(kind).type)
+        expect_alive(session)
+    for kind in (INITIALIZE, ASYNC_INITIALIZE):
+        for name in ("sync", "side"):
+            with Session(address) as session:
+                getattr(session, name).send(kind)
+                expect_fatal(3, session.sync, session.side)
+
+
+@check
 def unknown_control_codes_are_errors(address):
     with Session(address) as session:
         expect_error(session.side, 2, ASYNC_REMOTE_LOCAL, 7, NOTHING_SENT)
