@@ -1,4 +1,4 @@
-// What is particular to noise-source (ENR) files: their header lines and the unit behind a frequency.
+// Noise-source (ENR) files: their header lines and the unit after a frequency.
 #pragma once
 
 #include <string>
@@ -59,8 +59,9 @@ class EnrHeader {
     }
   }
 
-  /// Storing numbers: what makes the first number MHz. Only the unit that is found first goes, so that a line with two
-  /// different ones ends behind its second number. Callers rely on it.
+  /// Storing numbers: what makes the first number MHz. Only the unit that is found first goes, so a line with two
+  /// different units ends after its second number. Odd, and kept: otherwise such a line would load more values than it
+  /// does.
   template <class Char>
   double TakeScale(std::basic_string<Char>& line) const {
     if (m_version == L"1.1") {

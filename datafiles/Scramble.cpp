@@ -1,4 +1,4 @@
-// Scrambled text is scrambled in characters, not in bytes, so it is decoded before and encoded behind.
+// Scrambled text is scrambled in characters, not in bytes, so it is decoded before and encoded afterwards.
 #include "datafiles/Scramble.h"
 
 #include <array>

@@ -1,4 +1,4 @@
-// Loading of Touchstone files, and the way from the numbers of a file to real and imaginary parts.
+// Loads Touchstone files, and converts the numbers of a file to real and imaginary parts.
 //
 // The file is read once: numbers wait in blocks until it is known how many rows there are. A row is data until a
 // frequency falls; from there on every row is noise.
@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::size_t kNoiseColumns = 5;
 
-/// Everything a file says, before anything is stored where the caller sees it.
+/// All that is read from a file, before anything is stored where the caller sees it.
 class TouchstoneText {
  public:
   TouchstoneText(Source<char>& source, const TextCodec& codec, bool comments_wanted)
@@ -83,7 +83,8 @@ class TouchstoneText {
     return true;
   }
 
-  /// The first word is dropped whatever it is: "#GHZ S MA" has the words "S" and "MA". Callers rely on it.
+  /// The first word is dropped, whatever it is. Odd, and kept: "#GHZ S MA" is read as "S" and "MA", so its unit is
+  /// lost.
   void SplitOptions(const std::wstring& line) {
     std::vector<std::wstring> words;
     std::size_t at = 0;
@@ -143,7 +144,7 @@ int Resize(const TouchstoneText& text, ICustomMatrix<double>& matrix, ICustomMat
   return 0;
 }
 
-/// Appends at the caller's position; what would not be countable any more is left out.
+/// Appends at the caller's position. Text beyond the largest count is left out.
 void StoreComment(const std::wstring& text, wchar_t* comment, int* length) {
   const auto position = static_cast<std::size_t>(*length);
   const std::size_t room = static_cast<std::size_t>(std::numeric_limits<int>::max()) - position;
@@ -202,7 +203,7 @@ int SParamMatrix::Load(wchar_t const* file_name, wchar_t* comment, int* comment_
     return result;
   }
   if (!text.Rewind()) {
-    return datafiles::kNotOpened;  // a pipe cannot be read twice; callers rely on the answer, not on the reading
+    return datafiles::kNotOpened;  // a pipe is refused, though one reading would do: programs expect -1
   }
   datafiles::StoreRows(text.values, m_matrix, text.rows, text.width);
   datafiles::StoreRows(text.values, noise, text.noise_rows, text.noise_width);
@@ -212,7 +213,7 @@ int SParamMatrix::Load(wchar_t const* file_name, wchar_t* comment, int* comment_
   if (comment_wanted) {
     datafiles::StoreComment(text.Comments(), comment, comment_length);
   }
-  // A noise matrix that this file said nothing about keeps its values as they are.
+  // If the file has no noise block, the noise matrix keeps its values.
   return ChangeMatrix(text.noise_rows != 0 ? noise : nullptr) ? 0 : datafiles::kFormatError;
 } catch (...) {
   return datafiles::kNotOpened;

@@ -1,4 +1,4 @@
-// Saving of Touchstone files: always Hz and 50 ohm, columns lined up for the eye.
+// Saves Touchstone files: always Hz and 50 ohm, in aligned columns.
 #include <cmath>
 #include <ctime>
 #include <iterator>
@@ -35,8 +35,8 @@ class RowText {
     Pad(number.View().size(), kFrequencyField);
   }
 
-  /// The sign's place: two blanks, or one and the sign. A minus zero has a sign but is not negative. Callers rely on
-  /// it.
+  /// The place of the sign: two blanks, or one and the sign. Odd, and kept: minus zero is written with its sign and
+  /// counts as not negative. Otherwise saved files would differ.
   void AddPrefix(double value) { m_text += value < 0.0 ? " " : "  "; }
 
   /// The number, right-aligned in six characters. Returns how many characters it took.
@@ -47,7 +47,7 @@ class RowText {
     return std::max(number.View().size(), kLeastWidth);
   }
 
-  /// Prefix and number in a field. True when the number leaves no blank behind it.
+  /// Prefix and number in a field. True when the number leaves no blank after it.
   bool AddField(double value, int digits) {
     AddPrefix(value);
     const std::size_t size = AddNumber(value, digits);
@@ -77,7 +77,7 @@ void AddPair(RowText& line, ICustomMatrix<double> const& matrix, unsigned int ro
   const double im = matrix.GetValue(column + 1, row);
   const double magnitude = std::sqrt(re * re + im * im);
   if (magnitude == 0.0) {
-    line.Add(kMissing);  // in every format; callers rely on it
+    line.Add(kMissing);  // odd, and kept: in MA and RI too
     return;
   }
   double first = re;
@@ -129,7 +129,7 @@ void SaveNoise(Sink& sink, ICustomMatrix<double> const& noise) {
         full = line.AddField(shown, kWideDigits);
         continue;
       }
-      line.Add(full ? " " : "");  // the last column has no prefix that would keep it apart
+      line.Add(full ? " " : "");  // the last column has no prefix to separate it
       line.AddNumber(shown, kWideDigits);
     }
     line.Add("\n");
@@ -137,7 +137,7 @@ void SaveNoise(Sink& sink, ICustomMatrix<double> const& noise) {
   }
 }
 
-/// The one text in a file that follows the environment's locale.
+/// The only text in a file that follows the environment's locale.
 std::wstring DateLine(const std::locale& locale) {
   const std::time_t now = std::time(nullptr);
   std::tm local{};
@@ -168,7 +168,7 @@ void SaveComment(Sink& sink, std::wstring_view comment) {
   sink.Wide(text);
 }
 
-/// The name with the extension that the number of ports asks for, unless it holds a point anywhere.
+/// The name with the extension for its number of ports. A name with a "." anywhere stays as it is.
 std::wstring FullName(std::wstring_view name, int ports) {
   std::wstring full(name);
   if (full.find(L'.') == full.npos) {

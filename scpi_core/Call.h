@@ -1,5 +1,6 @@
-// What a thread is doing in this library, noted on its stack. Only the handler of a signal can find a call under way on
-// its own thread: it must not wait for the call that it has interrupted, nor free what that call will touch again.
+// The calls into this library that a thread is in, noted on its stack. Only the handler of a signal can find a call
+// under way on its own thread: it must not wait for the call that it has interrupted, nor free memory that this call
+// will touch again.
 #pragma once
 
 #include <pthread.h>
@@ -65,7 +66,7 @@ class InRings {
   Call* m_call;
 };
 
-/// A thread that is cancelled (pthread_cancel) ends after what it is doing while one of these lives.
+/// While one of these lives, a cancellation of the thread (pthread_cancel) is put off.
 class CancellationOff {
  public:
   CancellationOff() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_before); }

@@ -96,7 +96,7 @@ int CGenericDevice::SendEnd() {
 
 void CGenericDevice::ThreadCycle() {
   Serve();
-  // Nobody will answer any more: lets out who waits for an open or a close.
+  // No answer will come any more: wakes callers that wait for an open or a close.
   neosmart::SetEvent(m_open_done_event);
   neosmart::SetEvent(m_close_done_event);
 }
@@ -108,7 +108,7 @@ void CGenericDevice::Serve() {
     try {
       neosmart::WaitForMultipleEvents(m_wait_events, 4, false, neosmart::kInfinite, index);
     } catch (const std::bad_alloc&) {
-      // No memory for a wait on several: one that needs none gives others the time to let some go.
+      // No memory for a wait on several events. A wait on one needs none, and gives other threads time to free some.
       neosmart::WaitForEvent(StopEvent(), 10);
     }
     if (index == 0 && m_connected) {
@@ -139,7 +139,7 @@ void CGenericDevice::Close() {
   try {
     CloseConnection();
   } catch (...) {
-    // What stays open is closed with the device.
+    // The device closes what is still open.
   }
   neosmart::SetEvent(m_close_done_event);
   m_connected = false;
@@ -157,8 +157,8 @@ void CGenericDevice::TakeMessage() {
     if (!input.CommandComplete()) neosmart::ResetEvent(m_command_event);
   }
   if (length > 0) Interpret(static_cast<int>(length));
-  // A reader may have taken the response already, before this message was seen to end: it waits for the end then.
-  // Looking whether a message runs, it holds the lock, so it either sees the end or is woken by it.
+  // A reader may have taken the response before the message ended; it then waits for the end. It holds the lock while
+  // it tests whether a message runs, so it either sees the end or is woken by it.
   bool complete = false;
   {
     const std::lock_guard hold(m_output_lock);
@@ -174,7 +174,7 @@ void CGenericDevice::Interpret(int length) {
   try {
     Parse(m_message.get(), length, this, this);
   } catch (...) {
-    // Some handlers let exceptions pass; the message ends here and the session goes on.
+    // Some handlers let exceptions pass. The message ends here, and the session goes on.
     LogMessageGD("Interpret", "exception");
     try {
       RaiseError(scpi_error::kSystemError, "");

@@ -1,6 +1,6 @@
-// What a session knows of any instrument: the interpreter thread with its events, the session attributes, and the
-// virtual functions that an instrument overrides. All parsing, all handlers and all response text run on the
-// interpreter thread; callers only move bytes in and out of the rings of CIOBuffer.
+// The part of a session that is the same for every instrument: the interpreter thread with its events, the session
+// attributes, and the virtual functions that an instrument overrides. All parsing, all handlers and all response text
+// run on the interpreter thread; callers only move bytes in and out of the rings of CIOBuffer.
 #pragma once
 
 #include <atomic>
@@ -27,7 +27,8 @@ class CGenericDevice : public IResponseStream, public CThreadObject {
   int SendEnd() override;
 
   void ThreadCycle() override;
-  /// Stops the thread if nobody has done so before. Whoever deletes a device with overridden functions stops it first.
+  /// Stops the thread if it still runs. Before a device with overridden functions is deleted, its thread must be
+  /// stopped.
   ~CGenericDevice() override;
 
   virtual const char* GetDeviceAddress() { return ""; }
@@ -35,18 +36,19 @@ class CGenericDevice : public IResponseStream, public CThreadObject {
   virtual long OpenConnection(const char* /*address*/, unsigned int /*timeout*/) { return 0; }
   /// Must be safe to call after a failed open. On the interpreter thread.
   virtual long CloseConnection() { return 0; }
-  /// Ends what runs beside the interpreter, which has left its cycle. May be called again.
+  /// Ends the threads beside the interpreter, which has left its cycle. May be called again.
   virtual void StopRun() {}
   /// True on a thread of this device: such a thread can't wait for the device to end.
   virtual bool RunsOnThisThread() const { return IsThisThread(); }
 
-  // Session attributes. VI_ATTR_TMO_VALUE is set by value, VI_ATTR_TERMCHAR through a pointer to a 32-bit word; callers
-  // rely on the difference. A state below 4096 can't be a pointer: VI_ERROR_NSUP_ATTR_STATE.
+  // Session attributes. VI_ATTR_TMO_VALUE is set by value, VI_ATTR_TERMCHAR through a pointer to a 32-bit word; odd,
+  // and kept: programs pass a pointer for the one and a number for the other. A state below 4096 can't be a pointer:
+  // VI_ERROR_NSUP_ATTR_STATE.
   long GetAttribute(unsigned long id, void* result);
   long SetAttribute(unsigned long id, unsigned long state);
 
   void SetClsEvent() { neosmart::SetEvent(m_cls_event); }
-  /// Longer names than the field holds must be refused before.
+  /// The caller has refused names that are longer than the field.
   void SetDeviceAddress(std::string_view address);
   static constexpr std::size_t kAddressSize = 256;
 

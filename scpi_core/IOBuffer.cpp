@@ -29,7 +29,7 @@ CIOBuffer::~CIOBuffer() {
 }
 
 void CIOBuffer::StopThreads() {
-  // Here, where the device is whole: the interpreter has left its cycle before anything of the device is touched.
+  // Here, while the device is still whole: the interpreter leaves its cycle before any part of the device is touched.
   m_device->ThreadStop(1000);
   m_device->StopRun();
 }
@@ -38,7 +38,7 @@ void CIOBuffer::CloseLink() {
   try {
     m_device->CloseConnection();
   } catch (...) {
-    // What stays open is closed with the device.
+    // The device closes what is still open.
   }
 }
 
@@ -46,7 +46,7 @@ long CIOBuffer::Write(const unsigned char* text, unsigned long count, unsigned l
   if (text == nullptr) count = 0;
   const auto* bytes = reinterpret_cast<const char*>(text);
   const InRings in_rings;
-  // The lock is only ever held for a copy, so it is as good as always free.
+  // The lock is held only for a copy, so it is nearly always free.
   if (!m_device->m_input_lock.TryLock()) {
     const std::int64_t start = support::NowNs();
     const auto timeout = static_cast<std::uint32_t>(m_device->m_timeout.load());
@@ -76,7 +76,7 @@ long CIOBuffer::Read(unsigned char* buffer, unsigned long size, unsigned long* g
     const int waited = neosmart::WaitForEventUntil(event, deadline);
     if (m_closing) return VI_ERROR_INV_OBJECT;
     if (waited != 0) return VI_ERROR_TMO;
-    // One hold for all three looks: the interpreter ends no message meanwhile, and no other reader empties the ring.
+    // One hold for all three tests: meanwhile the interpreter ends no message, and no other reader empties the ring.
     const InRings in_rings;
     const std::lock_guard hold(m_device->m_output_lock);
     if (m_output.CommandComplete()) {
@@ -85,16 +85,16 @@ long CIOBuffer::Read(unsigned char* buffer, unsigned long size, unsigned long* g
       if (got != nullptr) *got = count;
       return Classify(buffer, size, count);
     }
-    if (IsIdle()) return VI_ERROR_TMO;  // nothing left, and nothing under way
+    if (IsIdle()) return VI_ERROR_TMO;  // nothing left to read, no message running
     if (!m_closing) neosmart::ResetEvent(event);
   }
 }
 
 long CIOBuffer::Classify(const unsigned char* buffer, unsigned long size, unsigned long got) const {
   if (got == 0) return VI_ERROR_TMO;
-  // A null buffer counts as one of size 0, so nothing came then. NOLINTNEXTLINE(clang-analyzer-core.NullDereference)
+  // A null buffer counts as one of size 0, so `got` is 0 then. NOLINTNEXTLINE(clang-analyzer-core.NullDereference)
   if (static_cast<char>(buffer[got - 1]) == m_device->m_termchar) return VI_SUCCESS_TERM_CHAR;
-  // Callers rely on a response that ends otherwise being delivered with an error.
+  // A response that ends otherwise is delivered, and with an error: programs read the bytes all the same.
   return got == size ? VI_SUCCESS_MAX_CNT : VI_ERROR_IO;
 }
 
@@ -103,7 +103,7 @@ long CIOBuffer::OpenConnection(const char* address, unsigned int timeout) {
   const std::string_view name = address;
   if (name.size() >= CGenericDevice::kAddressSize) return VI_ERROR_INV_RSRC_NAME;
   m_device->SetDeviceAddress(name);
-  m_device->m_open_result = VI_ERROR_INV_OBJECT;  // what holds if the interpreter is stopped before it opens
+  m_device->m_open_result = VI_ERROR_INV_OBJECT;  // the result if the interpreter is stopped before it opens
   neosmart::ResetEvent(m_device->m_open_done_event);
   neosmart::SetEvent(m_device->m_open_event);
   const int waited = neosmart::WaitForEvent(m_device->m_open_done_event, timeout);
@@ -120,7 +120,7 @@ void CIOBuffer::BeginClose() {
     const std::lock_guard hold(m_device->m_input_lock);
     m_closing = true;
   }
-  // Who resets the event does so under this lock, and not once closing is set: nobody resets what is set below.
+  // The event is reset under this lock only, and never once closing is set. So the set below stays.
   { const std::lock_guard hold(m_device->m_output_lock); }
   neosmart::SetEvent(m_device->m_response_event);
 }

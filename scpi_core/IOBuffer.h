@@ -1,4 +1,4 @@
-// One session: two rings of characters and the instrument behind them. The bodies of skRead and skWrite are here.
+// One session: two rings of characters and their instrument. The bodies of skRead and skWrite are here.
 #pragma once
 
 #include <atomic>
@@ -13,13 +13,12 @@ class CIOBuffer : public IResponseStream {
  public:
   /// Creates the instrument, whose interpreter thread runs from then on. May throw.
   CIOBuffer();
-  /// Stops the interpreter if nobody has done so before, and only then touches the instrument. The connection is closed
-  /// with it.
+  /// Stops the interpreter if it still runs, and only then touches the instrument. This closes the connection too.
   virtual ~CIOBuffer();
   CIOBuffer(const CIOBuffer&) = delete;
   CIOBuffer& operator=(const CIOBuffer&) = delete;
 
-  // The parser is always handed the device as its stream; these do nothing.
+  // The parser always gets the device as its stream; these do nothing.
   int SendResponse(const char*, int) override { return 0; }
   int RaiseError(int, const char*) override { return 0; }
   int SendEnd() override { return 0; }
@@ -36,25 +35,25 @@ class CIOBuffer : public IResponseStream {
   /// Has the interpreter open the connection, and waits for it as long as `timeout` (milliseconds, unsigned) says.
   long OpenConnection(const char* address, unsigned int timeout);
   /// Has the interpreter close the connection, and waits for it up to the time-out of the open. 0, or the wait's
-  /// result. A stop lets both waits out.
+  /// result. A stop ends both waits.
   int CloseConnection();
 
-  /// From here on nobody is let in; a blocked Read comes back.
+  /// From here on no call is let in; a blocked Read returns.
   void BeginClose();
   bool IsClosing() const { return m_closing; }
   /// Waits until no complete message is left and none runs, or until the deadline (of support/Clock.h).
   void Drain(std::int64_t deadline_ns);
 
-  /// Looks for common commands in the bytes of one write. "*CLS" directly in front of the line end sets the device's
-  /// event at once. False if there is none or the first known one stands last, true otherwise; nobody uses the result.
+  /// Looks for common commands in the bytes of one write. "*CLS" directly before the line end sets the device's event
+  /// at once. False if there is none, or if the first known one comes last; nothing uses the result.
   bool CheckIEEECommand(const char* text, int length);
 
-  /// Stops the interpreter (one second) and then the run; nobody calls the provider any more after that.
+  /// Stops the interpreter (one second) and then the run; no thread calls the provider after that.
   void StopThreads();
   /// Closes the connection on the caller's thread, when the threads have been stopped.
   void CloseLink();
 
-  /// Where it stands in its life; ResourceManager.h tells what holds in each.
+  /// The stage of its life; ResourceManager.h says what holds in each.
   enum Stage : std::uint32_t { kOpening, kOpen, kClosing, kDraining, kAtRest, kGone, kAbandoned };
   support::Word stage{kOpening};
   support::Word users{0};           ///< calls under way; changed under the list lock
@@ -64,7 +63,7 @@ class CIOBuffer : public IResponseStream {
  private:
   friend class CGenericDevice;
 
-  /// Under the output lock: a message that runs can't end meanwhile, so none is missed between the two looks.
+  /// Under the output lock, so that a running message cannot end between the two tests.
   bool IsIdle() const { return !m_input.CommandComplete() && !m_device->m_message_running; }
   long Classify(const unsigned char* buffer, unsigned long size, unsigned long got) const;
 

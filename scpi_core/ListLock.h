@@ -5,9 +5,9 @@
 
 #include "support/Clock.h"
 
-/// A lock of one word, which knows whose it is: the handler of a signal may interrupt a holder, and goes on under the
-/// hold that it finds. Needs no constructor to run and is never destroyed, so it works from the first to the last
-/// moment of the process.
+/// A lock of one word, which knows its owner: a signal handler that interrupts the owner goes on under the owner's
+/// hold. It needs no constructor at run time and is never destroyed, so it works from the start of the process to its
+/// end.
 class ListLock {
  public:
   constexpr ListLock() = default;
@@ -17,7 +17,7 @@ class ListLock {
   /// False at the deadline of support/Clock.h.
   bool Lock(std::int64_t deadline_ns);
   void Unlock();
-  /// This thread holds it.
+  /// True if this thread holds it.
   bool IsMine() const;
 
  private:

@@ -16,23 +16,23 @@ namespace {
 
 using Stage = CIOBuffer::Stage;
 
-/// What is left to run when a session closes may take this long, in milliseconds.
+/// How long the remaining messages may run when a session closes, in milliseconds.
 constexpr std::uint64_t kDrainLimit = 10000;
-/// And its threads this long to end afterwards, where nobody may wait for ever.
+/// How long its threads may then take to end, where the wait has a limit.
 constexpr std::int64_t kStopLimit = 5000;
 
 struct Table {
   ListLock lock;
-  bool ending = false;     ///< no session opens any more; guarded by the list lock
+  bool ending = false;     ///< no new session can open; guarded by the list lock
   support::Word alive{0};  ///< sessions that are not gone
 };
 
 constinit Table table;
 constinit std::atomic<bool> forked{false};
 
-/// The list lock, for as long as this lives. In the handler of a signal that has interrupted a hold of this thread it
-/// is that hold: the interrupted call only looks for its session there and counts itself, and who changes the list
-/// blocks signals.
+/// The list lock, for as long as this lives. In a signal handler that has interrupted this thread's own hold, that hold
+/// serves: the interrupted call only looks up its session and counts itself, and code that changes the list blocks
+/// signals.
 class Hold {
  public:
   explicit Hold(std::int64_t deadline_ns = support::kNever)
@@ -59,12 +59,12 @@ bool Advance(CIOBuffer* session, Stage from, Stage to) {
   return session->stage.compare_exchange_strong(stage, to);
 }
 
-/// Calls under way are let out first, but for those of the thread that closes.
+/// Waits for the calls under way, but not for those of the closing thread.
 void AwaitUsers(CIOBuffer* session, unsigned int own) {
   for (;;) {
     std::uint32_t users = 0;
     {
-      const Hold hold;  // who has left is out of the lock, too
+      const Hold hold;  // a call that has left is outside the lock too
       users = session->users;
     }
     if (users <= own) return;
@@ -72,7 +72,7 @@ void AwaitUsers(CIOBuffer* session, unsigned int own) {
   }
 }
 
-/// Frees the session, or leaves that to the last call that uses it still.
+/// Frees the session, or leaves that to the last call that still uses it.
 void Free(CIOBuffer* session, bool in_use) {
   if (!in_use) {
     delete session;
@@ -83,7 +83,7 @@ void Free(CIOBuffer* session, bool in_use) {
   CountGone();
 }
 
-/// Brings the session to rest, on a thread of its own: nothing here calls the provider but what runs in the session.
+/// Brings the session to rest, on a thread of its own: only the session's messages call the provider here.
 void BringToRest(CIOBuffer* session, unsigned int own, std::int64_t drain_deadline) {
   session->BeginClose();
   AwaitUsers(session, own);
@@ -94,7 +94,7 @@ void BringToRest(CIOBuffer* session, unsigned int own, std::int64_t drain_deadli
     support::Wake(session->stage, support::kAllWaiters);
     return;
   }
-  // Nobody waits for it any more, so it ends here.
+  // No thread waits for it any more, so it ends here.
   session->CloseLink();
   session->closer.detach();
   Free(session, own > 0);
@@ -106,7 +106,7 @@ void StartClosing(CIOBuffer* session, std::int64_t drain_deadline) {
   try {
     session->closer = std::thread(BringToRest, session, own, drain_deadline);
   } catch (...) {
-    BringToRest(session, own, drain_deadline);  // no thread to be had
+    BringToRest(session, own, drain_deadline);  // no thread could be started
   }
 }
 
@@ -129,7 +129,7 @@ bool FinishClosing(CIOBuffer* session, std::int64_t limit_ns, Call* closing) {
   return true;
 }
 
-/// A call that has interrupted another one of its thread waits for that one to no end.
+/// A call that has interrupted another call of its thread must not wait for it without a limit.
 std::int64_t Limit(const Call& call, std::int64_t drain_deadline) {
   return call.interrupted == nullptr ? support::kNever : drain_deadline + kStopLimit * support::kNsPerMillisecond;
 }
@@ -161,7 +161,7 @@ CIOBuffer* CScpiResManager::MakeSession() {
 bool CScpiResManager::List(CIOBuffer* session, unsigned long* id) {
   session->SetID(random_uint32(0xFFFFFFFF));
   const Hold hold;
-  if (table.ending) return false;  // nobody would close it any more
+  if (table.ending) return false;  // nothing would close it any more
   m_sessions.push_back(session);
   std::erase(m_opening, session);
   session->stage = Stage::kOpen;
@@ -170,7 +170,7 @@ bool CScpiResManager::List(CIOBuffer* session, unsigned long* id) {
 }
 
 long CScpiResManager::OpenSession(const char* name, unsigned int timeout, unsigned long* id) {
-  // Signals come in only while this waits: no handler finds the list or the memory half changed.
+  // Signals are let in only while this waits, so no handler finds the list or the memory half changed.
   Call call(Call::Kind::kOpen);
   {
     const BlockedSignals blocked;
@@ -238,7 +238,7 @@ void CScpiResManager::Unlist(std::vector<CIOBuffer*>& closing) {
     if (can_end) closing.push_back(session);
   }
   m_sessions.clear();
-  // What this thread was just opening: its interpreter needs nothing of the interrupted call.
+  // The session that this thread was opening: its interpreter needs nothing from the interrupted call.
   for (Call* call = Call::Innermost(); call != nullptr; call = call->interrupted) {
     if (call->session == nullptr || std::erase(m_opening, call->session) == 0) continue;
     call->session->stage = Stage::kClosing;
@@ -249,7 +249,7 @@ void CScpiResManager::Unlist(std::vector<CIOBuffer*>& closing) {
 void CScpiResManager::EndSessions() {
   const std::int64_t deadline = support::DeadlineIn(kDrainLimit);
   const std::int64_t limit = deadline + kStopLimit * support::kNsPerMillisecond;
-  // Wherever the session of this thread stands, opening, open or closing, it stays alive as long as the thread.
+  // In every stage (opening, open, closing) the session of this thread lives as long as the thread.
   std::uint32_t left = CThreadObject::OnAnyThread() ? 1 : 0;
   std::vector<CIOBuffer*> closing;
   {
@@ -258,7 +258,7 @@ void CScpiResManager::EndSessions() {
     Unlist(closing);
   }
   for (CIOBuffer* session : closing) StartClosing(session, deadline);
-  // What this thread was just closing comes to rest by itself.
+  // The session that this thread was closing comes to rest by itself.
   for (Call* call = Call::Innermost(); call != nullptr; call = call->interrupted) {
     if (call->kind == Call::Kind::kUse || call->session == nullptr) continue;
     if (std::count(closing.begin(), closing.end(), call->session) == 0) closing.push_back(call->session);
@@ -309,7 +309,7 @@ void EndResManager() {
 
 void DeleteResManager() {
   if (forked) return;
-  if (table.alive > 0) return;  // what was left as it is goes with the process, and may hold the lock
+  if (table.alive > 0) return;  // abandoned sessions end with the process, and may hold the lock
   const Hold hold;
   delete ScpiResManager;
   ScpiResManager = nullptr;

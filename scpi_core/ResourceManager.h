@@ -4,25 +4,25 @@
 //      |                                                  ^   |                       |      FinishClosing
 //      +--OpenSession, when it fails; EndSessions---------+   +----FinishClosing------+--> abandoned
 //
-//   opening    its interpreter opens the link; in m_opening, only to be asked to stop; no handle, no calls
-//   open       in m_sessions, and calls are let in (SessionUse); the interpreter runs what is written
-//   closing    in no list, so one caller closes it and no call is let in; a blocked read comes back, and calls under
-//   way
-//              are let out first
-//   draining   no calls are under way; what was written still runs, for ten seconds at most; then its threads are
-//   stopped at rest    interpreter and run thread have ended; the link is still open gone       the link is closed, by
-//   the thread that closes, and the memory freed abandoned  was not at rest by the limit at the end of the process, or
-//   one of its own threads ends the process: it is
-//              left as it is. Should it come to rest after all, it ends by itself.
+//   opening    The interpreter opens the link. The session is in m_opening, only so that it can be asked to stop.
+//              It has no handle, and no call can reach it.
+//   open       The session is in m_sessions, calls are let in (SessionUse), and the interpreter runs messages.
+//   closing    The session is in no list: one caller closes it, and no new call is let in. A blocked read returns,
+//              and the close waits for the calls under way.
+//   draining   No call is under way. Complete messages still run, for ten seconds at most; then the threads stop.
+//   at rest    Interpreter and run thread have ended. The link is still open.
+//   gone       The closing thread has closed the link and freed the memory.
+//   abandoned  The session was not at rest by the limit at the end of the process, or one of its own threads ends
+//              the process. It is left as it is. If it comes to rest after all, it ends by itself.
 //
-// Nothing that was acknowledged is lost and nothing that is freed is touched. From closing to at rest the work is done
-// by a thread of the session's own (closer); who closes only waits for the stage. So the handler of a signal that has
-// interrupted skClose can end the process: it waits for the same stage. The provider is called by the thread that
-// closes or unloads, one session after the other, since a provider may need the lock that the loader holds then.
+// No acknowledged message is lost, and no freed memory is touched. From closing to at rest a thread of the session's
+// own (closer) does the work; skClose only waits for the stage. So a signal handler that has interrupted skClose can
+// end the process: it waits for the same stage. The provider is called by the thread that closes or unloads, one
+// session after the other, since the provider may need the loader's lock, which that thread holds.
 //
-// A call notes on its stack what it is in (Call.h). A thread waits for no use that its own handler has interrupted; the
-// memory of such a session is freed by that use, when it comes out. Where a handler closes or ends the process, and at
-// every exit, all waits have a limit: the interrupted call may hold a lock.
+// A call notes on its stack which session it uses (Call.h). A signal handler does not wait for the call that it has
+// interrupted; that call frees the session's memory when it ends. When a handler closes a session or ends the process,
+// and at every exit, all waits have a limit: the interrupted call may hold a lock.
 //
 // The list lock guards both lists, `ending` and the count of users. It is never held during a call. It, the counts and
 // the pointer below are constant-initialised and never destroyed, so the exports work, and refuse, before the library's
@@ -38,7 +38,7 @@
 class CScpiResManager {
  public:
   CScpiResManager() = default;
-  /// Only when no session is left: see EndSessions.
+  /// Only once no session is left: see EndSessions.
   ~CScpiResManager() = default;
   CScpiResManager(const CScpiResManager&) = delete;
   CScpiResManager& operator=(const CScpiResManager&) = delete;
@@ -69,7 +69,7 @@ class CScpiResManager {
 /// The one manager; null before the load hook, after the unload hook.
 extern constinit CScpiResManager* ScpiResManager;
 
-/// Lets a call into a session, and keeps the session alive until the call is out.
+/// Lets a call into a session, and keeps the session alive until the call ends.
 class SessionUse {
  public:
   explicit SessionUse(unsigned long id);
@@ -98,7 +98,7 @@ void DeleteResManager();
 /// In a forked child no session can be used, and none is closed.
 void MarkForked();
 
-/// Opening for the exports: counts the session as alive, and turns what is thrown into VI_ERROR_SYSTEM_ERROR.
+/// Opening for the exports: counts the session as alive, and turns any exception into VI_ERROR_SYSTEM_ERROR.
 long OpenSession(const char* name, unsigned int timeout, unsigned long* id);
 
 /// A uniform integer from 1 to `limit`, from a Mersenne twister seeded afresh for each call.

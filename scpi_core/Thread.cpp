@@ -83,7 +83,7 @@ int CThreadObject::ThreadStop(unsigned int timeout) {
   if (!Active()) return 0;
   ThreadStopAsync();
   const std::uint32_t microseconds = timeout * 1000u;
-  // Callers rely on the whole grace period, also when the thread has ended by itself.
+  // The whole grace period passes, also when the thread has ended by itself. Odd, and kept: closing takes this long.
   support::SleepUntil(support::NowNs() + std::int64_t{1000} * microseconds);
   m_thread.join();
   m_should_stop = false;

@@ -1,4 +1,4 @@
-// A lock and a stoppable thread, the two things that sessions and the sweep poller stand on.
+// A lock and a thread that can be stopped: the base of sessions and of the sweep poller.
 #pragma once
 
 #include <atomic>
@@ -41,14 +41,14 @@ class BlockedSignals {
   sigset_t m_before;
 };
 
-/// A thread whose body is ThreadCycle, and which can be asked to stop. Every signal is blocked on it: one that the
-/// program reads with signalfd, say, must not be delivered here and kill it.
+/// A thread whose body is ThreadCycle, and which can be asked to stop. Every signal is blocked on it: a signal that the
+/// program reads with signalfd must not be delivered here and kill the process.
 ///
 /// Start, stop and Active belong to one thread at a time, the owner's; ThreadStopAsync and ThreadShouldStop to any.
 class CThreadObject {
  public:
   explicit CThreadObject(int = 0);
-  /// Stops the thread. A subclass whose ThreadCycle uses its members stops it earlier, in its own destructor.
+  /// Stops the thread. A subclass whose ThreadCycle uses members of its own stops it in its own destructor.
   virtual ~CThreadObject();
   virtual void ThreadCycle() {}
   CThreadObject(const CThreadObject&) = delete;
@@ -59,7 +59,7 @@ class CThreadObject {
   /// Asks the thread to stop, sleeps the whole time-out in milliseconds whether or not it has ended by then, and joins
   /// it, for as long as that takes. Returns 0.
   int ThreadStop(unsigned int timeout);
-  /// Asks the thread to stop and returns at once. The stop has to be up already or the thread kept alive by the caller.
+  /// Asks the thread to stop and returns at once. Either the stop is set already, or the caller keeps the thread alive.
   int ThreadStopAsync();
   bool ThreadShouldStop() const { return m_should_stop; }
   bool Active() const { return m_thread.joinable(); }
@@ -67,7 +67,7 @@ class CThreadObject {
   static bool OnAnyThread();
   /// True on the thread itself.
   bool IsThisThread() const { return m_thread_id.load() == std::this_thread::get_id(); }
-  /// Signalled while a stop is asked for: waiters that must be let out by a stop wait on it too.
+  /// Signalled while a stop is asked for. Waits that a stop must end include this event.
   neosmart::neosmart_event_t StopEvent() const { return m_stop_event; }
 
  protected:

@@ -1,8 +1,8 @@
-// The SCPI interpreter: cuts a message into units, a unit into tokens, walks the command tree, matches the parameters
-// and calls the handler. It knows no command by name.
+// The SCPI interpreter: cuts a program message into message units and a unit into tokens, walks the command tree,
+// matches the parameters and calls the handler. It knows no command by name.
 //
-// Lengths rule: nothing is terminated by contract, and no routine reads outside the text it was given. What stands
-// before or behind it is no letter, no digit and no delimiter. Letters and case are ASCII.
+// Texts have a length and need no terminator, and no routine reads outside the text it was given. Beyond its ends there
+// is no letter, no digit and no delimiter. Letters and case are ASCII.
 #pragma once
 
 #include <cstddef>
@@ -19,21 +19,21 @@ void ReleaseCommandTree();
 /// Replaces a level that exists, appends the next one; a negative level is ignored.
 void AddTreeLevel(int level, const sCommandTreeNode* rows, std::size_t count);
 
-/// Works off one message, its LF included. Answers go to `stream`, errors too; `device` is handed on to the handlers.
+/// Executes one program message, its LF included. Responses and errors go to `stream`; the handlers get `device`.
 void Parse(char* text, int length, IResponseStream* stream, void* device);
 
 // ---- Tokeniser
 
 /// Size of the IEEE 488.2 definite-length block at the start of a text, as it says of itself; 0 if there is none.
 unsigned int BinaryBlockSize(const char* text, int length, eBBS what);
-/// Message units up to the LF, a NUL or the end; at least 1.
+/// Number of program message units up to the LF, a NUL or the end; at least 1.
 int GetComCount(const char* text, int length);
 /// Moves the cursor to the next piece.
 void FindSubString(const char* text, int length, SubStringParams& params);
-/// Cleans a unit in place; the length becomes 0 if nothing remains.
+/// Trims a unit in place; the length becomes 0 if nothing remains.
 void Trim(char* text, int& length);
 /// The numeric suffix of a header token, which is taken off the length: 0 if there is none, -1 if the token does not
-/// begin with a letter. Only suffixes of one digit come out whole, and callers rely on it.
+/// begin with a letter. Odd, and kept: only a suffix of one digit is read whole.
 int GetChannel(const char* token, int& length);
 /// Fills the token list of a command whose level count is known.
 void GetSubStrings(const char* text, int length, sCommand* command);
@@ -42,7 +42,7 @@ void GetSubStrings(const char* text, int length, sCommand* command);
 struct sUnitCommand : sCommand {
   sUnitCommand() = default;
   ~sUnitCommand();
-  /// Forgets the unit before. The text has to outlive the command, or the next Begin.
+  /// Forgets the unit before. The text must live until the next Begin, or as long as the command.
   void Begin(char* unit, int unit_length);
 
  private:
@@ -63,5 +63,5 @@ bool CheckTree(sCommand* command, int& level, int& row, int token, void* device)
 
 /// Turns the command's parameter tokens into values; appends them, or sets the command's error.
 void FindParameters(const sFunctionCallInfo& info, const sFParam* parameters, sCommand* command);
-/// Reads a number with its suffix, or a mnemonic. Returns whether it found neither.
+/// Reads a number with its suffix, or character data. True if it found neither.
 int GetNumValue(const char* token, int length, const sFParam& descriptor, sNumValue& out);

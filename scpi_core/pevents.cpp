@@ -22,7 +22,7 @@ void Unlock(pthread_mutex_t& mutex) {
   Require(pthread_mutex_unlock(&mutex) == 0, "result == 0");
 }
 
-/// Lets go of the mutex also when there is no memory for what is done under it.
+/// Releases the mutex also when memory runs out under it.
 class Held {
  public:
   explicit Held(pthread_mutex_t& mutex) : m_mutex(mutex) { Lock(m_mutex); }
@@ -44,10 +44,10 @@ void Release(neosmart_wfmo_t_* record) {
   delete record;
 }
 
-/// What a wait record's Progress says.
+/// The values of a wait record's Progress.
 enum : std::uint32_t { kAwake, kAsleep, kComplete };
 
-/// Counts a signalled event in, with the record's mutex held. True if that completes the wait of a thread that sleeps.
+/// Counts a signalled event in, with the record's mutex held. True if that completes the wait of a sleeping thread.
 bool Fire(neosmart_wfmo_t_& record, std::int32_t index) {
   if (record.WaitAll) {
     --record.Status.EventsLeft;
@@ -126,8 +126,8 @@ neosmart_wfmo_t_* NewRecord(int count, bool wait_all) {
   return record;
 }
 
-/// Consumes the event if it is signalled, otherwise queues the record on it. Returns true if nothing else needs a look:
-/// a wait on any has its event.
+/// Consumes the event if it is signalled, otherwise queues the record on it. Returns true if no other event need be
+/// tested: a wait on any has its event.
 bool Register(neosmart_event_t_& event, neosmart_wfmo_t_* record, std::int32_t index) {
   const Held event_held(event.Mutex);
   Prune(event);
@@ -143,7 +143,7 @@ bool Register(neosmart_event_t_& event, neosmart_wfmo_t_* record, std::int32_t i
   return !record->WaitAll && record->Status.FiredEvent != -1;
 }
 
-/// The waiter's own reference to its record, and the end of the wait when it goes, however that comes.
+/// The waiter's own reference to its record. Its destructor ends the wait, also after an exception.
 class Waiting {
  public:
   explicit Waiting(neosmart_wfmo_t_* record) : m_record(record) {}
@@ -154,7 +154,7 @@ class Waiting {
     }
     Release(m_record);
   }
-  /// With the record's mutex held, and in the same hold as the last look at it: nothing fires into a wait that is over.
+  /// With the record's mutex held since the last test, so that no event fires into a wait that is over.
   void End() {
     m_record->StillWaiting = false;
     m_over = true;
@@ -203,7 +203,7 @@ int SetEvent(neosmart_event_t event) {
   neosmart_wfmo_t_* chain = nullptr;
   const bool auto_reset = event->AutoReset;
   Lock(event->Mutex);
-  // Before anybody is let go, who may reset it again; an auto-reset event that a waiter takes is never up.
+  // Before a waiter is woken, which may reset it again. An auto-reset event that a waiter takes is never set.
   if (!auto_reset) event->State = 1;
   bool taken = false;
   while (!event->WaitQueue.empty() && !taken) taken = PopWaiter(*event, chain) && auto_reset;
@@ -241,7 +241,7 @@ int WaitForEventUntil(neosmart_event_t event, std::int64_t deadline_ns) {
 int WaitForMultipleEvents(neosmart_event_t* events, int count, bool wait_all, std::uint64_t milliseconds,
                           int& wait_index) {
   wait_index = -1;
-  // The first event comes before all others, so where it is set nothing has to be queued.
+  // The first event comes before all others, so if it is set, nothing has to be queued.
   if (!wait_all && count > 0 && WaitForEvent(events[0], 0) == 0) {
     wait_index = 0;
     return 0;
@@ -258,7 +258,7 @@ int WaitForMultipleEvents(neosmart_event_t* events, int count, bool wait_all, st
     record->Progress.compare_exchange_strong(awake, kAsleep);
     in_time = support::WaitWhileOrCancelled(record->Progress, kAsleep, deadline);
   }
-  // An event may have fired between the time-out and this thread's getting the lock.
+  // An event may have fired after the time-out and before this thread got the lock.
   const Held held(record->Mutex);
   const int result = record->Progress == kComplete ? 0 : kTimedOut;
   waiting.End();

@@ -1,9 +1,9 @@
 // Events as other systems know them, on POSIX threads: auto-reset and manual-reset, with a wait on one, any or all of a
 // set. Times in milliseconds, on the clock of support/Clock.h; 0 tests and does not block, kInfinite waits for ever.
 //
-// A wait on one event takes no lock, so a thread that a signal's handler has interrupted there keeps none. Waits on
-// several have one lock order: an event's mutex, then a wait record's. Whoever signals keeps a reference to the record,
-// lets go of every lock, signals, and then drops the reference: a thread woken into a held lock would triple the round
+// A wait on one event takes no lock, so a thread that a signal handler has interrupted there holds none. Waits on
+// several have one lock order: an event's mutex, then a wait record's. SetEvent keeps a reference to the record,
+// releases every lock, signals, and then drops the reference: waking a thread into a held lock would triple the round
 // trip.
 #pragma once
 
@@ -16,11 +16,11 @@
 
 namespace neosmart {
 
-/// One call of WaitForMultipleEvents, shared by the waiting thread and the events on whose queues it stands. Whoever
-/// drops the last reference frees it.
+/// One call of WaitForMultipleEvents, shared by the waiting thread and the events in whose queues it is. The last
+/// reference to go frees it.
 struct neosmart_wfmo_t_ {
   pthread_mutex_t Mutex;
-  support::Word Progress;  ///< kAwake, kAsleep or kComplete: what the waiter sleeps on
+  support::Word Progress;  ///< kAwake, kAsleep or kComplete; the waiter sleeps on it
   std::atomic<std::int32_t> RefCount;
   union {
     std::int32_t FiredEvent;  ///< wait on any: index of the event that fired, -1 while none has
@@ -28,7 +28,7 @@ struct neosmart_wfmo_t_ {
   } Status;
   bool WaitAll;
   bool StillWaiting;               ///< cleared by the firing of a wait on any, and by the waiter when it leaves
-  neosmart_wfmo_t_* NextToSignal;  ///< chain of one SetEvent; only who completes a wait puts it on a chain
+  neosmart_wfmo_t_* NextToSignal;  ///< chain of one SetEvent; only the call that completes a wait puts it on a chain
 };
 
 struct neosmart_wfmo_info_t_ {
@@ -39,7 +39,7 @@ struct neosmart_wfmo_info_t_ {
 struct neosmart_event_t_ {
   pthread_mutex_t Mutex;  ///< guards the queue
   bool AutoReset;
-  support::Word State;     ///< 1 when signalled: what waiters on this event alone sleep on
+  support::Word State;     ///< 1 when signalled; waiters on this event alone sleep on it
   support::Word Sleepers;  ///< how many of these there are
   std::deque<neosmart_wfmo_info_t_> WaitQueue;
 };
@@ -50,7 +50,7 @@ using neosmart_event_t = neosmart_event_t_*;
 inline constexpr int kTimedOut = 110;
 inline constexpr std::uint64_t kInfinite = ~std::uint64_t{0};
 
-/// The caller destroys the event, when no thread waits on it or is inside SetEvent any more.
+/// The caller destroys the event, once no thread waits on it or is inside SetEvent.
 neosmart_event_t CreateEvent(bool manual_reset, bool initial_state);
 int DestroyEvent(neosmart_event_t event);
 
@@ -58,18 +58,18 @@ int DestroyEvent(neosmart_event_t event);
 /// event to all.
 int SetEvent(neosmart_event_t event);
 int ResetEvent(neosmart_event_t event);
-/// A look that consumes nothing and takes no lock.
+/// Tests without consuming; takes no lock.
 inline bool IsSet(neosmart_event_t event) {
   return event->State != 0;
 }
 
 /// 0 or kTimedOut. With 0 ms a busy event counts as not signalled.
 int WaitForEvent(neosmart_event_t event, std::uint64_t milliseconds);
-/// The same up to a deadline of support/Clock.h, for who waits more than once for one thing.
+/// The same up to a deadline of support/Clock.h, for several waits under one time limit.
 int WaitForEventUntil(neosmart_event_t event, std::int64_t deadline_ns);
 
 /// 0 or kTimedOut. In a wait on any `wait_index` is the position of the event that fired, the lowest one if several are
-/// signalled, or -1; in a wait on all the number of events still due. An event may stand in the array once.
+/// signalled, or -1; in a wait on all the number of events still due. An event may be in the array only once.
 int WaitForMultipleEvents(neosmart_event_t* events, int count, bool wait_all, std::uint64_t milliseconds,
                           int& wait_index);
 int WaitForMultipleEvents(neosmart_event_t* events, int count, bool wait_all, std::uint64_t milliseconds);

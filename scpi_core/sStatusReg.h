@@ -37,12 +37,12 @@ struct sStatusReg {
   std::uint16_t questionable = 0;
   std::uint8_t standard_event = 0;
   std::uint8_t status_byte = 0;
-  bool guarded = true;      ///< calls without force do nothing; nothing ever changes this, and callers rely on it
-  bool queue_empty = true;  ///< nothing ever changes this either
+  bool guarded = true;      ///< calls without force do nothing; never changed, as programs would see new bits
+  bool queue_empty = true;  ///< never changed either
 
   /// Sets a bit. A register outside 0 to 3, a negative bit or one that the register does not have changes nothing.
   void SetRegBit(short reg, short bit, bool force);
-  /// Clears a bit. Callers rely on register 2 clearing the same bit of the status byte too.
+  /// Clears a bit. Odd, and kept: in register 2 it also clears the same bit of the status byte.
   void ClrRegBit(short reg, short bit, bool force);
   /// Clears a register; register 2 clears the status byte too.
   void ClrReg(short reg, bool force);

@@ -8,7 +8,7 @@
 #include "scpi_zlt/lookups.h"
 #include "scpi_zlt/scpi_errors.h"
 
-/// What the parser and the handlers speak to.
+/// Where the parser and the handlers send responses and errors.
 class IResponseStream {
  public:
   /// Appends text to the response; returns how many characters were stored.
@@ -22,23 +22,23 @@ class IResponseStream {
   ~IResponseStream() = default;
 };
 
-/// In place of the length of a short form: only the whole word matches.
+/// Instead of the length of a short form: only the whole word matches.
 inline constexpr std::int32_t kNoShortForm = -1;
 
-/// A word that character data may be; the short form is the first `short_length` characters.
+/// A word of character data; the short form is the first `short_length` characters.
 struct sMnemonicRow {
   const char* name;
   std::int32_t value;  ///< nothing reads it
   std::int32_t short_length;
 };
 
-/// A suffix that a number accepts, and what it multiplies by.
+/// A suffix of a number, and its multiplier.
 struct sUnitRow {
   const char* name;
   double multiplier;
 };
 
-/// What program data a parameter takes. A value without a name counts as character data.
+/// The program data that a parameter takes. A value without a name counts as character data.
 enum EParamKind : std::uint32_t {
   kKindDecimal = 2,  ///< matched as kKindNumeric
   kKindCharacter = 3,
@@ -90,7 +90,7 @@ struct sCommandTreeNode {
   std::int32_t id;      ///< unique in its level; -1 for the common commands, which have no children
   bool optional;        ///< may be left out of a header
   std::int32_t instance_limit;
-  SCPI_Handler handler;  ///< null for a node on the way only
+  SCPI_Handler handler;  ///< null for an inner node without a command
   sFunctionCallInfo call_info;
 };
 
@@ -100,7 +100,7 @@ struct STree {
   std::int32_t count;
 };
 
-/// What BinaryBlockSize measures.
+/// The result of BinaryBlockSize.
 enum eBBS : int { kBlockWhole = 0, kBlockHeader = 1, kBlockData = 2 };
 
 /// The cursor of FindSubString.
@@ -110,7 +110,7 @@ struct SubStringParams {
   const char* delimiters = "";  ///< in the order of their priority
 };
 
-/// What GetNumValue finds in a token.
+/// The result of GetNumValue.
 struct sNumValue {
   double value = -1.0;  ///< the number, or the row of the mnemonic
   char unit[12] = {};   ///< in lower case; a longer suffix is cut and so matches no unit

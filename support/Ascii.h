@@ -13,7 +13,7 @@ constexpr bool IsLetter(char c) {
 constexpr bool IsQuote(char c) {
   return c == '"' || c == '\'';
 }
-/// What separates the tokens of a message.
+/// The characters that separate the tokens of a message.
 constexpr bool IsWhite(char c) {
   return c == '\t' || c == '\n' || c == '\r' || c == ' ';
 }

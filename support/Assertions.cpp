@@ -1,4 +1,4 @@
-// The fatal checks of the packets: what was expected, where, and for __D_Assert the data, then abort.
+// The fatal checks: they print what was expected, where, and for __D_Assert the data, and abort.
 #include <cstdlib>
 #include <cstring>
 #include <iostream>

@@ -25,8 +25,8 @@ class CReplicableObject : public virtual CObj {
   static CReplicableObject* Copy(const CReplicableObject* source);
 };
 
-/// Knows whether it has been constructed. The destructor leaves the marker alone, so a freed object is not told from a
-/// live one.
+/// Knows whether it has been constructed. The destructor leaves the marker alone, so it does not show that an object
+/// has been freed.
 class CAllocationChecker {
  public:
   CAllocationChecker() = default;

@@ -1,7 +1,7 @@
 // Time as this library measures it: every wait, sleep and "milliseconds gone" of our own runs on the monotonic clock,
 // so that a step of the wall clock neither hangs nor cuts anything short. Two bodies exist for these declarations: the
-// real one (Clock.cpp) and one that a test drives (tests/unit/DrivenClock.cpp); whoever links decides. What follows
-// from NowNs alone stands here.
+// real one (Clock.cpp) and one that a test drives (tests/unit/DrivenClock.cpp); the program that links them chooses.
+// Whatever NowNs alone is enough for is defined here.
 #pragma once
 
 #include <atomic>
@@ -31,8 +31,8 @@ inline std::int64_t MillisecondsSince(std::int64_t start_ns) {
 /// Sleeps the whole time; a signal does not cut it short.
 void SleepUntil(std::int64_t deadline_ns);
 
-/// What threads wait on: whoever changes it calls Wake. No lock belongs to it, so a thread that the handler of a signal
-/// has interrupted in its wait holds none.
+/// A word that threads wait on. A thread that changes it calls Wake. It has no lock, so a thread whose wait is
+/// interrupted by a signal handler holds none.
 using Word = std::atomic<std::uint32_t>;
 
 /// Waits while `word` holds `value`, until woken or until the deadline. False at the deadline; true may come early, and
@@ -41,8 +41,7 @@ bool WaitWhile(const Word& word, std::uint32_t value, std::int64_t deadline_ns);
 /// The same; a thread that is cancelled (pthread_cancel) ends here.
 bool WaitWhileOrCancelled(const Word& word, std::uint32_t value, std::int64_t deadline_ns);
 
-/// Wakes at most `count` threads that wait on the word, those that have waited longest. The word need not exist any
-/// more.
+/// Wakes at most `count` threads that wait on the word, the longest-waiting first. The word may be gone already.
 void Wake(const Word& word, int count);
 inline constexpr int kAllWaiters = INT32_MAX;
 

@@ -24,7 +24,7 @@ int ParseInt(const Char* text) {
   while (*text != 0 && *text != Char('-') && !IsDigit(*text)) ++text;
   std::uint32_t number = 0;
   if (text[0] == Char('0') && text[1] == Char('x')) {
-    // Callers rely on it: lower-case hexadecimal letters end the number.
+    // Odd, and kept: lower-case hexadecimal letters end the number ("0x1f" is 1).
     for (text += 2; HexDigit(*text) >= 0; ++text) number = number * 16 + static_cast<std::uint32_t>(HexDigit(*text));
     return static_cast<int>(number);
   }
@@ -95,7 +95,7 @@ std::vector<std::string> ParseAddress(std::string address, std::vector<std::stri
 std::wstring FloatToStrF(double value, TFloatFormat format, int precision, int /*digits*/) {
   constexpr int kWidth = 6;
   constexpr std::size_t kLongest = 511;
-  // No double has more digits than this, so a larger precision changes nothing in front of the cut.
+  // No double has more digits than this, so a larger precision changes nothing before the cut.
   constexpr int kMostDigits = 1100;
   std::array<wchar_t, kMostDigits + 400> text{};
   const int places = std::clamp(precision, 0, kMostDigits);

@@ -16,7 +16,7 @@ class RowCounter {
  public:
   /// The number of the next row.
   int Next(const char* row) {
-    // Behind the "=" only: a name may hold digits.
+    // Only after the "=": a name may hold digits.
     const char* base = row != nullptr ? std::strchr(row, '=') : nullptr;
     if (base != nullptr) m_next = static_cast<std::uint32_t>(str2int(base + 1));
     return static_cast<int>(m_next++);

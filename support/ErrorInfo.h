@@ -10,6 +10,6 @@ struct sErrorInfoRow {
   int CommandClass;  ///< 1 from -108 to -224; nothing reads it
 };
 
-/// Row 0 is "No error"; searches start behind it.
+/// Row 0 is "No error"; searches start after it.
 inline constexpr int kErrorInfoCount = 129;
 extern const sErrorInfoRow ErrorInfo[kErrorInfoCount];

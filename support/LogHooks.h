@@ -1,6 +1,6 @@
-// Hooks at the places where the code would report: a packet that is misread, a message unit that failed, an exception
-// that ended a message. They do nothing; whoever needs to look there gives them a body. The fatal checks __M_Assert and
-// __D_Assert are public: scpi_zlt/helpers.h.
+// Hooks where the code could report something: a packet that is misread, a message unit that failed, an exception that
+// ended a message. They do nothing. To look there, give them a body. The fatal checks __M_Assert and __D_Assert are
+// public: scpi_zlt/helpers.h.
 #pragma once
 
 #include <string_view>

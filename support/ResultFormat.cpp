@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t kNumberSize = 128;
 
-/// The value behind a caller's pointer, which may be odd.
+/// The value at a caller's pointer, which need not be aligned.
 template <class Value>
 Value Load(const void* data) {
   Value value;
@@ -81,7 +81,7 @@ void ConvertOutputData(void* data, int type, char* out, bool terminate) {
       break;
     }
     case 7:
-      // Callers rely on it: eight characters, no more and no fewer.
+      // Always eight characters: callers copy a field of this size.
       std::snprintf(text, sizeof text, "%g", Load<double>(data));
       length = kShortSize;
       break;

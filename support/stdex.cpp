@@ -7,7 +7,7 @@
 namespace stdex {
 namespace {
 
-/// The text behind a caller's pointer.
+/// The text at a caller's pointer.
 template <class Char>
 std::basic_string_view<Char> View(const Char* text) {
   return text != nullptr ? std::basic_string_view<Char>(text) : std::basic_string_view<Char>();
