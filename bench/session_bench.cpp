@@ -1,6 +1,8 @@
 // Round trips, settings, memory and opening of the shared library over the simulated generator, each against a bound in
 // the same process. bench/engine_bench.cpp measures what lies below a session.
+#include <algorithm>
 #include <array>
+#include <atomic>
 #include <charconv>
 #include <chrono>
 #include <cstdint>
@@ -45,6 +47,11 @@ class Session {
     if (skRead(m_session, answer.data(), answer.size(), &count) != VI_SUCCESS_TERM_CHAR) std::abort();
   }
   unsigned long Handle() const { return m_session; }
+  void SetTimeOut(unsigned long milliseconds) const { skSetAttribute(m_session, VI_ATTR_TMO_VALUE, milliseconds); }
+  void ReadNothing() const {
+    unsigned char byte = 0;
+    if (skRead(m_session, &byte, 1, nullptr) != VI_ERROR_TMO) std::abort();
+  }
 
  private:
   unsigned long m_session = 0;
@@ -251,6 +258,74 @@ void PrintIdlePoller() {
               100.0 * (ProcessorSeconds() - before) / 10.0);
 }
 
+struct Spread {
+  double median;
+  double most;  ///< 99 of 100 take less
+};
+
+/// Each round trip timed by itself, in microseconds.
+template <class RoundTrip>
+Spread Measure(const RoundTrip& round_trip) {
+  constexpr std::size_t kRounds = 20000;
+  std::vector<double> times;
+  for (std::size_t i = 0; i < kRounds; ++i) {
+    const auto start = std::chrono::steady_clock::now();
+    round_trip();
+    times.push_back(std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count());
+  }
+  std::sort(times.begin(), times.end());
+  return {times[kRounds / 2], times[kRounds * 99 / 100]};
+}
+
+void PrintRoundTrips(const char* where, double goal) {
+  const Session session;
+  bench::PingPong pair;
+  for (int run = 0; run < 3; ++run) {
+    const Spread bound = Measure([&pair] { pair.RoundTrip(); });
+    const Spread query = Measure([&session] {
+      session.Write("*OPC?\n");
+      session.Read();
+    });
+    std::printf(
+        "*OPC?, %-37s %6.2f us (99 %%: %6.2f) bound %6.2f us (99 %%: %6.2f) ratio %5.2f (99 %%: %5.2f) goal %.1f\n",
+        where, query.median, query.most, bound.median, bound.most, query.median / bound.median, query.most / bound.most,
+        goal);
+  }
+}
+
+/// Two loops that never sleep take the processors away.
+void PrintRoundTripsUnderLoad() {
+  std::atomic<bool> stop{false};
+  const auto spin = [&stop] {
+    while (!stop) {
+    }
+  };
+  std::thread first(spin);
+  std::thread second(spin);
+  PrintRoundTrips("free threads, two busy loops beside", 1.0);
+  stop = true;
+  first.join();
+  second.join();
+}
+
+/// What a session costs while nothing happens, after a busy exchange.
+void PrintIdle(const char* what, bool reads) {
+  const Session session;
+  for (int i = 0; i < 1000; ++i) {
+    session.Write("*OPC?\n");
+    session.Read();
+  }
+  if (reads) session.Write("*CLS\n");
+  const double before = ProcessorSeconds();
+  if (reads) {
+    session.SetTimeOut(5000);
+    session.ReadNothing();
+  } else {
+    std::this_thread::sleep_for(std::chrono::seconds(5));  // the measurement itself: processor time over five seconds
+  }
+  std::printf("%-44s %9.3f %% of a core\n", what, 100.0 * (ProcessorSeconds() - before) / 5.0);
+}
+
 }  // namespace
 
 // Round trips are timed in many short runs: a single one is at the mercy of the scheduler.
@@ -276,7 +351,12 @@ void StayOnOneProcessor() {
 }
 
 int main(int argc, char** argv) {
+  PrintRoundTrips("free threads", 1.0);
+  PrintRoundTripsUnderLoad();
+  PrintIdle("an idle session", false);
+  PrintIdle("a reader that waits for long", true);
   StayOnOneProcessor();
+  PrintRoundTrips("one processor", 1.4);
   const int result = bench::Main(argc, argv,
                                  {{"OpcQuery", {"PingPongBound"}, 1.5},
                                   {"VersionQuery", {"PingPongBound"}, 1.5},

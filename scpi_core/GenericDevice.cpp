@@ -106,7 +106,9 @@ void CGenericDevice::Serve() {
   while (!ThreadShouldStop()) {
     int index = -1;
     try {
-      neosmart::WaitForMultipleEvents(m_wait_events, 4, false, neosmart::kInfinite, index);
+      m_waits.Await(
+          [this] { return std::any_of(m_wait_events, m_wait_events + 4, neosmart::IsSet); },
+          [&] { return neosmart::WaitForMultipleEvents(m_wait_events, 4, false, neosmart::kInfinite, index); });
     } catch (const std::bad_alloc&) {
       // No memory for a wait on several events. A wait on one needs none, and gives other threads time to free some.
       neosmart::WaitForEvent(StopEvent(), 10);
@@ -156,6 +158,7 @@ void CGenericDevice::TakeMessage() {
     }
     if (!input.CommandComplete()) neosmart::ResetEvent(m_command_event);
   }
+  m_io_buffer->m_reads.NoteOtherSide();
   if (length > 0) Interpret(static_cast<int>(length));
   // A reader may have taken the response before the message ended; it then waits for the end. It holds the lock while
   // it tests whether a message runs, so it either sees the end or is woken by it.

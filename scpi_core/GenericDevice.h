@@ -7,6 +7,7 @@
 #include <memory>
 #include <string_view>
 
+#include "scpi_core/ShortWaits.h"
 #include "scpi_core/Thread.h"
 #include "scpi_core/pevents.h"
 #include "scpi_core/sStatusReg.h"
@@ -85,6 +86,7 @@ class CGenericDevice : public IResponseStream, public CThreadObject {
   neosmart::neosmart_event_t m_cls_event = nullptr;    ///< a written message held "*CLS"; nothing waits on it
   neosmart::neosmart_event_t m_idle_event = nullptr;   ///< set after each message once the session is closing
   neosmart::neosmart_event_t m_wait_events[4] = {};    ///< command, open, close, stop: the order is the priority
+  ShortWaits m_waits;                                  ///< of the interpreter, for messages
   CSafeObject m_input_lock;                            ///< guards the input ring
   CSafeObject m_output_lock;                           ///< guards the output ring
   std::atomic<int> m_timeout{1000};                    ///< milliseconds

@@ -62,6 +62,7 @@ long CIOBuffer::Write(const unsigned char* text, unsigned long count, unsigned l
   if (written != nullptr) *written = stored;
   if (!complete) return VI_SUCCESS;
   CheckIEEECommand(bytes, static_cast<int>(stored));
+  m_device->m_waits.NoteOtherSide();
   neosmart::SetEvent(m_device->m_command_event);
   return VI_SUCCESS;
 }
@@ -73,7 +74,11 @@ long CIOBuffer::Read(unsigned char* buffer, unsigned long size, unsigned long* g
   const neosmart::neosmart_event_t event = m_device->m_response_event;
   for (;;) {
     if (m_closing) return VI_ERROR_INV_OBJECT;
-    const int waited = neosmart::WaitForEventUntil(event, deadline);
+    int waited = 0;
+    if (!neosmart::IsSet(event)) {
+      waited = m_reads.Await([event] { return neosmart::IsSet(event); },
+                             [event, deadline] { return neosmart::WaitForEventUntil(event, deadline); });
+    }
     if (m_closing) return VI_ERROR_INV_OBJECT;
     if (waited != 0) return VI_ERROR_TMO;
     // One hold for all three tests: meanwhile the interpreter ends no message, and no other reader empties the ring.

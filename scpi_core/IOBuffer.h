@@ -7,6 +7,7 @@
 
 #include "scpi_core/CharBuff.h"
 #include "scpi_core/GenericDevice.h"
+#include "scpi_core/ShortWaits.h"
 #include "scpi_core/types.h"
 
 class CIOBuffer : public IResponseStream {
@@ -69,6 +70,7 @@ class CIOBuffer : public IResponseStream {
 
   unsigned long m_id = 0;
   std::atomic<bool> m_closing{false};
+  ShortWaits m_reads;
   CCharBuff m_output;  ///< the interpreter writes, callers read
   CCharBuff m_input;   ///< callers write, the interpreter reads
   CGenericDevice* m_device = nullptr;

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <linux/futex.h>
 #include <pthread.h>
+#include <sched.h>
 #include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
@@ -35,6 +36,11 @@ std::int64_t NowNs() {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
   return now.tv_sec * kNsPerSecond + now.tv_nsec;
+}
+
+int UsableProcessors() {
+  cpu_set_t set;
+  return sched_getaffinity(0, sizeof set, &set) == 0 ? CPU_COUNT(&set) : 1;
 }
 
 void SleepUntil(std::int64_t deadline_ns) {

@@ -28,6 +28,10 @@ inline std::int64_t MillisecondsSince(std::int64_t start_ns) {
   return (NowNs() - start_ns) / kNsPerMillisecond;
 }
 
+/// How many processors this thread may run on; one on a clock that a test drives, where looking before sleeping is no
+/// use.
+int UsableProcessors();
+
 /// Sleeps the whole time; a signal does not cut it short.
 void SleepUntil(std::int64_t deadline_ns);
 

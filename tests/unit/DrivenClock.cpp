@@ -99,6 +99,10 @@ std::int64_t NowNs() {
   return time.now_ns;
 }
 
+int UsableProcessors() {
+  return 1;
+}
+
 void SleepUntil(std::int64_t deadline_ns) {
   MoveTo(deadline_ns);
 }
