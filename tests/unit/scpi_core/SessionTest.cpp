@@ -353,7 +353,7 @@ TEST_F(Session, ReadersShareWholeAnswers) {
   std::barrier start(2);
   const auto read = [this, &start](bool writes) {
     std::string wrong;
-    for (int round = 0; round < 500; ++round) {
+    for (int round = 0; round < 300; ++round) {
       if (writes) Write("*IDN?\nWIDE?\n");
       start.arrive_and_wait();
       const Answer answer = Read(CCharBuff::kCapacity);
