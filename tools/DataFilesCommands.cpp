@@ -147,7 +147,8 @@ void AddNetworkCommands(CLI::App& app) {
 
   CLI::App* const show = s2p->add_subcommand("show", "Points, range, ports, and a plot in dB over frequency");
   show->add_option("FILE", arguments->input, "Touchstone file")->required();
-  show->add_option("-p,--parameter", arguments->parameters, "What to plot, for example S21; may be repeated");
+  show->add_option("-p,--parameter", arguments->parameters, "What to plot, for example S21; may be repeated")
+      ->allow_extra_args(false);
   show->add_flag("--no-plot", arguments->no_plot, "Print the summary only");
   show->add_option("--width", arguments->width, "Columns of the plot")->check(CLI::Range(10, 1000));
   show->add_option("--height", arguments->height, "Lines of the plot")->check(CLI::Range(3, 1000));

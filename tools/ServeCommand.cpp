@@ -45,7 +45,8 @@ void AddServeCommand(CLI::App& app) {
   AddPort(serve, "--raw", options->raw, 5025, "Raw socket: SCPI lines (5025; 0 picks a free port)");
   AddPort(serve, "--hislip", options->hislip, 4880, "HiSLIP (4880; 0 picks a free port)");
   serve.add_option("--bind", options->bind, "Address to listen on")->capture_default_str();
-  serve.add_option("--allow", options->net.allow, "Network that may connect, as ADDRESS/BITS; may be repeated");
+  serve.add_option("--allow", options->net.allow, "Network that may connect, as ADDRESS/BITS; may be repeated")
+      ->allow_extra_args(false);
   serve.add_option("--port-file", options->port_file, "Writes the ports to this file once all are open");
   serve.add_flag("--private", options->private_sessions,
                  "Each connection has a session, and a model of the instrument, of its own");

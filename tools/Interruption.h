@@ -1,0 +1,30 @@
+// Ctrl-C and the like, taken as events at points where the program can say what it leaves behind.
+#pragma once
+
+#include <csignal>
+
+/// From Watch on, SIGINT and SIGTERM no longer end the process but are noticed by Happened. The first that is noticed
+/// gives both their usual effect back, so that a second Ctrl-C ends a program that is slow to close.
+class Interruption {
+ public:
+  Interruption() = default;
+  ~Interruption();
+  Interruption(const Interruption&) = delete;
+  Interruption& operator=(const Interruption&) = delete;
+
+  /// Threads that are started later inherit the blocked signals.
+  void Watch();
+
+  bool Happened();
+
+  /// The exit status that shells give a program ended by this signal.
+  int ExitStatus() const { return 128 + m_signal; }
+
+  /// Waits until the standard input can be read. False when interrupted.
+  bool WaitForInput();
+
+ private:
+  sigset_t m_before{};
+  int m_descriptor = -1;
+  int m_signal = 0;
+};
