@@ -203,7 +203,7 @@ int SParamMatrix::Load(wchar_t const* file_name, wchar_t* comment, int* comment_
     return result;
   }
   if (!text.Rewind()) {
-    return datafiles::kNotOpened;  // a pipe is refused, though one reading would do: programs expect -1
+    return datafiles::kNotOpened;  // odd, and kept: a pipe is refused, though it is read only once
   }
   datafiles::StoreRows(text.values, m_matrix, text.rows, text.width);
   datafiles::StoreRows(text.values, noise, text.noise_rows, text.noise_width);

@@ -341,7 +341,7 @@ int GetCommandID(const char* text) {
 
 const char* GetErrorName(int id) {
   const char* name = GetEnumName(Rows(szErrorsNames), kErrorsCount, id);
-  // Odd, and kept: an unknown number reads like success. Programs use the name without a check for null.
+  // Odd, and kept: an unknown number reads like success.
   return name != nullptr ? name : "NO_ERROR";
 }
 

@@ -99,7 +99,7 @@ long CIOBuffer::Classify(const unsigned char* buffer, unsigned long size, unsign
   if (got == 0) return VI_ERROR_TMO;
   // A null buffer counts as one of size 0, so `got` is 0 then. NOLINTNEXTLINE(clang-analyzer-core.NullDereference)
   if (static_cast<char>(buffer[got - 1]) == m_device->m_termchar) return VI_SUCCESS_TERM_CHAR;
-  // A response that ends otherwise is delivered, and with an error: programs read the bytes all the same.
+  // Odd, and kept: a response that ends otherwise is delivered, and with an error.
   return got == size ? VI_SUCCESS_MAX_CNT : VI_ERROR_IO;
 }
 

@@ -37,7 +37,7 @@ struct sStatusReg {
   std::uint16_t questionable = 0;
   std::uint8_t standard_event = 0;
   std::uint8_t status_byte = 0;
-  bool guarded = true;      ///< calls without force do nothing; never changed, as programs would see new bits
+  bool guarded = true;      ///< calls without force do nothing; never changed, or registers would show more bits
   bool queue_empty = true;  ///< never changed either
 
   /// Sets a bit. A register outside 0 to 3, a negative bit or one that the register does not have changes nothing.

@@ -81,7 +81,7 @@ void ConvertOutputData(void* data, int type, char* out, bool terminate) {
       break;
     }
     case 7:
-      // Always eight characters: callers copy a field of this size.
+      // Odd, and kept: always eight characters, a shorter text filled up with zero bytes.
       std::snprintf(text, sizeof text, "%g", Load<double>(data));
       length = kShortSize;
       break;
