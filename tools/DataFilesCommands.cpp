@@ -2,7 +2,10 @@
 #include "tools/DataFilesCommands.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
+#include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <limits>
 #include <map>
@@ -111,12 +114,66 @@ void ShowNetwork(const NetworkArguments& arguments) {
   }
 }
 
+/// The extension in lower case, with its dot.
+std::string Extension(const std::filesystem::path& file) {
+  std::string extension = file.extension().string();
+  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return extension;
+}
+
+/// Refuses an output whose name promises another kind of file: ".s2p" and the like are Touchstone.
+void CheckTouchstoneName(const std::filesystem::path& file) {
+  const std::string extension = Extension(file);
+  if (extension.size() > 3 && extension.starts_with(".s") &&
+      extension.find_first_not_of("0123456789", 2) == extension.size() - 1 && extension.ends_with('p')) {
+    return;
+  }
+  throw scpi_zlt::DataFileError(file, 0, "the name of a Touchstone file ends in .s2p, .s1p and so on");
+}
+
 void ConvertNetwork(const NetworkArguments& arguments) {
+  CheckTouchstoneName(arguments.output);
   scpi_zlt::WriteTouchstone(arguments.output, scpi_zlt::ReadTouchstone(arguments.input), arguments.options);
 }
 
+/// Refuses a name that does not tell the form, unless an option does.
+void CheckMatrixName(const std::filesystem::path& file, const scpi_zlt::MatrixOptions& options,
+                     const std::string& option) {
+  const std::string extension = Extension(file);
+  if (options.form || extension == ".txt" || extension == ".csv" || extension == ".enr") return;
+  throw scpi_zlt::DataFileError(
+      file, 0, "the form of a matrix file shows in .txt, .csv or .enr; " + option + " names it for any other");
+}
+
+/// Says so if "1,2" in a text file is about to become 1.2: whoever meant two columns would not see it in the numbers.
+void WarnOfDecimalCommas(const std::filesystem::path& file, const scpi_zlt::MatrixOptions& options,
+                         const std::string& option) {
+  if (options.form || options.scrambled || Extension(file) != ".txt") return;
+  std::ifstream stream(file);
+  std::size_t number = 0;
+  const auto digit = [](char c) { return c >= '0' && c <= '9'; };
+  for (std::string line; std::getline(stream, line);) {
+    ++number;
+    const std::size_t start = line.find_first_not_of(" \t");
+    if (start == line.npos || line.find_first_of("[!#", start) == start) continue;
+    for (std::size_t comma = line.find(',', start); comma != line.npos; comma = line.find(',', comma + 1)) {
+      if (comma == 0 || comma + 1 == line.size() || !digit(line[comma - 1]) || !digit(line[comma + 1])) continue;
+      std::cerr << "scpi-zlt: " << file.string() << ":" << number
+                << ": a comma between digits is read as a decimal point; " << option << " csv makes it a separator"
+                << std::endl;
+      return;
+    }
+  }
+}
+
+Matrix ReadMatrixFile(const MatrixArguments& arguments, const std::string& option) {
+  CheckMatrixName(arguments.input, arguments.from, option);
+  WarnOfDecimalCommas(arguments.input, arguments.from, option);
+  return scpi_zlt::ReadMatrix(arguments.input, arguments.from);
+}
+
 void ShowMatrix(const MatrixArguments& arguments) {
-  const Matrix matrix = scpi_zlt::ReadMatrix(arguments.input, arguments.from);
+  const Matrix matrix = ReadMatrixFile(arguments, "--form");
   std::cout << "Rows     " << matrix.Rows() << "\nColumns  " << matrix.columns << "\n\n"
             << "column         first          last           min           max\n";
   for (std::size_t column = 0; column < matrix.columns; ++column) {
@@ -137,7 +194,8 @@ void ShowMatrix(const MatrixArguments& arguments) {
 }
 
 void ConvertMatrix(const MatrixArguments& arguments) {
-  scpi_zlt::WriteMatrix(arguments.output, scpi_zlt::ReadMatrix(arguments.input, arguments.from), arguments.to);
+  CheckMatrixName(arguments.output, arguments.to, "--to-form");
+  scpi_zlt::WriteMatrix(arguments.output, ReadMatrixFile(arguments, "--from-form"), arguments.to);
 }
 
 void AddNetworkCommands(CLI::App& app) {
@@ -170,7 +228,7 @@ void AddMatrixOptions(CLI::App& command, const std::string& prefix, const std::s
   command
       .add_option_function<MatrixForm>(
           "--" + prefix + "form", [&options](const MatrixForm& form) { options.form = form; },
-          "Form of the " + what + ": plain, csv or enr; by its extension unless given")
+          "Form of the " + what + ": plain, csv or enr; by its extension (.txt, .csv, .enr) unless given")
       ->transform(CLI::CheckedTransformer(kForms, CLI::ignore_case));
   command.add_flag("--" + prefix + "scrambled", options.scrambled, "The " + what + " is scrambled");
 }

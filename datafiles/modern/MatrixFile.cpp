@@ -64,19 +64,46 @@ class MatrixReader {
       m_version_known = true;
       return;
     }
+    Remark(line);
+  }
+
+  void Remark(std::string_view line) {
     if (!m_matrix.comment.empty()) {
       m_matrix.comment += '\n';
     }
     m_matrix.comment += ToUtf8(FromUtf8(line));
   }
 
+  std::string_view TakeField(std::string_view& line) const {
+    const std::size_t end = line.find(m_separator);
+    const std::string_view field = datafiles::Trim(line.substr(0, end));
+    line.remove_prefix(end != line.npos ? end + 1 : line.size());
+    return field;
+  }
+
+  /// Names of columns, none of them a number.
+  bool IsNames(std::string_view line) const {
+    while (!line.empty()) {
+      const std::string_view field = TakeField(line);
+      if (field.empty() || StrictNumber(field, true)) {
+        return false;
+      }
+    }
+    return true;
+  }
+
   void CsvLine(std::string_view line) {
+    if (m_separator == '\0') {
+      m_separator = line.find(';') != line.npos ? ';' : ',';
+      if (IsNames(line)) {
+        Remark("# " + std::string(line));
+        return;
+      }
+    }
     std::size_t count = 0;
     for (bool more = true; more; ++count) {
-      const std::size_t end = line.find(',');
-      more = end != line.npos;
-      Add(datafiles::Trim(line.substr(0, end)));
-      line.remove_prefix(more ? end + 1 : line.size());
+      more = line.find(m_separator) != line.npos;
+      Add(TakeField(line));
     }
     EndRow(count);
   }
@@ -158,6 +185,7 @@ class MatrixReader {
   MatrixForm m_form;
   MatrixOptions m_options;
   Matrix m_matrix;
+  char m_separator = '\0';  // of a CSV file: what its first line has
   bool m_version_known = false;
   bool m_hertz_only = false;
 };

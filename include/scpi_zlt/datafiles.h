@@ -58,7 +58,7 @@ struct Matrix {
 
 enum class MatrixForm {
   kPlain,  ///< blanks or tabs between values; "1,5" is a decimal comma, a comma before a blank is a separator
-  kCsv,    ///< commas between values
+  kCsv,    ///< commas between values; when read also ";", with decimal points or commas, as the first line has it
   kEnr     ///< noise source: first column is a frequency in MHz in memory, with a unit or in Hz in the file
 };
 
@@ -68,7 +68,8 @@ struct MatrixOptions {
   bool stop_at_crc = false;  ///< reading: a line that starts with "#CRC" ends the file
 };
 
-/// Reads "nan" and "inf" as the numbers that they name. Refuses words, ragged rows, and files without numbers.
+/// Reads "nan" and "inf" as the numbers that they name. A first line of column names in a CSV file becomes a comment.
+/// Refuses other words, ragged rows, and files without numbers.
 Matrix ReadMatrix(const std::filesystem::path& file, const MatrixOptions& options = {});
 
 /// Writes every number with as many digits as it needs to read back the same.
