@@ -31,6 +31,12 @@ constexpr Text kTexts[] = {
     {VI_ERROR_NIMPL_OPER, "this operation does not exist here"},
 };
 
+std::string Hex(long status) {
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "VISA status 0x%08lX", static_cast<unsigned long>(status) & 0xFFFFFFFFUL);
+  return text.data();
+}
+
 }  // namespace
 
 long Session::Open(const std::string& resource, std::chrono::milliseconds timeout) {
@@ -51,9 +57,7 @@ std::string StatusText(long status) {
   for (const Text& entry : kTexts) {
     if (entry.status == status) return entry.text;
   }
-  std::array<char, 32> text{};
-  std::snprintf(text.data(), text.size(), "VISA status 0x%08lX", static_cast<unsigned long>(status) & 0xFFFFFFFFUL);
-  return text.data();
+  return Hex(status);
 }
 
 std::string OpenFailureText(const std::string& resource, long status, std::chrono::milliseconds timeout) {
@@ -62,6 +66,8 @@ std::string OpenFailureText(const std::string& resource, long status, std::chron
   if (status == VI_ERROR_TMO) {
     return head + "not ready within " + std::to_string(timeout.count()) + " ms (--open-timeout gives it longer)";
   }
+  // A completion code of the provider: it opened something, but the library takes only plain success for a session.
+  if (status > VI_SUCCESS) return head + "the provider answered with a warning, " + Hex(status);
   return head + StatusText(status);
 }
 

@@ -136,4 +136,21 @@ TEST_F(Exchanges, EndWhenTheSessionIsClosed) {
   EXPECT_EQ(exchange->Exchange("*OPC?", kLong).outcome, Outcome::kFailed);
 }
 
+TEST(OpenFailure, SaysWhatToDoAndTakesNoWarningForASession) {
+  const struct {
+    long status;
+    const char* part;
+  } rows[] = {
+      {VI_ERROR_INV_OBJECT, "has to end in ::ZLT"},
+      {VI_ERROR_TMO, "not ready within 5 ms"},
+      {VI_ERROR_RSRC_NFOUND, "no such instrument"},
+      {VI_SUCCESS_MAX_CNT, "a warning, VISA status 0x3FFF0006"},
+      {-1, "VISA status 0xFFFFFFFF"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_NE(scpi_zlt::OpenFailureText("X", row.status, milliseconds(5)).find(row.part), std::string::npos)
+        << row.part;
+  }
+}
+
 }  // namespace
