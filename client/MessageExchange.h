@@ -1,14 +1,14 @@
 // One program message and its whole answer, over a session of scpi_zlt.h.
 //
-// skRead alone cannot tell a message that has no answer from one that is late: behind a setting it waits for its whole
-// time-out. So every message is followed by a fence of its own, "*OPC?", which the instrument answers at once whatever
-// runs. When nothing is left to read and nothing is under way, skRead fails at once; what came until then ends in the
-// fence's "+1" and LF, and everything in front of that belongs to the message:
+// skRead alone cannot tell a message without an answer from one whose answer is late: after a setting it waits for its
+// whole time-out. So every message is followed by a fence, "*OPC?", which is answered at once whatever runs.
+// When nothing is left to read and nothing is under way, skRead fails at once. What came until then ends with the
+// fence's "+1" and LF; everything before that is the answer to the message:
 //
 //   :FREQ 1GHZ               nothing
 //   :FREQ?                   "1000000000\n"
-//   :FREQ 1GHZ;:OUTP OFF     "\n"             a line end that the second unit leaves behind
-//   :FREQ?;:FREQ 1GHZ        "1000000000;"    a query that is not the last unit has no end
+//   :FREQ 1GHZ;:OUTP OFF     "\n"             the second unit leaves a line end
+//   :FREQ?;:FREQ 1GHZ        "1000000000;"    a query that is not the last unit has no line end
 //   *IDN?                    "Sorvik,ZG-20E,000000\0\n"
 //
 //   scpi_zlt::MessageExchange exchange(session);                    // a handle from skOpen
@@ -17,16 +17,15 @@
 //
 // States
 //
-//   in step      nothing is owed: the session is idle, its rings are empty. Exchange and Begin send.
-//   outstanding  a message was sent and its fence has not come yet. Await waits for it. A time-out leaves this state as
-//   it
-//                is: the answer that comes later is handed out by Await, or dropped by the next Exchange.
+//   in step      No answer is due: the session is idle, its rings are empty. Exchange and Begin send.
+//   outstanding  A message was sent and its fence has not come back yet. Await waits for it. A time-out leaves this
+//                state as it is: Await returns the late answer, or the next Exchange drops it.
 //
-// A message that would swallow its own fence, because it ends inside a definite-length block, is refused and never
-// sent.
+// A message that ends inside a definite-length block would swallow its own fence. It is refused and never sent.
 //
-// What stays outstanding for ever: a response that outgrows its ring (160144 bytes without an end), or one with an
-// unfinished block in it. Nothing that is written afterwards helps; close the session and open another one.
+// Two messages stay outstanding for ever: one whose response outgrows the ring (160144 bytes without a line end), and
+// one whose response holds an unfinished block. Nothing that is written afterwards helps; close the session and open
+// another one.
 #pragma once
 
 #include <array>

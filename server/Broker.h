@@ -1,49 +1,47 @@
-// The broker: one session of the library, many clients by many doors.
+// The broker: one session of the library, shared by many clients of all doors.
 //
-// Each session of the library holds its own model of the instrument and answers queries from it, so two sessions would
-// show two clients two different instruments. Therefore one session, and all messages go through here one after the
-// other. (Private sessions are for those who want it otherwise: then each client has a worker, and a session, of its
-// own.)
+// Each session of the library holds its own model of the instrument and answers queries from it. Two sessions would
+// show two clients two different instruments. So there is one session, and all messages go through it, one after the
+// other. (With private sessions each client has a worker and a session of its own instead.)
 //
 // Threads
 //
-//   Everything of this class is called on the loop's thread, and calls back there; there are no locks. The library's
-//   calls block, so they are made by a worker's thread alone (Worker.h). Callbacks are never run inside the call that
-//   they belong to, so a door may prepare itself behind it.
+//   Everything of this class is called on the loop's thread and calls back on that thread; there are no locks. The
+//   library's calls block, so only a worker's thread makes them (Worker.h). A callback never runs inside the call that
+//   it belongs to, so a door may finish its own bookkeeping after that call.
 //
 // The life of a client
 //
-//   Connect      the client has a place in the round. Nothing is asked of the instrument
-//   Submit       a message, one program message of IEEE 488.2, waits in the client's queue. Each client's messages run
-//   in
-//                their order; clients take turns, one message each. The callback gets the whole answer, which may be
-//                empty
-//   Disconnect   what was queued and not started is dropped, locks and waits for locks vanish, the message under way
-//                finishes and its answer is dropped
+//   Connect      The client takes its place in the round. Nothing is asked of the instrument.
+//   Submit       A message (one program message of IEEE 488.2) joins the client's queue. A client's messages run in
+//                order; clients take turns, one message each. The callback gets the whole answer, which may be empty.
+//   Disconnect   Messages not yet started are dropped, and so are locks and waits for locks. The message under way
+//                finishes; its answer is dropped.
 //
-// How many messages a client may queue is up to its door, which knows what its protocol can slow down: the raw socket
-// stops reading behind a few. A door never queues without a bound.
+// How many messages a client may queue is up to its door, which knows how to slow its protocol down: the raw socket
+// stops reading after a few. No door queues without a bound.
 //
 // What a callback gets
 //
-//   Exactly one reply for each Submit, unless the request was dropped by Withdraw, Clear or Disconnect: then its
-//   callback is never run. So an answer that comes after its client gave up reaches nobody, and no later message of the
-//   same client either.
+//   Exactly one reply for each Submit, unless Withdraw, Clear or Disconnect dropped the request: then its callback
+//   never runs. So an answer that comes after its client gave up reaches nobody, and is never taken for the answer to
+//   a later message of that client.
 //
 // Locks
 //
-//   One table over all doors (LockTable.h). While others' locks keep a client out, its messages stay in its queue; with
-//   a limit, they are answered kLocked when that is over. Messages that were started before go on. A lock dies with its
-//   client. Who waits for a lock is served first come, first served.
+//   One table for all doors (LockTable.h). While another client's lock keeps a client out, its messages wait in its
+//   queue; those with a limit are answered kLocked when the limit is over. Messages already started go on. A lock ends
+//   with its client. Waits for a lock are served first come, first served.
 //
 // The instrument
 //
-//   kOpening -> kUp when the session is open. kUp -> kLost when the link is gone or the instrument does not answer; the
-//   session is closed and opened again, with pauses that grow to ten seconds. While it is not up, messages are answered
-//   kNoInstrument at once, save those that wait for the first opening. How the loss is noticed stands in Worker.h.
+//   kOpening -> kUp when the session is open. kUp -> kLost when the link is gone or the instrument does not answer;
+//   the session is then closed and opened again, with pauses that grow to ten seconds. While the session is not up,
+//   messages are answered kNoInstrument at once, except those that wait for the first opening. Worker.h says how a
+//   loss is noticed.
 //
-// What is not here, because the instrument has nothing of the kind: service requests; a local control that remote and
-// local would switch (doors acknowledge them); a trigger message: the library has no "*TRG", and ":TRIG" starts nothing
+// Not here, because the instrument has nothing of the kind: service requests, and a switch between local and remote
+// control (doors acknowledge it and do nothing). The library has no "*TRG", and ":TRIG" starts nothing
 // (docs/surprises.md), so Trigger sends ":INIT", which starts an armed run as a bus trigger does elsewhere.
 #pragma once
 

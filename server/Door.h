@@ -1,17 +1,18 @@
-// What a door is: a protocol that turns bytes into requests to the broker, and answers into bytes. It knows no socket,
-// so a test can feed it with bytes. The event loop owns sockets and connections and calls everything here on its
-// thread.
+// A door is one protocol: it turns bytes into requests to the broker, and answers into bytes. It knows no socket, so a
+// test can feed it bytes. The event loop owns sockets and connections and calls everything here on its own thread.
 //
-//   a peer connects        Door::Accept makes a Connection and hands it the Wire
-//   bytes come             Connection::Receive, in pieces of any size
-//   the door is busy       Wire::Pause: no further Receive; the peer is slowed down by its own socket. Wire::Resume: go
-//   on an answer is ready     Wire::Send; it is queued and sent as the peer takes it the peer takes it
-//   Connection::Drained when nothing is left unsent (only if something was) the door hangs up      Wire::Close: what
-//   was sent still goes out, then the Connection is destroyed. No Receive after it the peer is gone       the
-//   Connection is destroyed
+//   A peer connects          Door::Accept makes a Connection and gives it the Wire.
+//   Bytes come               Connection::Receive, in pieces of any size.
+//   The door is busy         Wire::Pause: no further Receive, so the peer's own socket slows it down.
+//                            Wire::Resume: go on.
+//   An answer is ready       Wire::Send: queued, and sent as fast as the peer takes it.
+//   Everything has been sent Connection::Drained, only if something was waiting.
+//   The door hangs up        Wire::Close: what is queued still goes out, then the Connection is destroyed. No Receive
+//                            after it.
+//   The peer is gone         The Connection is destroyed.
 //
-// A Connection is never destroyed inside one of its own calls or inside a call to its Wire, so a door may touch itself
-// behind both. The Wire lives as long as the Connection.
+// A Connection is never destroyed inside one of its own calls or inside a call to its Wire, so a door may still use its
+// members after either. The Wire lives as long as the Connection.
 #pragma once
 
 #include <cstddef>

@@ -2,23 +2,21 @@
 //
 // States
 //
-//   kOpening  from the start to the end of the first opening; messages wait
-//   kUp       the session is open; messages run, one after the other
-//   kLost     the link is gone or the instrument does not answer; messages are answered kNoInstrument at once. The
-//   session
-//             is closed and opened again after 1, 2, 4, 8, 10, 10, ... seconds; then kUp again
-//   kFailed   the first opening failed; stays so
+//   kOpening  From the start to the end of the first opening. Messages wait.
+//   kUp       The session is open. Messages run, one after the other.
+//   kLost     The link is gone or the instrument does not answer. Messages are answered kNoInstrument at once. The
+//             session is closed and opened again after 1, 2, 4, 8, 10, 10, ... seconds; then kUp again.
+//   kFailed   The first opening failed. It stays so.
 //
 // How a loss is noticed
 //
-//   The library goes on answering queries from its model when the link is gone, and a setting tells nothing. Only
-//   "*STB?" and "*ESR?" ask the instrument; they answer an empty line when it does not. So the worker looks at these
-//   answers when a client asks; it asks "*STB?" itself when nothing was asked for a while, and behind a message that
-//   took very long, as one does when the instrument is silent. Reading the status byte clears the bit of the error
-//   queue (bit 2); where the worker's own question has eaten it, the answer of the client's next "*STB?" has it again,
-//   if errors are left.
+//   When the link is gone, the library goes on answering queries from its model, and a setting reports nothing. Only
+//   "*STB?" and "*ESR?" ask the instrument; without it they answer an empty line. So the worker looks at these answers
+//   when a client asks. It asks "*STB?" itself when nobody has asked for a while, and after a message that took very
+//   long, as one does when the instrument is silent. Reading the status byte clears the bit of the error queue (bit 2).
+//   If the worker's own question has cleared it and errors are left, the client's next "*STB?" shows the bit again.
 //
-// A session whose message never ends (a response that outgrows its ring) is given up after `give_up`, as a lost one.
+// A session whose message never ends (a response that outgrows its ring) is given up after `give_up`, like a lost one.
 #pragma once
 
 #include <atomic>
