@@ -5,14 +5,11 @@ Usage: hislip_conformance.py HOST PORT [--slow] [NAME...]. Prints "ok NAME" or "
 checks that contain it. --slow adds those that need an instrument whose answers take 20 ms or more. Ends with 0 only if all are
 ok. Or: hislip_conformance.py --serve SCPI_ZLT [NAME...] starts the server of a slow simulated instrument for all of them."""
 import contextlib
-import json
-import os
-import subprocess
 import sys
-import tempfile
 import time
 
 from hislip_client import *  # the message types are meant to be read by name
+from server_process import Server
 
 CHECKS = []
 SLOW_CHECKS = []
@@ -580,19 +577,10 @@ def walk(address, slow, names):
 
 
 def serve_and_walk(program, names):
-    with tempfile.TemporaryDirectory() as place:
-        path = os.path.join(place, "ports")
-        server = subprocess.Popen([program, "serve", "SIM7::latency=20::INSTR::ZLT", "--hislip", "0", "--port-file", path],
-                                  stdout=subprocess.DEVNULL)
-        try:
-            until = time.monotonic() + 20
-            while not os.path.exists(path) and server.poll() is None and time.monotonic() < until:
-                time.sleep(0.02)
-            with open(path) as ports:
-                return walk(("127.0.0.1", json.load(ports)["hislip"]), True, names)
-        finally:
-            server.terminate()
-            server.wait(20)
+    server = Server(program, "--hislip", "0", resource="SIM7::latency=20::INSTR::ZLT")
+    result = walk(("127.0.0.1", server.ports["hislip"]), True, names)
+    server.end()
+    return result
 
 
 if __name__ == "__main__":

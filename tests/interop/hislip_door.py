@@ -1,14 +1,12 @@
 """HiSLIP (IVI-6.1, protocol 1.0) as a client sees it: hislip_door.py SCPI-ZLT
 
 Starts the server on the simulated generator and walks through a session by bytes written from the standard's tables."""
-import json
-import os
 import socket
 import struct
-import subprocess
 import sys
-import tempfile
 import time
+
+from server_process import Server
 
 DATA, DATA_END, TRIGGER = 6, 7, 12
 FIRST = 0xFFFFFF00
@@ -211,19 +209,9 @@ def walk(port):
 
 
 def main():
-    ports = os.path.join(tempfile.mkdtemp(), "ports.json")
-    server = subprocess.Popen(
-        [sys.argv[1], "serve", "SIM0::INSTR::ZLT", "--hislip", "0", "--port-file", ports], stdout=subprocess.DEVNULL,
-        stderr=subprocess.DEVNULL)
-    try:
-        limit = time.monotonic() + 30
-        while not os.path.exists(ports) and server.poll() is None and time.monotonic() < limit:
-            time.sleep(0.02)
-        with open(ports, encoding="ascii") as file:
-            walk(json.load(file)["hislip"])
-    finally:
-        server.terminate()
-        server.wait(30)
+    server = Server(sys.argv[1], "--hislip", "0")
+    walk(server.ports["hislip"])
+    server.end()
     sys.exit(1 if failed else 0)
 
 

@@ -3,71 +3,17 @@
 
 Usage: server_clients.py SCPI_ZLT. Prints one line per client: what was tried, and "ok" or why it was skipped. Fails at the
 first thing that is wrong."""
-import atexit
-import json
 import os
 import shutil
-import signal
 import socket
 import struct
 import subprocess
 import sys
-import tempfile
 import time
 
+from server_process import Server, ask, closed
+
 PROGRAM = sys.argv[1]
-
-
-class Server:
-    """A server of its own on free ports, ended by SIGTERM."""
-
-    def __init__(self, *options, resource="SIM0::INSTR::ZLT"):
-        self.place = tempfile.TemporaryDirectory()
-        ports = os.path.join(self.place.name, "ports")
-        self.log_path = os.path.join(self.place.name, "log")
-        with open(self.log_path, "w") as log:
-            self.process = subprocess.Popen([PROGRAM, "serve", resource, "--raw", "0", "--port-file", ports, *options],
-                                            stdout=subprocess.PIPE, stderr=log, text=True)
-        atexit.register(self.process.kill)
-        self.first_line = self.process.stdout.readline()  # the doors are open now
-        deadline = time.monotonic() + 20
-        while not os.path.exists(ports):
-            assert self.process.poll() is None and time.monotonic() < deadline, self.log()
-            time.sleep(0.01)
-        with open(ports) as file:
-            self.raw = json.load(file)["raw"]
-
-    def log(self):
-        with open(self.log_path) as file:
-            return file.read()
-
-    def connect(self):
-        return socket.create_connection(("127.0.0.1", self.raw), timeout=20)
-
-    def memory(self):
-        with open(f"/proc/{self.process.pid}/statm") as file:
-            return int(file.read().split()[1]) * 4096
-
-    def end(self):
-        self.process.send_signal(signal.SIGTERM)
-        assert self.process.wait(timeout=30) == 0, self.log()
-
-
-def ask(link, message):
-    link.sendall(message.encode() + b"\n")
-    answer = b""
-    while not answer.endswith(b"\n"):
-        piece = link.recv(65536)
-        assert piece, f"closed behind {message}: {answer}"
-        answer += piece
-    return answer.decode()
-
-
-def closed(link):
-    try:
-        return link.recv(65536) == b""
-    except ConnectionError:
-        return True
 
 
 def pyvisa(server):
@@ -77,7 +23,7 @@ def pyvisa(server):
     except ImportError:
         return "skipped: python3-pyvisa and python3-pyvisa-py are not installed"
     manager = pyvisa.ResourceManager("@py")
-    generator = manager.open_resource(f"TCPIP::127.0.0.1::{server.raw}::SOCKET", read_termination="\n",
+    generator = manager.open_resource(f"TCPIP::127.0.0.1::{server.ports['raw']}::SOCKET", read_termination="\n",
                                       write_termination="\n")
     assert generator.query("*IDN?").startswith("Sorvik,ZG-20E"), "*IDN?"
     generator.write(":FREQ 1.25GHZ")
@@ -93,9 +39,9 @@ def lxi(server):
         return "skipped: lxi-tools is not installed"
     def run(*words):
         return subprocess.run(["lxi", *words], capture_output=True, text=True, timeout=30)
-    answer = run("scpi", "--raw", "-a", "127.0.0.1", "-p", str(server.raw), "*IDN?")
+    answer = run("scpi", "--raw", "-a", "127.0.0.1", "-p", str(server.ports["raw"]), "*IDN?")
     assert answer.stdout.startswith("Sorvik,ZG-20E"), answer
-    run("scpi", "--raw", "-a", "127.0.0.1", "-p", str(server.raw), ":FREQ 2.5GHZ")
+    run("scpi", "--raw", "-a", "127.0.0.1", "-p", str(server.ports["raw"]), ":FREQ 2.5GHZ")
     with server.connect() as link:
         assert ask(link, ":FREQ?") == "2500000000\n", "a setting of lxi is seen by others"
     return "ok: " + run("--version").stdout.splitlines()[0]
@@ -105,7 +51,7 @@ def octave(server):
     if shutil.which("octave-cli") is None:
         return "skipped: octave-instrument-control is not installed"
     script = f"""pkg load instrument-control
-link = tcp("127.0.0.1", {server.raw}, 5000);
+link = tcp("127.0.0.1", {server.ports['raw']}, 5000);
 tcp_write(link, ":FREQ 3GHZ\\n"); tcp_write(link, ":FREQ?\\n");
 answer = "";
 while isempty(answer) || answer(end) != "\\n"
@@ -166,7 +112,7 @@ def several(server):
     link = server.connect()
     link.sendall(b":FREQ:STAR 1GHZ\n:FREQ:STOP 2GHZ\n:TRIG:SOUR EXT\n:FREQ:MODE SWE\n:INIT\n")
     assert ask(link, ":FREQ:MODE?") != "", "a sweep waits for its trigger"
-    talk = f"import socket,time; s=socket.create_connection(('127.0.0.1',{server.raw})); s.sendall(b':FREQ?\\n'*100); time.sleep(60)"
+    talk = f"import socket,time; s=socket.create_connection(('127.0.0.1',{server.ports['raw']})); s.sendall(b':FREQ?\\n'*100); time.sleep(60)"
     victim = subprocess.Popen([sys.executable, "-c", talk])
     time.sleep(0.3)
     victim.kill()
@@ -192,7 +138,7 @@ def fails():
 
 
 def main():
-    server = Server()
+    server = Server(PROGRAM, "--raw", "0")
     assert server.first_line.startswith("serving SIM0::INSTR::ZLT by raw on 127.0.0.1 port "), server.first_line
     for check in (pyvisa, lxi, octave, bad_clients, several, ends):
         print(f"{check.__name__:12} {check(server)}", flush=True)
