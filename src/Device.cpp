@@ -1,5 +1,5 @@
-// How a CDevice begins and ends, and its own attributes. The command tree is not filled here: the device factory does
-// that once for all sessions.
+// Construction and destruction of CDevice, and its own attributes. The command tree is not filled here: the device
+// factory fills it once for all sessions.
 #include "src/Device.h"
 
 #include <cstdint>
@@ -15,7 +15,7 @@ CDevice::CDevice() = default;
 
 CDevice::CDevice(CIOBuffer* io_buffer) : CGenericDevice(io_buffer) {}
 
-// The interpreter has left its cycle by now, so nobody but the run thread is about.
+// The interpreter has left its cycle by now, so only the run thread can still be active.
 CDevice::~CDevice() {
   CDevice::StopRun();
   CDevice::CloseConnection();

@@ -2,13 +2,13 @@
 // reported, the error queue, and the link to the instrument.
 //
 // Every setter writes the model and then sends packets; every getter answers from the model. After an exchange the
-// model holds what the instrument took, not what was asked for, save for the CW frequency, and for a range that was not
-// corrected. Everything here runs on the session's interpreter thread; the run thread (Device/RunThread.h) is a second
-// one and meets this one at the exchange gate only.
+// model holds what the instrument took, not what was asked for. Two values are kept as they were asked for: the CW
+// frequency, and a range that the instrument did not correct. Everything here runs on the session's interpreter thread.
+// The run thread (Device/RunThread.h) is a second one; the two meet at the exchange gate only.
 //
-// Results are ints: 0, or a 16-bit device status sign-extended, or one of the SCPI numbers -108, -222, -224, -226,
-// -310, -365, or -1, 223, 226 where a function says so. A device status is a failure when its 16 bits read as unsigned
-// are kFirstFailure or more (IsFailure); most setters fold what is below to 0 (Folded).
+// Results are ints: 0, a 16-bit device status (sign-extended), one of the SCPI numbers -108, -222, -224, -226, -310,
+// -365, or -1, 223, 226 where a function says so. A device status is a failure when its 16 bits, read as unsigned, are
+// kFirstFailure or more (IsFailure). Most setters turn any smaller one into 0 (Folded).
 #pragma once
 
 #include <atomic>
@@ -63,7 +63,7 @@ class CDevice : public CGenericDevice {
   bool GetConnected() const { return m_link.Connected(); }
   long GetCurrentStatus() const { return m_connection_status; }
   const sLimits& Limits() const { return m_limits; }
-  /// The register set that "*ESR?" and "*STB?" show (CGenericDevice holds another one, which nobody writes).
+  /// The register set that "*ESR?" and "*STB?" show. CGenericDevice holds another one, which is never written.
   sStatusReg& StatusRegisters() { return m_device_status_reg; }
 
   // Connection and identity (Device/Connection.cpp, Device/InstrumentFile.cpp).
@@ -214,7 +214,8 @@ class CDevice : public CGenericDevice {
   int SetPulmTrainOnArray(double* values, int count);
   int SetPulmTrainOffArray(double* values, int count);
   int SetPulmTrainRepArray(double* values, int count);
-  /// The caller frees the array with delete[]. All three answer the off-times; callers rely on it.
+  /// The caller frees the array with delete[]. Odd, and kept: all three answer the off-times, so ":PULM:INT:TRA:ONT?"
+  /// does not answer what was set.
   int GetPulmTrainOnArray(double*& values, int& count) const;
   int GetPulmTrainOffArray(double*& values, int& count) const;
   int GetPulmTrainRepArray(double*& values, int& count) const;
@@ -262,7 +263,7 @@ class CDevice : public CGenericDevice {
   int GetPhaseAdjust(double& phase) const;
 
  protected:
-  /// The run thread of an opened device; a test puts one in its place that polls nothing.
+  /// The run thread of an opened device. A test replaces it by one that polls nothing.
   virtual std::unique_ptr<CRunThread> MakeRunThread(ExchangeGate& gate);
 
  private:
@@ -281,12 +282,12 @@ class CDevice : public CGenericDevice {
   // What a setting does to a run (Device/RunControl.cpp).
   /// When a run that was stopped for a setting is started again, if the settings ask for one at all.
   enum class Restart {
-    kAlways,         ///< whatever came back
-    kAfterReply,     ///< unless the link failed; a refusal is as good as a success
+    kAlways,         ///< whatever the result
+    kAfterReply,     ///< unless the link failed; after a refusal too
     kUnlessRefused,  ///< unless the link or the setting failed
     kNever,
   };
-  /// Stops a run, sends, and starts it again as `restart` says. Returns the status of `send`.
+  /// Stops a run, sends, and starts the run again as `restart` says. Returns the status of `send`.
   template <class Send>
   int WithRunStopped(Restart restart, Send send) {
     CancelIfSweeping();
@@ -303,20 +304,20 @@ class CDevice : public CGenericDevice {
   void GetPowerKeyword(double& value, ETDValueType type, ETDDefaultType def) const;
   /// Sends what the power mode needs, with the run stopped around it.
   int ResendPower();
-  /// The list in as many packets as it takes; the last one's status, or that of a link that failed.
+  /// Sends a list in as many packets as it takes. The last packet's status, or that of a link that failed.
   Sent SendChunks(ESweepListType type);
-  /// The pulses likewise. The instrument's source as it came back, 0.0 where it did not.
+  /// Sends the pulses likewise. `source_taken` becomes the source as the instrument answered it, 0.0 without an answer.
   Sent SendPulses(int mode, int source, std::span<double> widths, std::span<double> gaps, bool polarity,
                   double& source_taken);
   /// Switches modulation on again if it is on.
   int ReapplyModulation();
   void ExpandTrain();
-  /// What the auxiliary output became, given the code that came back; may send the second channel. A failure or 0.
+  /// Settles what the auxiliary output is, given the code of the reply; may send the second channel. A failure or 0.
   int SettleSyncOutput(int got);
   int SendFirstChannel();
   int SendSecondChannel(int& code);
 
-  // What clamping uses; equal to the limits of `m_limits` after start-up.
+  // The limits for clamping; equal to those of `m_limits` after start-up.
   double m_working_high_frequency = 4e10;
   double m_working_low_frequency = 0.0;
   double m_working_low_power = -300.0;
@@ -336,8 +337,8 @@ class CDevice : public CGenericDevice {
   char m_device_termchar = 0;
   long m_connection_status = VI_ERROR_NIMPL_OPER;
   std::unique_ptr<CRunThread> m_run_thread;
-  std::atomic<const CRunThread*> m_poller{nullptr};  ///< the same, for who asks from another thread
-  neosmart::neosmart_event_t m_opc_event = nullptr;  ///< the run thread's; null as long as there is none
+  std::atomic<const CRunThread*> m_poller{nullptr};  ///< the same, for calls from another thread
+  neosmart::neosmart_event_t m_opc_event = nullptr;  ///< the run thread's; null while there is none
   int m_opc_wait = 500;                              ///< milliseconds
 
   std::deque<SErrorInfo> m_errors;

@@ -1,5 +1,5 @@
-// What the generator model stores: enumerations and plain records. Frequencies in Hz, powers in dBm, times in seconds
-// unless a name says otherwise. Values that nobody has set are 0 or false.
+// The records of the generator model: enumerations and plain structures. Frequencies in Hz, powers in dBm, times in
+// seconds unless a name says otherwise. A value that was never set is 0 or false.
 #pragma once
 
 #include <cstdint>
@@ -14,9 +14,9 @@ enum ETrigger : int { kTriggerImmediate = 0, kTriggerExternal = 1, kTriggerBus =
 enum EUnitType : int { kUnitDbm = 0, kUnitWatt = 1 };
 enum EFreqSpacing : int { kSpacingLinear = 0, kSpacingLogarithmic = 1 };
 enum ESlope : int { kSlopePositive = 0, kSlopeNegative = 1 };
-/// Which quantity SetFrequency, GetFrequency, SetPower and GetPower mean.
+/// The quantity that SetFrequency, GetFrequency, SetPower and GetPower read or set.
 enum ETDValueType : int { kValueCW = 0, kValueStart, kValueStop, kValueCenter, kValueSpan, kValuePoints, kValueStep };
-/// How the value is meant: one of the keywords, or the number given.
+/// One of the keywords, or the number given.
 enum ETDDefaultType : int { kDefaultMinimum = 0, kDefaultMaximum = 1, kDefaultDefault = 2, kDefaultPlain = 3 };
 
 /// What MIN and MAX answer. The first six are learnt from the instrument at start-up.
@@ -80,7 +80,7 @@ struct SSystemParameters {
   bool rf_button = false;
   bool pll = false;
   bool level = false;
-  int power_control = 0;  ///< 0 internal, 1 external leveling
+  int power_control = 0;  ///< 0 internal, 1 external levelling
   bool reference = false;
   double phase_adjust = 0.0;
 };
@@ -102,7 +102,7 @@ struct SParameters {
   int internal_modulation_type = 0;
   double pulse_width = 0.0;
   double pulse_period = 0.0;
-  std::vector<double> train_widths;  ///< expanded trains; only as long as one is sent
+  std::vector<double> train_widths;  ///< expanded trains, while one is sent
   std::vector<double> train_gaps;
   int train_pulse_count = 0;  ///< never raised: trains can be stored, not started
   bool modulation_enabled = false;

@@ -1,5 +1,5 @@
-// See LinkExchange.h. The public functions differ only in how they may be interrupted; Manner carries that through the
-// exchange and whatever is nested in it.
+// See LinkExchange.h. The public functions differ only in what may interrupt them. Manner carries that through the
+// exchange and everything nested in it.
 #include "src/LinkExchange.h"
 
 #include <array>
@@ -16,7 +16,8 @@ constexpr unsigned int kSliceMs = 500;
 constexpr unsigned int kReceiveLimitMs = 5000;
 constexpr unsigned int kExchangeLimitMs = 10000;
 constexpr unsigned int kShortResetMs = 1000;
-/// What the body length is taken for when the head reports a read time-out. Callers rely on it.
+/// When the head reports a read time-out, the body counts as whole from this many bytes on. Odd, and kept: a shorter
+/// one is a time-out even if it is whole.
 constexpr unsigned int kReportedTimeOutLimit = 555;
 
 /// What an exchange may do beside its request and reply.
@@ -35,7 +36,7 @@ long Clear(unsigned long session, bool probe, bool connected, const Manner& mann
   CDevParameter mode(P_MODE, 1, 2, 0, SK_GET);
   Manner probing = manner;
   probing.may_probe = false;
-  // What the probe finds out about the link is not passed on: the next exchange finds it itself.
+  // The result of the probe is not passed on: the next exchange finds the state of the link by itself.
   bool probe_connected = connected;
   Process(session, mode, false, probe_connected, false, probing);
   return result;
@@ -67,11 +68,11 @@ class Reception {
   long Run(bool stopping);
 
  private:
-  /// Nothing: go on with what is in the head. A result: the reception is over.
+  /// Empty: go on with the bytes of the head. A value: the reception is over with this result.
   std::optional<long> ReadHead();
   long ReadBody();
   long BodyTimedOut();
-  /// Ends a body that did not end well. `limit` is the number of bytes that makes it good all the same.
+  /// Ends a body after an error or a time-out. With `limit` bytes received it counts as whole all the same.
   long EndBody(unsigned int limit);
   long EndRestored();
   long CancelExit();
@@ -100,7 +101,7 @@ class Reception {
 
 long Reception::Run(bool stopping) {
   if (m_session == 0) return VI_ERROR_CONN_LOST;
-  // A provider that can't tell it gets the slice back; 0 would let the next write fail at once.
+  // Afterwards a provider that can't say its time-out gets the slice: with 0 the next write would fail at once.
   if (provider::GetTimeOut(m_session, m_saved_timeout) < 0) m_saved_timeout = kSliceMs;
   if (const long status = provider::SetTimeOut(m_session, kSliceMs); status < 0) {
     m_packet.SetStatus(SE_READ_TIMEOUT);
@@ -122,7 +123,7 @@ std::optional<long> Reception::ReadHead() {
     unsigned int got = 0;
     m_last_status = provider::Read(m_session, std::span(m_head).subspan(m_received), got);
     m_received += got;
-    // However few bytes came: the rest of the head is zero. Callers rely on it.
+    // Odd, and kept: a short head counts too, with zeros for its missing bytes.
     if (m_last_status == VI_SUCCESS) return std::nullopt;
     if (m_last_status != VI_ERROR_TMO) {
       NoteReadError(m_last_status);
@@ -162,7 +163,7 @@ long Reception::ReadBody() {
       return EndBody(m_packet.BodyLength());
     }
     if (Cancelled()) return CancelExit();
-    // Without a limit a reply that reports a time-out and is whole would be read for ever.
+    // Without a limit, a whole reply that reports a time-out would be read for ever.
     const bool read_on = m_timeout == kNoTimeOut ? !(reported_time_out && whole) : TimeLeft() && !reported_time_out;
     if (!read_on) return BodyTimedOut();
   }
@@ -174,7 +175,8 @@ long Reception::BodyTimedOut() {
     limit = kReportedTimeOutLimit;
     m_last_status = VI_ERROR_TMO;
   }
-  // Here a provider that can't clear has lost the link; callers rely on the difference from the head.
+  // Odd, and kept: with a provider that has no viClear the link is lost after a time-out in the body, though not after
+  // one in the head.
   if (const long cleared = Cleared(true); cleared == VI_SUCCESS) {
     m_packet.SetStatus(SE_READ_TIMEOUT);
   } else {
@@ -220,7 +222,7 @@ long Process(unsigned long session, CDevCommand& packet, bool stopping, bool& co
   bool sent = false;
   for (;;) {
     if (manner.stop.Up()) {
-      // A run that went out and whose reply could not be read may still wait for its trigger.
+      // A run was sent, and its reply could not be read: the instrument may still wait for its trigger.
       if (sent && request == SK_RUN) ResetAfterRun(session);
       return Aborted(packet);
     }
@@ -231,7 +233,7 @@ long Process(unsigned long session, CDevCommand& packet, bool stopping, bool& co
       result = Reception(session, packet, false, timeout, connected, manner).Run(stopping);
     }
     if (result != VI_ERROR_RAW_RD_PROT_VIOL) break;
-    // Out of step: what is still under way is flushed, and the same request goes out again.
+    // Out of step: flush the bytes under way and send the same request again.
     Clear(session, false, connected, manner);
     if (!manner.may_resend) break;
   }

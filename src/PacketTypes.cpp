@@ -1,7 +1,6 @@
-// See PacketTypes.h. Bytes of a body may stand at odd addresses, so numbers are copied out of it, never viewed in
-// place.
+// See PacketTypes.h. Numbers of a body may lie at odd addresses, so they are copied out of it, never viewed in place.
 //
-// The source name and the line numbers in the assertions are the ones that callers know.
+// The source name and the line numbers in the assertions are fixed: programs find them on standard error.
 #undef NDEBUG  // CopyPacket aborts in every build
 #include "src/PacketTypes.h"
 
@@ -32,7 +31,8 @@ constexpr bool IsRawDouble(unsigned int bytes, unsigned int fraction_bytes) {
   return bytes == kRawDoubleSize && fraction_bytes == kRawDoubleFraction;
 }
 
-/// A 32-bit shift whose count wraps: four fraction bytes scale by 1. Callers rely on it.
+/// A 32-bit shift whose count wraps. Odd, and kept: four fraction bytes scale by 1, so values in such a format are
+/// larger by 2^32 than their format says.
 constexpr double Scale(unsigned int fraction_bytes) {
   return static_cast<double>(1U << (8 * fraction_bytes % 32));
 }
@@ -43,7 +43,7 @@ double RawDouble(const unsigned char* data) {
   return value;
 }
 
-/// The same as Integer for a width that a double holds whole, where the order of summing can't show.
+/// The same as Integer, for a width that a double holds whole: the order of summing makes no difference there.
 double ShortInteger(const unsigned char* data, unsigned int bytes, bool is_signed) {
   std::uint64_t bits = 0;
   for (unsigned int k = 0; k < bytes; ++k) bits |= std::uint64_t{data[k]} << (8 * k);
@@ -276,7 +276,7 @@ void CDevParameter::SetValue(unsigned int index, double value) {
     bytes.fill(integer < 0 ? 0xFF : 0x00);
     std::memcpy(bytes.data(), &integer, sizeof integer);
   }
-  // The head and the block agree unless somebody has edited the head.
+  // The head and the block agree unless the head was edited.
   const auto body = BodyBytes();
   const std::size_t first = kValuesOffset + std::size_t{index} * size;
   if (first + size <= body.size()) std::memcpy(body.data() + first, bytes.data(), size);

@@ -1,8 +1,8 @@
-// The packets of the instrument's protocol: a 16-byte head and a body, little-endian, in one heap block. One object is
-// request and reply: the exchange reads the reply into it.
+// The packets of the instrument's protocol: a head of 16 bytes and a body, little-endian, in one heap block. One object
+// is both request and reply: the exchange reads the reply into it.
 //
-// Whoever makes a packet frees it. Packets are not shared between threads. The assertions end the process: they are for
-// wrong use by this library. For replies ask CarriesValues first and read with CarriedValue, which never assert.
+// A packet belongs to its maker, and threads do not share it. The assertions end the process: they are for wrong use by
+// this library. For replies call CarriesValues first and read with CarriedValue; these never assert.
 #pragma once
 
 #include <bit>
@@ -21,7 +21,7 @@ static_assert(std::endian::native == std::endian::little, "heads are viewed in p
 struct CHead {
   CHead() = default;
   CHead(const CHead&) = default;
-  /// Copies all but the spare word; callers rely on it.
+  /// Copies all but the spare word. Odd, and kept: the target keeps its own, which goes out with the packet.
   CHead& operator=(const CHead& other);
 
   short NumParam() const { return static_cast<short>(Flags & 0xFF); }
@@ -29,9 +29,9 @@ struct CHead {
   short FracParam() const { return static_cast<short>((Flags >> 8) & 0x0F); }
   void SetFlags(short count, short size, short fraction_size);
 
-  /// Structure: 0 or a status. `bytes_at_hand` counts the head too.
+  /// Checks the structure: 0 or a status. `bytes_at_hand` counts the head too.
   int Check(unsigned short bytes_at_hand) const;
-  /// Format: 0 or a status. What is expected as a negative number isn't tested.
+  /// Checks the format: 0 or a status. A negative argument is not compared.
   int Check(short count, short size, short fraction_size, bool test_body_size) const;
 
   std::uint16_t Signature = kSignature;
@@ -50,7 +50,7 @@ class CBasePacket : public CReplicableObject, public CAllocationChecker {
  public:
   unsigned int PacketID() const { return m_packet_id; }
   void SetPacketID(unsigned int id) { m_packet_id = id; }
-  /// A copy, which belongs to the caller. Aborts when there is none.
+  /// A copy, which belongs to the caller. Aborts if the copy is not a packet.
   virtual CBasePacket* CopyPacket() const;
 
  private:
@@ -86,17 +86,17 @@ class CDevCommand : public CDataBlock {
  public:
   CDevCommand(unsigned short command, unsigned short body_length, unsigned char value_count, unsigned char format,
               unsigned int spare_long, unsigned short spare_word);
-  /// Takes the time-out over too when the source is a CDevCommand.
+  /// Takes the time-out over too if the source is a CDevCommand.
   explicit CDevCommand(const CDataBlock* source);
 
   CDevCommand* Copy() const override { return new CDevCommand(this); }
 
-  /// The block viewed as a head. A block shorter than a head has none: don't ask.
+  /// The block viewed as a head. Not for a block that is shorter than a head.
   CHead* Head() { return reinterpret_cast<CHead*>(Block()); }
   const CHead* Head() const { return reinterpret_cast<const CHead*>(Block()); }
   unsigned char* Body() { return BodyBytes().data(); }
   const unsigned char* Body() const { return BodyBytes().data(); }
-  /// What of the body is there, whatever the head says.
+  /// The bytes of the body in the block, whatever the head says.
   std::span<unsigned char> BodyBytes();
   std::span<const unsigned char> BodyBytes() const;
 
@@ -121,7 +121,7 @@ class CDevCommand : public CDataBlock {
   /// The same from any bytes, without that assertion.
   static double ReadComplexValue(const unsigned char* data, unsigned int offset, unsigned int index, bool is_signed,
                                  unsigned int bytes, unsigned int fraction_bytes);
-  /// A second reader: signed only if told so, no raw doubles. Bytes outside the block count as zero.
+  /// Another reader: signed only if `is_signed`, no raw doubles. Bytes outside the block count as zero.
   double ReadComplexValue1(unsigned int offset, unsigned int index, bool is_signed, unsigned int bytes,
                            unsigned int fraction_bytes) const;
   /// A signed mantissa of `mantissa_bytes`, then a signed binary exponent of `exponent_bytes`.
@@ -149,10 +149,11 @@ class CDevParameter : public CDevCommand {
   /// -1 for a block without a body.
   int ParameterID() const;
   void SetParameterID(unsigned short parameter);
-  /// 0 if sound, -1 if not. An SK_GET or SK_EXEC packet may be shorter than its values; callers rely on it.
+  /// 0 if sound, -1 if not. Odd, and kept: an SK_GET or SK_EXEC packet may be shorter than its values. A question whose
+  /// head counts values that it does not carry would otherwise be unsound.
   int CheckStructure() const;
 
-  /// As the head counts them; as the body has room for when the two disagree.
+  /// The count in the head, or the values that the body has room for if the two disagree.
   unsigned int ValuesCount() const;
   double Value(unsigned int index) const;
   void SetValue(unsigned int index, double value);
@@ -165,8 +166,8 @@ class CDevParameter : public CDevCommand {
 
   /// True if a reply holds at least `count` values: element size 1 to 8, and a body long enough for them.
   bool CarriesValues(unsigned int count) const;
-  /// As Value, for an index below what CarriesValues said, and without its assertion: what an instrument sends must not
-  /// end the process. 0.0 for any other index.
+  /// As Value, for an index below what CarriesValues confirmed, and without its assertion: no reply may end the
+  /// process. 0.0 for any other index.
   double CarriedValue(unsigned int index) const;
 
  private:

@@ -1,7 +1,7 @@
-// The provider's functions with one width for everything: statuses are the low 32 bits, sign-extended; sessions, counts
-// and attributes go through zeroed 8-byte variables, so a provider may store 32 or 64 bits.
+// The provider's functions with one width for everything. Statuses are the low 32 bits, sign-extended. Sessions, counts
+// and attributes go through zeroed variables of 8 bytes, so a provider may store 32 or 64 bits.
 //
-// Only these call the vi functions. A count never exceeds what was asked for.
+// Nothing else calls the vi functions. A count never exceeds the number of bytes asked for.
 #pragma once
 
 #include <algorithm>

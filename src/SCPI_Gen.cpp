@@ -1,4 +1,4 @@
-// The session functions that work, and the factory of the instrument. Each looks at its pointers and forwards.
+// The session functions that work, and the instrument's factory. Each function checks its pointers and forwards.
 #include <stdexcept>
 
 #include "scpi_zlt/scpi_zlt.h"
@@ -8,7 +8,8 @@
 #include "src/plib/CommandTable.h"
 
 CGenericDevice* CreateDevice(CIOBuffer* io_buffer) {
-  // Not std::call_once: it keeps thread-local data in the C++ library, which allocates for it on a thread's first call.
+  // Not std::call_once: it keeps thread-local data in the C++ library, which allocates memory on the first call of a
+  // thread.
   static const bool filled = (scpi_lib::RegisterCommandTree(), true);
   static_cast<void>(filled);
   return new CDevice(io_buffer);
@@ -25,7 +26,8 @@ long skOpenDefaultRM(unsigned long*) {
 }
 
 long skOpen(unsigned long, const char* name, unsigned long, unsigned long open_timeout, unsigned long* session) {
-  // Callers rely on this text; it is the one exception that leaves the library.
+  // Odd, and kept: the one exception that leaves the library, with this text. A program that catches it would get a
+  // status instead.
   if (name == nullptr) throw std::logic_error("basic_string::_M_construct null not valid");
   if (session == nullptr) return VI_ERROR_INV_OBJECT;
   return OpenSession(name, static_cast<unsigned int>(open_timeout), session);

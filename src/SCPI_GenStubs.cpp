@@ -1,5 +1,5 @@
-// The functions of the VISA surface that this library does not have. They are exported so that the surface is complete,
-// look at none of their arguments, and refuse at once.
+// The VISA functions that this library does not have. They are exported so that programs link, ignore their arguments,
+// and return VI_ERROR_NIMPL_OPER at once.
 #include <cstdarg>
 
 #include "scpi_zlt/scpi_zlt.h"

@@ -1,4 +1,4 @@
-// Load and unload. The session manager stands from load to unload; sessions that are still open at exit, or when the
+// Load and unload. The session manager exists from load to unload. Sessions that are still open at exit, or when the
 // library is unloaded, are closed side by side. A forked child marks itself and closes nothing.
 #include <pthread.h>
 
@@ -7,7 +7,8 @@
 namespace {
 
 /// An object and not std::atexit, because the compiler ties its destructor to this library: it runs at exit, or at
-/// dlclose and then never again, also where a tool (a sanitizer, say) puts an atexit of its own in between.
+/// dlclose and then never again. This also holds when a tool (a sanitizer, say) registers an atexit of its own in
+/// between.
 struct ExitHook {
   ExitHook() = default;
   ExitHook(const ExitHook&) = delete;

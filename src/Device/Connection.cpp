@@ -1,4 +1,4 @@
-// Opening and closing the link, and the link's operations by their names in CDevice.
+// Opens and closes the link, and forwards the link's operations by the names they have in CDevice.
 #include <exception>
 #include <string>
 

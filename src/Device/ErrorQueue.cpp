@@ -1,4 +1,4 @@
-// Errors that wait for ":SYST:ERR?". An error also sets the bit of its class in the standard event register.
+// The errors that ":SYST:ERR?" answers. An error also sets the bit of its class in the standard event register.
 #include <cstdlib>
 #include <string>
 
@@ -22,8 +22,9 @@ int CDevice::RaiseError(int number, const char* text) {
   return 0;
 }
 
-// Callers rely on the text being that of the number, not the one that came with the error, and on the queue's bit
-// outliving its last entry: the clear below is without force.
+// Odd, and kept: the text is that of the number, not the one that came with the error, so entries would read
+// differently otherwise. The clear below is without force and does nothing: "*STB?" shows the queue's bit until it is
+// read, even when the queue is empty.
 int CDevice::SCPI_SYST_ERR() {
   std::string reply = "+0,\"No error\"";
   if (!m_errors.empty()) {

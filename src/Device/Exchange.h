@@ -1,13 +1,14 @@
-// One shape for everything that is sent to the instrument: build one packet, exchange it, read back what was taken,
-// free. A sender is a list of fields and what to read back, nothing else:
+// One shape for everything that is sent to the instrument: build one packet, exchange it, read back what the instrument
+// took, free. A sender is a list of fields and what to read back, nothing else:
 //
 //   Exchange exchange(P_PHASE, {4, 2}, {*phase});
 //   exchange.Run(m_link);
 //   if (exchange.DemandValues(1)) *phase = exchange.Value(0);  // a refusal carries values too
-//   return exchange.Status();                                  // the instrument's word on it, or the link's
+//   return exchange.Status();                                  // the instrument's status, or the link's
 //
-// A reply with fewer values than its sender reads is no link failure: nothing is read, and where the instrument claims
-// success the status is SK_SMALL_SIZE. A sender that reads no value doesn't ask, and then a short reply is as good.
+// A reply with fewer values than its sender reads is no link failure: nothing is read, and if the instrument claims
+// success, the status becomes SK_SMALL_SIZE. A sender that reads no value makes no such demand, so it takes a short
+// reply as well.
 #pragma once
 
 #include <cstdint>
@@ -50,8 +51,8 @@ class Exchange {
   /// The VISA status of the exchange.
   long LinkResult() const { return m_link_result; }
 
-  /// True if the reply holds at least `count` values. Where it doesn't, a success becomes SK_SMALL_SIZE in Status: ask
-  /// only for what the sender can't do without.
+  /// True if the reply holds at least `count` values. If not, a success becomes SK_SMALL_SIZE in Status, so demand only
+  /// the values that the sender needs.
   bool DemandValues(unsigned int count) {
     if (!Replied()) return false;
     const bool carries = m_packet.CarriesValues(count);
@@ -60,8 +61,8 @@ class Exchange {
   }
   /// Value `index` of a reply that carries it.
   double Value(unsigned int index) const { return m_packet.CarriedValue(index); }
-  /// The reply's status, sign-extended; SK_SMALL_SIZE for a success without the values demanded. Without a reply the
-  /// status of the link, which is 0 where a read ended in a completion code of the provider.
+  /// The reply's status, sign-extended; SK_SMALL_SIZE for a success without the values demanded. Without a reply, the
+  /// status of the link, which is 0 if a read ended in a completion code of the provider.
   int Status() const {
     if (!Replied()) return ConvertErrorVisaToSorvs(m_link_result);
     const int status = m_packet.Status();
@@ -73,7 +74,7 @@ class Exchange {
   /// The packet's own status field, also after a failed exchange.
   int PacketStatus() const { return m_packet.Status(); }
 
-  /// Lists and pulses keep something else in the head where the count of values normally stands.
+  /// For lists and pulses, which put another number where the head has the count of values.
   void SetHeadCount(unsigned char count) {
     CHead* head = m_packet.Head();
     head->Flags = static_cast<std::uint16_t>((head->Flags & 0xFF00) | count);

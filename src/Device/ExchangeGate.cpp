@@ -1,5 +1,5 @@
-// See ExchangeGate.h. The free event is auto-reset: a set goes to the waiter that queued first and never stays up while
-// one waits, so who asks without waiting can't overtake.
+// See ExchangeGate.h. The free event is auto-reset: a set goes to the waiter that queued first and does not stay up
+// while one waits. So a caller that asks without waiting cannot overtake.
 #include "src/Device/ExchangeGate.h"
 
 ExchangeGate::ExchangeGate() : m_free(neosmart::CreateEvent(false, true)) {}
@@ -10,7 +10,7 @@ ExchangeGate::~ExchangeGate() {
 
 ExchangeGate::Result ExchangeGate::Enter(neosmart::neosmart_event_t stop, std::uint64_t timeout_ms) {
   if (neosmart::WaitForEvent(m_free, 0) == 0) return Result::kEntered;
-  // Always the wait on several, even for one event: only that one queues.
+  // The wait on several events, even for one: only this one queues.
   neosmart::neosmart_event_t events[] = {m_free, stop};
   int fired = -1;
   const int result = neosmart::WaitForMultipleEvents(events, stop == nullptr ? 1 : 2, false, timeout_ms, fired);

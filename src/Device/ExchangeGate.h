@@ -1,9 +1,9 @@
-// One exchange at a time per session. CDevice owns the gate, the run thread is given it; both take it around each
-// exchange, and nobody holds it across CancelRun.
+// One exchange at a time per session. CDevice owns the gate and hands it to the run thread. Both take it around each
+// exchange, and neither holds it across CancelRun.
 //
-// Leaving hands the gate to whoever waits, first come first served, so the poller, which comes back at once, lets a
-// setting pass between two polls. A poll that waits for its trigger may hold the gate for long: who has waited for 1 s
-// asks it to give up.
+// Leaving hands the gate to the waiter that came first. So the poller, which comes back at once, lets a setting pass
+// between two polls. A poll that waits for its trigger may hold the gate for long: a waiter asks it to give up after 1
+// s.
 #pragma once
 
 #include <atomic>
@@ -29,17 +29,17 @@ class ExchangeGate {
   Result EnterAheadOfPoll(neosmart::neosmart_event_t stop);
   void Leave();
 
-  /// The request to the poll: stays up until the next run clears it. The poll tests it as its stop request.
+  /// The request to the poll, which tests it as its stop request. Stays up until the next run clears it.
   void AskToGiveUp() { m_give_up = true; }
   bool GiveUpAsked() const { return m_give_up; }
   void ClearGiveUp() { m_give_up = false; }
 
  private:
-  neosmart::neosmart_event_t m_free;  ///< auto-reset; set when nobody is inside
+  neosmart::neosmart_event_t m_free;  ///< auto-reset; set when no exchange is inside
   std::atomic<bool> m_give_up{false};
 };
 
-/// Leaves the gate when it goes out of scope, if it was entered.
+/// Leaves the gate at the end of its scope, if it was entered.
 class GateHold {
  public:
   GateHold(ExchangeGate& gate, ExchangeGate::Result entered) : m_gate(gate), m_result(entered) {}

@@ -1,5 +1,5 @@
-// Between the types of the model and the doubles of a packet. What comes back is cut toward zero where the model holds
-// a whole number; a flag is anything that is not zero.
+// Conversion between the types of the model and the doubles of a packet. A value that comes back is cut toward zero if
+// the model holds a whole number. A flag is true for anything but zero.
 //
 //   Exchange exchange(P_RF_OUT, {4, 2}, ToFields(state, power));
 //   ...
@@ -12,7 +12,7 @@
 #include "src/Device/Exchange.h"
 #include "support/Integers.h"
 
-/// What a packet carries for these values, in their order.
+/// The fields of a packet for these values, in this order.
 template <class... Values>
 std::array<double, sizeof...(Values)> ToFields(const Values&... values) {
   return {static_cast<double>(values)...};
@@ -34,7 +34,7 @@ inline void TakeField(double field, long& value) {
   value = TruncToInt64(field);
 }
 
-/// Reads the reply's first fields into these values. A reply that is too short leaves all of them alone.
+/// Reads the first fields of the reply into these values. A reply that is too short changes none of them.
 template <class... Values>
 void TakeReply(Exchange& exchange, Values&... values) {
   if (!exchange.DemandValues(sizeof...(Values))) return;

@@ -1,10 +1,10 @@
-// Frequency settings: which of them reach the instrument now, and which wait in the model for a change of mode.
+// Frequency settings, and which of them are sent now and which wait in the model for a change of mode.
 //
 // Sent at once: the CW frequency in fixed mode, the range in sweep mode, changes of mode. Everything else is stored,
-// and what is stored stays when a send fails. Two encoders deliver a sweep: SetFrequency sends the doubles as they are
-// (HW_SendFrequencyRange), a change of mode derives whole steps first (set_freq_range_and_step). The limits are looked
-// at by the handlers, by the centre and span rules, by set_freq_range_and_step and by HW_SendRFFrequency, not by the
-// setters nor by HW_SendFrequencyRange.
+// and a stored value stays when a send fails. A sweep is sent in two ways: SetFrequency sends the doubles as they are
+// (HW_SendFrequencyRange), a change of mode computes whole steps first (set_freq_range_and_step). The limits are
+// checked by the handlers, by the rules for centre and span, by set_freq_range_and_step and by HW_SendRFFrequency; the
+// setters and HW_SendFrequencyRange do not check them.
 #include <cmath>
 #include <cstdint>
 #include <stdexcept>
@@ -15,7 +15,7 @@
 namespace {
 
 constexpr double kDefaultSweepPoints = 501.0;
-/// What the list starts with when list mode finds it empty.
+/// The only point of an empty list when list mode begins.
 constexpr double kLonePointHz = 1e7;
 constexpr double kMostLogPoints = 16777216.0;
 
@@ -24,8 +24,8 @@ struct Range {
   double stop;
 };
 
-/// Puts a range of `span` where it was asked to be, at `moved`. What sticks out of the limits on one side is cut from
-/// both, so that the centre stays.
+/// Fits a range of `span`, which was moved to `moved`, into the limits. A part outside on one side is cut from both
+/// sides, so that the centre stays.
 Range CutBothSides(Range moved, double span, Range limits) {
   if (limits.start > moved.start) {
     span -= 2.0 * std::fabs(moved.start - limits.start);
@@ -61,7 +61,7 @@ void CDevice::LimitFreq(double& value, bool is_step) const {
     if (std::fabs(value) > bound) value = value >= 0.0 ? bound : -bound;
     return;
   }
-  // Two comparisons, the high limit first: limits that cross must not matter.
+  // Two comparisons, the high limit first, so that crossed limits give the low one.
   if (value > m_working_high_frequency) value = m_working_high_frequency;
   if (value < m_working_low_frequency) value = m_working_low_frequency;
 }
@@ -72,7 +72,8 @@ int CDevice::GetFrequency(double& value, ETDValueType type, ETDDefaultType def) 
   const double high = m_limits.high_frequency;
   const double points = m_limits.max_sweep_points;
   switch (type) {
-    // Callers rely on the default of the CW frequency being the low limit.
+    // Odd, and kept: DEF of the CW frequency is the low limit, not the start value. Otherwise ":FREQ? DEF" would answer
+    // differently.
     case kValueCW:
       value = PickDefault(def, low, high, low, m_settings.cw_frequency);
       break;
@@ -159,7 +160,7 @@ void CDevice::StoreFrequency(double value, ETDValueType type) {
       m_settings.sweep_points = TruncToUint32(0.5 + span / value + 1.0);
       return;
   }
-  // One point divides by zero and none by 4294967295; callers rely on the infinite step.
+  // Odd, and kept: one point divides by zero and none by 4294967295. ":SWE:STEP?" then answers "inf", or a tiny step.
   sweep.step_frequency =
       (sweep.stop_frequency - sweep.start_frequency) / static_cast<double>(m_settings.sweep_points - 1U);
 }
@@ -175,7 +176,8 @@ int CDevice::GetFreqSpacing(EFreqSpacing& spacing) const {
 }
 
 int CDevice::SetFreqSpacing(EFreqSpacing spacing) {
-  // Callers rely on the old spacing going out once more: the new one reaches the instrument with the next send.
+  // Odd, and kept: the old spacing is sent once more, and the new one reaches the instrument with the next send.
+  // Otherwise packets would differ.
   const int status = SetFreqCommon();
   if (!IsFailure(status)) m_settings.sweep.spacing = spacing;
   return status;
@@ -227,7 +229,7 @@ int CDevice::set_freq_range_and_step(double& start, double& stop, double& step) 
   if (IsFailure(status)) return status;
 
   if (!has_stop) {
-    // Unsigned: an instrument may answer what does not fit, and a falling sweep reads back as a huge step.
+    // Unsigned, because the answer of an instrument may overflow. A falling sweep reads back as a huge step.
     const auto last = static_cast<unsigned long>(count) - 1UL;
     whole_stop =
         static_cast<long>(last * static_cast<unsigned long>(whole_step) + static_cast<unsigned long>(whole_start));
@@ -249,7 +251,8 @@ void CDevice::CreateLogList() {
   double value = start;
   for (double i = 1.0;; ++i) {
     m_frequency_list.push_back(value);
-    // Callers rely on the exponent dividing by the points, not by the intervals: the last step is the larger one.
+    // Odd, and kept: the exponent divides by the points, not by the intervals, so the last step is the larger one.
+    // Otherwise every point but the first and the last would move.
     value = start > 0.0 ? start * std::pow(stop / start, i / points) : start;
     if (!(points - 1.0 > i)) break;
   }

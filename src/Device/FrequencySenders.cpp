@@ -1,7 +1,7 @@
-// The packets that carry frequencies. On the wire the count stands before the step. Whole Hz.
+// The packets that carry frequencies. On the wire the count comes before the step. Whole Hz.
 //
-// Callers rely on the two senders of plain settings taking six-byte values from every firmware; only
-// set_freq_range_and_step adapts to what the firmware understands.
+// Odd, and kept: the two senders of plain settings use values of six bytes with every firmware; only
+// set_freq_range_and_step adapts to the firmware. Otherwise the packets to old instruments would differ.
 #include "src/Device.h"
 #include "src/Device/Fields.h"
 
@@ -42,7 +42,7 @@ int CDevice::HW_SendFrequencyRange() {
       sweep.stop_frequency = sweep.start_frequency + (count - 1.0) * sweep.step_frequency;
     }
     UpdateTimeout();
-    // Callers rely on a refused range being no error.
+    // Odd, and kept: a refused range is no error, though older firmware refuses this form.
     return 0;
   });
 }

@@ -1,12 +1,12 @@
-// PLL, level, reference and RF button as the instrument has them. Each is one question, and its answer is one status of
-// the reply or one value; while a sweep is on, the run thread's copy answers.
+// States of PLL, level, reference and RF button. Each is one question to the instrument, and its answer is the status
+// of the reply or one value. While a sweep runs, the run thread's copy answers.
 #include "src/Device.h"
 #include "src/Device/Exchange.h"
 
 int CDevice::HW_GetRFButtonState(bool* on) {
   Exchange exchange = Exchange::Query(P_RF_BUTTON, {2, 0}, 1);
   if (!exchange.Run(m_link)) return exchange.Status();
-  // As in the other three, only what was asked for counts: an answer without the value is "off", whatever its status.
+  // As in the other three, the status of the reply is no error: an answer without the value is "off".
   *on = exchange.DemandValues(1) && exchange.Value(0) != 0.0;
   return 0;
 }
@@ -38,7 +38,7 @@ int CDevice::HW_GetLevelState(bool* leveled) {
   return 0;
 }
 
-// Callers rely on these two leaving false in the model, whatever the answer was.
+// Odd, and kept: these two store false in the model, whatever the answer was.
 int CDevice::GetPLLState(bool& locked) {
   if (IsSweeping()) {
     locked = m_run_thread->GetPLLState();

@@ -1,7 +1,7 @@
-// Files of the instrument, and the identity text made from two of them. A file comes in chunks; the request names the
+// Files of the instrument, and the identity text made from two of them. A file comes in chunks: the request holds the
 // offset, the reply says how many bytes it delivers.
 //
-// Nobody ever sees a partial file: every way out but the regular end leaves the caller's text as it was.
+// A partial file is never delivered: unless the file ends regularly, the caller's text stays as it was.
 #include <cstring>
 #include <exception>
 #include <string>
@@ -14,15 +14,15 @@
 namespace {
 
 constexpr unsigned int kBytesWanted = 64000;
-constexpr unsigned int kNameOffset = 10;  ///< in the body: behind the id, the offset and the count
+constexpr unsigned int kNameOffset = 10;  ///< in the body: after the id, the offset and the count
 constexpr std::size_t kLongestName = 1000;
 constexpr std::int64_t kLongestFile = 16 * 1024 * 1024;
 constexpr int kRepliesWithoutProgress = 8;
-/// A chunk with status 1 and at least this many bytes was cut by the instrument for its own reasons; a shorter one is
-/// the last.
+/// A chunk with status 1 and fewer bytes than this is the last one. A longer one was cut by the instrument, and more
+/// follows.
 constexpr std::int64_t kLastChunkBelow = 900;
 
-/// Fills a request's body; the rest of it is zero already.
+/// Fills a request's body, which is zero before.
 void WriteRequest(CDevParameter& packet, std::string_view name, std::int64_t offset) {
   packet.SetParameterID(P_FILE);
   packet.SetValue(0, static_cast<double>(offset));
@@ -30,7 +30,7 @@ void WriteRequest(CDevParameter& packet, std::string_view name, std::int64_t off
   std::memcpy(packet.Body() + kNameOffset, name.data(), name.size());
 }
 
-/// One file read: takes the replies one after the other and says how to go on.
+/// One file read: takes the replies in turn and says how to go on.
 class FileRead {
  public:
   enum class Next { kMore, kDone, kLeave };
@@ -38,7 +38,7 @@ class FileRead {
   explicit FileRead(std::string_view name) : m_name(name) {}
 
   std::int64_t Offset() const { return m_offset; }
-  /// What has come. False: some chunk was not whole, the file is not to be had.
+  /// Moves the text out. False if some chunk was not whole: then there is no file.
   bool Take(std::string& content) {
     if (m_broken) return false;
     content = std::move(m_content);
@@ -64,7 +64,7 @@ class FileRead {
     }
     if (status < 0) return Next::kLeave;
 
-    // What the first reply says is always followed up once.
+    // The first reply is always followed up once, whatever it says.
     if (m_broken || (!first && exchange_failed)) return Next::kLeave;
     m_broken = overclaims || exchange_failed;
     ++m_chunks;
@@ -78,7 +78,7 @@ class FileRead {
   }
 
  private:
-  /// True for a reply that carries the file's id and its name with the zero behind it.
+  /// True for a reply that carries the file's id, and its name with a terminating zero.
   bool IsEcho(const CDevParameter& reply) const {
     const auto body = reply.BodyBytes();
     if (reply.ParameterID() != P_FILE || reply.BodyLength() < kNameOffset + 1) return false;
@@ -119,8 +119,8 @@ void CDevice::GetFile(std::string name, std::string* content) {
   if (next == FileRead::Next::kDone) file.Take(*content);
 }
 
-// Callers rely on the second file being read into the text of the first: an instrument without the second one has its
-// model name there twice.
+// Odd, and kept: the second file is read into the text of the first, so without a second file "*IDN?" has the model
+// name twice. Otherwise its last field would be empty.
 void CDevice::ReadIdn() {
   m_identity = "Sorvik,";
   std::string text;

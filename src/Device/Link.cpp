@@ -84,7 +84,7 @@ long Link::Send(CBasePacket& packet) {
 
 long Link::Recv(CDevCommand& packet, bool cancel, unsigned int timeout) {
   if (m_user.ThreadShouldStop()) return Refused(packet, SE_OPERATION_CANCELED, VI_ERROR_ABORT);
-  // A read that gives up after its first slice needs no look at the stop request.
+  // A read that gives up after its first slice needs no stop test.
   if (cancel) return RecvFromDevice(m_session, &packet, true, timeout, false, m_connected);
   return RecvFromDevice(m_session, &packet, MakeStopTest(), timeout, m_connected);
 }

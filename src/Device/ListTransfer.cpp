@@ -1,6 +1,6 @@
-// Lists on their way to the instrument: a list does not fit one packet, so it goes out in chunks, and what the
-// instrument took of a chunk comes back into the model at the same places. A refused chunk stops nothing; the last
-// chunk's status is the transfer's. A lost link ends it, and what was sent stays sent.
+// Sends lists to the instrument. A list does not fit into one packet, so it goes out in chunks, and the points that the
+// instrument took come back into the same places of the model. A refused chunk does not end the transfer; its status is
+// that of the last chunk. A lost link ends it; what was sent stays in the instrument.
 #include <algorithm>
 #include <span>
 #include <vector>
@@ -12,12 +12,12 @@ namespace {
 
 constexpr int kDefaultListPoints = 101;
 
-/// How a list goes on the wire.
+/// The form of a list on the wire.
 struct ListForm {
   EParameter parameter;
   ValueFormat format;
   std::size_t chunk_points;
-  unsigned char head_count;  ///< stands in the head where the count of values normally does
+  unsigned char head_count;  ///< in the head, in place of the count of values
 };
 
 constexpr ListForm kFrequencyForm{P_FREQUENCY_LIST2, {6, 0}, 165, 0};
@@ -63,7 +63,7 @@ int CDevice::HW_SendList(ESweepListType type) {
   const SSweepParameters& sweep = m_settings.sweep;
   const bool is_power = type == kPowerList;
   if (is_power && sweep.power_mode != kModeList) return 0;
-  // Callers rely on logarithmic spacing sending the list in any mode: a logarithmic sweep comes this way.
+  // Odd, and kept: with logarithmic spacing the list is sent in every mode. A logarithmic sweep is sent this way.
   if (!is_power && sweep.frequency_mode != kModeList && sweep.spacing == kSpacingLinear) return 0;
   bool replied = true;
   const int status = WithRunStopped(Restart::kAfterReply, [&] {

@@ -1,8 +1,8 @@
-// Output power, attenuator, output state and unit. dBm throughout; the unit touches only what a query prints.
+// Output power, attenuator, output state and unit. dBm throughout; the unit affects only the answers to queries.
 //
-// Everything here acts at once in its mode: a setting resends what the power mode needs, be it part of that packet or
-// not. Callers rely on a CW power that the instrument refuses being no error, and on SetPower taking the number it is
-// given whatever keyword stands behind it.
+// Everything here acts at once in its mode: a setting resends what the power mode needs, also when that packet does not
+// hold the setting. Odd, and kept: a CW power that the instrument refuses is no error, and SetPower takes the number
+// whatever keyword it comes with, so ":POW MIN" sets 0 dBm.
 #include <cmath>
 #include <cstdint>
 
@@ -11,7 +11,7 @@
 namespace {
 
 constexpr double kDefaultSweepPoints = 501.0;
-/// What the list starts with when list mode finds it empty.
+/// The only point of an empty list when list mode begins.
 constexpr double kLonePointDbm = -60.0;
 constexpr int kStoredUnit = -1;
 
@@ -20,7 +20,7 @@ constexpr int kStoredUnit = -1;
 double CDevice::ConvertPower(double value, int unit, bool to_dbm) const {
   const bool stored_is_watt = m_settings.power_unit == kUnitWatt;
   if (!to_dbm) {
-    // Callers rely on an explicit unit not converting in this direction.
+    // Odd, and kept: in this direction an explicit unit does not convert; only the stored one does.
     return unit == kStoredUnit && stored_is_watt ? std::pow(10.0, value / 10.0) / 1000.0 : value;
   }
   const bool is_watt = unit == kUnitWatt || (unit == kStoredUnit && stored_is_watt);
@@ -51,7 +51,7 @@ int CDevice::GetPower(double& value, ETDValueType type, ETDDefaultType def) cons
       break;
     case kValuePoints:
     case kValueStep:
-      break;  // Callers rely on their value staying as it was.
+      break;  // odd, and kept: leaves `value` as it was
   }
   return 0;
 }
@@ -165,8 +165,8 @@ int CDevice::GetAttStrategy(int& value) const {
 
 int CDevice::SetPowControl(int& value) {
   m_settings.system.power_control = value;
-  // External leveling is no packet of its own: it changes fields of the synchronisation. The model's trigger source
-  // follows from the reply to this record, and never goes back to what it was.
+  // External levelling has no packet of its own: it changes fields of the synchronisation. The model's trigger source
+  // follows from the reply to this record, and does not return to its old value.
   SSyncInType record = m_settings.sweep.sync_in;
   record.source = value == 1 ? kTriggerBus : kTriggerImmediate;
   return WithRunStopped(Restart::kUnlessRefused, [&] {
@@ -183,7 +183,8 @@ int CDevice::GetPowControl(int& value) const {
 int CDevice::SetOutputEnabled(bool on) {
   m_settings.output_state = on ? 1 : 0;
   return Folded(WithRunStopped(Restart::kUnlessRefused, [&] {
-    // Callers rely on switching off always taking the CW packet, in every mode.
+    // Odd, and kept: switching off sends the CW packet in every mode. Otherwise the packets of ":OUTP OFF" would differ
+    // in sweep and list mode.
     const int status = on ? SetPwrCommon() : SendRFOut();
     const bool is_off = !IsFailure(status) && m_settings.output_state != 1;
     if (is_off) m_device_status_reg.ClrRegBit(kStandardEventRegister, kOutputOnBit, true);

@@ -1,8 +1,8 @@
-// The six generations of the RF-out packet. The digits in a sender's name are the bytes of a value and how many of them
-// are fraction; every field is fixed-point, whole numbers too. Generations 4 and 5 tell the instrument where a power
-// sweep stops, for the others the stop follows from what came back; generation 0 has no power sweep.
+// The six generations of the RF-out packet. The digits in a sender's name are the bytes of a value and its fraction
+// bytes; every field is fixed-point, whole numbers too. Generations 4 and 5 send the stop of a power sweep. For the
+// others the stop is computed from the reply. Generation 0 has no power sweep.
 //
-// All but HW_SetRFOut leave cancelling and restarting the run to their callers.
+// Only HW_SetRFOut stops and restarts the run; for the other senders their callers do.
 #include <cmath>
 
 #include "src/Device.h"
@@ -13,7 +13,7 @@ namespace {
 constexpr ValueFormat kTwoByte{2, 1};
 constexpr ValueFormat kFourByte{4, 2};
 constexpr ValueFormat kSixByte{6, 2};
-/// No device status, and no failure: a lost link is silent here.
+/// Neither a device status nor a failure: a lost link gives no error here.
 constexpr int kNotConnected = 226;
 
 }  // namespace
@@ -63,7 +63,7 @@ int CDevice::set_power_sweep() {
       break;
   }
   if (!takes_stop) {
-    // Callers rely on the end being rounded up to 0.01 dB, also where nothing was sent.
+    // Odd, and kept: the end is rounded up to 0.01 dB, also where nothing was sent. ":POW:STOP?" shows it.
     const double intervals = s.sweep_points - 1U;
     sweep.stop_power = std::ceil((intervals * sweep.step_power + sweep.start_power) * 100.0) / 100.0;
   }
@@ -87,7 +87,7 @@ int CDevice::HW_SetRFOut_2_62(int& state, int& strategy, int& attenuation, int& 
   Exchange exchange(P_RF_OUT2, kSixByte, ToFields(state, strategy, attenuation, spare, power));
   exchange.Run(m_link);
   if (exchange.DemandValues(5)) {
-    // Callers rely on this form alone cutting the power that comes back to whole dBm.
+    // Odd, and kept: in this form alone the power that comes back is cut to whole dBm. ":POW?" shows it.
     int whole_power = 0;
     TakeReply(exchange, state, strategy, attenuation, spare, whole_power);
     power = whole_power;

@@ -1,7 +1,7 @@
-// What a freshly opened instrument is asked: its limits, and which packet forms its firmware takes. Newer forms go out
-// first; a refusal leads to the older ones. At the end the model holds what the instrument is set to.
+// Start-up: asks a newly opened instrument for its limits, and finds out which packet forms its firmware takes. Newer
+// forms are tried first; after a refusal the older ones. At the end the model holds what the instrument is set to.
 //
-// The order of packets and of the assignments between them is what instruments of all ages have been tested with.
+// Instruments of all ages have been tested with this order of packets and of the assignments between them.
 #include <memory>
 
 #include "src/Device.h"
@@ -13,17 +13,17 @@ constexpr long kAskedFrequency = 100000000000;
 constexpr long kAskedFrequencyOfFourBytes = 4001000000;
 constexpr long kAskedPoints = 100001;
 
-/// Judged without its sign: every VISA status that is not 0 is a link failure here.
+/// Compared as unsigned, so that every VISA status but 0 is a link failure here.
 bool LinkFailed(const Exchange& exchange) {
   return static_cast<unsigned long>(exchange.LinkResult()) > kLastResultOfALink;
 }
 
-/// A failure, unless the instrument only doesn't know the form.
+/// A failure, unless it only says that the form is not known.
 bool IsFatal(int status) {
   return IsFailure(status) && status != SK_PARAMETER_INCORRECT;
 }
 
-/// A pair of RF-out forms: the plain one, and the one with a power sweep's stop that newer firmware adds to it.
+/// A pair of RF-out forms: the plain one, and the one of newer firmware that adds the stop of a power sweep.
 struct RFOutForm {
   EParameter parameter;
   ValueFormat format;
@@ -60,7 +60,7 @@ int CDevice::HW_SetMode(int& mode) {
   return SendAndTake(m_link, P_MODE, {2, 0}, mode).status;
 }
 
-// The instrument corrects what it can't do, and so tells its limits.
+// The instrument corrects what it can't do. The corrected values are its limits.
 int CDevice::ProbeFrequencyLimits() {
   long start = 0;
   long step = kAskedFrequency;
@@ -160,7 +160,8 @@ void CDevice::SetStartValuesOfSweep() {
   m_settings.system.power_control = 0;
 }
 
-// Callers rely on the CW power staying at the instrument's minimum.
+// Odd, and kept: the CW power stays at the instrument's minimum. ":POW?" answers it after opening, and ":OUTP ON" sends
+// it.
 void CDevice::ProbePowerLimits() {
   SetPower(m_working_high_power, kValueCW, kDefaultPlain);
   m_limits.high_power = m_working_high_power = m_settings.cw_power;
@@ -183,7 +184,7 @@ void CDevice::StartRunThread() {
   m_poller = m_run_thread.get();
 }
 
-// A form counts as known unless it is refused by name. The generation stays as it is when all are refused.
+// A form counts as known unless the reply says that it is unknown. If all are unknown, the generation does not change.
 int CDevice::InitRFOut(int state, double power, int strategy, int attenuation, int spare) {
   int status = 0;
   for (const RFOutForm& form : kRFOutForms) {

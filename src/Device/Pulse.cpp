@@ -1,8 +1,8 @@
-// Pulse modulation. No setting is sent while modulation is off: it waits in the model for the next switching on.
-// Switching off always is. While it is on, every setting switches it on again with the new value.
+// Pulse modulation. While modulation is off, no setting is sent: it waits in the model until modulation is switched on.
+// Switching off is always sent. While modulation is on, every setting switches it on again with the new value.
 //
-// Callers rely on widths and gaps going out in seconds without fraction, so that a microsecond arrives as 0 and comes
-// back as 0 into the model. Trains can be stored and read back (their queries all answer the off-times), not started.
+// Odd, and kept: widths and gaps are sent in seconds without fraction, so a microsecond arrives as 0 and comes back
+// into the model as 0. Trains can be stored and read back (all their queries answer the off-times), but not started.
 #include <algorithm>
 #include <span>
 #include <vector>
@@ -18,7 +18,7 @@ constexpr int kSourceInternal = 0;
 constexpr int kSourceExternal = 1;
 constexpr int kTypeSquare = 1;
 constexpr int kTypeTrain = 2;
-/// Sources as the instrument counts them.
+/// Sources on the wire.
 constexpr double kWireExternal = 2.0;
 constexpr double kWireInternal = 3.0;
 
@@ -63,7 +63,7 @@ Sent CDevice::SendPulses(int mode, int source, std::span<double> widths, std::sp
                          double& source_taken) {
   for (std::size_t first = 0; first < widths.size(); first += kMostPulses) {
     const std::size_t end = std::min(first + kMostPulses, widths.size());
-    // The reply is laid out as the packet was, also when it is this reply that takes the polarity field away.
+    // The reply has the layout of the packet, also when this reply says that there is no polarity field.
     const bool has_polarity = m_modulation_has_polarity;
     std::vector<double> fields = {static_cast<double>(mode), WireSource(source)};
     if (has_polarity) fields.push_back(polarity ? 1.0 : 0.0);
@@ -109,7 +109,7 @@ int CDevice::PulseGeneratorConfigure(double& width) {
 }
 
 int CDevice::PacketGeneratorConfigure() {
-  // Callers rely on this refusal: the count of pulses stays 0, so no train ever starts.
+  // Odd, and kept: the count of pulses stays 0, so this always refuses and no train ever starts.
   if (m_settings.train_pulse_count == 0) return scpi_error::kIllegalParameterValue;
   ExpandTrain();
   const int count = std::min(m_settings.train_pulse_count, static_cast<int>(m_settings.train_widths.size()));

@@ -1,12 +1,12 @@
-// Reference oscillator and phase of the output. The pair of state and frequency goes out whole whichever of the two is
-// set; a refused pair leaves both at their old values. The phase is kept even when it is refused. Hz, degrees.
+// Reference oscillator and phase of the output. State and frequency are sent together, whichever of the two is set; if
+// the pair is refused, both keep their old values. The phase is stored even when it is refused. Hz, degrees.
 #include "src/Device.h"
 #include "src/Device/Fields.h"
 
 int CDevice::HW_set_ext_ref_gen_state(bool* external) {
   Exchange exchange(P_EXT_REF_GEN, {1, 0}, ToFields(*external));
   if (!exchange.Run(m_link)) return exchange.Status();
-  // Callers rely on the status deciding here, not the field.
+  // Odd, and kept: the status decides, not the field.
   *external = exchange.Status() != SK_NO_ERROR;
   return exchange.Status();
 }

@@ -1,4 +1,4 @@
-// What the model answers by itself: the SCPI version, and the words of mnemonics.
+// Answers that need no packet: the SCPI version, and the words of mnemonics.
 #include <string>
 #include <string_view>
 

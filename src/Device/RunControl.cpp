@@ -1,5 +1,5 @@
-// What CDevice does with its run thread: the start pattern around every setting that changes a sweep, and the time-out
-// of a poll. There is no run thread until the start-up probing is over; until then nothing sweeps.
+// How CDevice uses its run thread: stopping and starting a run around every setting that changes a sweep, and the
+// time-out of a poll. The run thread is made after the start-up probing; before that nothing sweeps.
 #include <algorithm>
 
 #include "scpi_zlt/scpi_errors.h"
@@ -51,12 +51,13 @@ void CDevice::CancelIfSweeping() {
   if (IsSweeping()) m_run_thread->CancelRun();
 }
 
-// Whoever should sweep wants to go on without end, so the count is always 0.
+// A device that should sweep is in continuous mode, so the count is always 0.
 void CDevice::RunIfShouldSweep() {
   if (m_run_thread && ShouldSweep()) m_run_thread->Run(m_settings.init_continuous ? 0 : 1);
 }
 
-// Callers rely on the dwell, which is stored in seconds, being taken for milliseconds here.
+// Odd, and kept: the dwell, which is stored in seconds, counts as milliseconds here. A long sweep is then cut off by
+// the time-out.
 void CDevice::UpdateTimeout() {
   if (!m_run_thread) return;
   std::size_t points = m_settings.sweep_points;

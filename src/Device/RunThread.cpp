@@ -1,8 +1,8 @@
-// The poller's cycle. Each poll and each look at the RF button is one exchange, made inside the gate; between two of
-// them whoever waits at the gate gets through.
+// The poller's cycle. Each poll and each query of the RF button is one exchange inside the gate; between two of them a
+// waiter at the gate gets its turn.
 //
-// A poll that is cancelled, by CancelRun or by somebody who has waited too long at the gate, leaves the states as they
-// were; so does one that failed.
+// A poll that is cancelled, by CancelRun or at the request of a waiter at the gate, leaves the states as they were. So
+// does one that failed.
 #include "src/Device/RunThread.h"
 
 #include <cstring>
@@ -41,7 +41,7 @@ bool IsStateWord(int status) {
   return status == SK_UNLEVEL || status == SK_LO1_NO_PLL || status == SK_EXTREF_NO_PLL;
 }
 
-/// The status word that tells a state: the head's, else the one that closes a body of whole records. 0 for none.
+/// The status that names a state: the head's, else the word after whole records at the end of the body. 0 for none.
 int StateWord(const CDevCommand& reply) {
   if (IsStateWord(reply.Status())) return reply.Status();
   const auto body = reply.BodyBytes();
@@ -81,7 +81,7 @@ void CRunThread::Run(int count) {
   try {
     ThreadStart();
   } catch (const std::exception&) {
-    // No thread to be had: the run stays inactive, and who waits for its start must not wait for ever.
+    // No thread could be started: the run stays inactive, and a wait for its start must not last for ever.
   }
   neosmart::SetEvent(m_opc_event);
 }
@@ -132,11 +132,11 @@ bool CRunThread::Poll(int& polls_left) {
     if (!turn || MustEnd()) return false;
     bool connected = true;
     const long result = ExchangePacket(packet, connected);
-    // Told by its own mark: a provider may end a read with the same status.
+    // Recognised by the mark of our own stop, because a provider may end a read with the same status.
     if (result == VI_ERROR_ABORT && packet.Status() == SE_OPERATION_CANCELED && MustEnd()) return false;
     if (result != 0) {
       ClearDevice(m_session, true, connected, MakeStopTest());
-      // However a poll ended, a stop must not leave the instrument sweeping.
+      // However a poll ended, after a stop the instrument must not go on sweeping.
       const long reset = ResetDevice(m_session, connected, MakeStopTest());
       if (reset == VI_ERROR_ABORT && MustEnd()) ResetAfterRun(m_session);
     } else if (packet.Status() != SE_OPERATION_CANCELED || !MustEnd()) {
@@ -148,7 +148,7 @@ bool CRunThread::Poll(int& polls_left) {
   return true;
 }
 
-// Callers rely on the reference state never coming back to true.
+// Odd, and kept: no reply sets the reference state to true, so while a sweep runs it is false.
 void CRunThread::TakeStates(const CDevCommand& reply) {
   switch (StateWord(reply)) {
     case SK_UNLEVEL:

@@ -1,7 +1,7 @@
-// The poller of a sweep: the instrument sweeps only while SK_RUN is asked of it over and over. It keeps the last PLL,
-// level, reference and RF-button states of the replies, so that status queries need not disturb the sweep.
+// The poller of a sweep: the instrument sweeps only while it gets SK_RUN over and over. From the replies it keeps the
+// last states of PLL, level, reference and RF button, so that status queries need not disturb the sweep.
 //
-// It does not know CDevice: session, gate and time-out are handed to it. The lock of CSafeObject is never held when a
+// It does not know CDevice, which hands session, gate and time-out to it. The lock of CSafeObject is never held when a
 // cycle ends, and CancelRun unlocks nothing that it did not lock.
 #pragma once
 
@@ -27,10 +27,11 @@ class CRunThread : public CThreadObject, public CSafeObject {
   void SetTimeout(int timeout) { m_timeout = timeout; }
   int GetTimeout() const { return m_timeout; }
 
-  /// Starts polling: `count` polls, 0 means until CancelRun. Sets the OPC event as soon as the thread is started, not
-  /// when the polls are over; callers rely on it. A thread that can't be started leaves the run inactive.
+  /// Starts polling: `count` polls, 0 means until CancelRun. Odd, and kept: the OPC event is set as soon as the thread
+  /// is started, not when the polls are over, so "*OPC?" answers while a sweep runs. If no thread can be started, the
+  /// run stays inactive.
   virtual void Run(int count);
-  /// Stops polling. Takes 1.5 s when the thread was active, even if it had ended by itself.
+  /// Stops polling. Takes 1.5 s if the thread was active, even if it has ended by itself.
   virtual void CancelRun();
 
   neosmart::neosmart_event_t GetOPCHandle() const { return m_opc_event; }
@@ -42,11 +43,11 @@ class CRunThread : public CThreadObject, public CSafeObject {
   void ThreadCycle() override;
 
  private:
-  /// True once the run is cancelled, or somebody has waited too long at the gate.
+  /// True once the run is cancelled, or a waiter at the gate has asked the poll to give up.
   bool MustEnd() const;
   StopTest MakeStopTest() const;
   long ExchangePacket(CDevCommand& packet, bool& connected);
-  /// One SK_RUN; counts it off. False: the run is over.
+  /// Sends one SK_RUN and counts down. False: the run is over.
   bool Poll(int& polls_left);
   void TakeStates(const CDevCommand& reply);
   void PollButton();

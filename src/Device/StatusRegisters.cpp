@@ -1,5 +1,5 @@
-// "*ESR?", "*STB?" and "*CLS". The registers are brought up to date when they are asked for: the standard event
-// register also shows a PLL without lock, in the bit of device errors, and RF that is on.
+// "*ESR?", "*STB?" and "*CLS". A query first updates the registers: the standard event register also shows a PLL that
+// is not locked, in the bit of device errors, and whether RF is on.
 #include <optional>
 
 #include "src/Device.h"
@@ -7,8 +7,8 @@
 namespace {
 
 constexpr int kResponseCut = 223;
-/// How long "*STB?" may wait for its turn, so that it answers within a reader's second also while a poll waits for its
-/// trigger.
+/// How long "*STB?" may wait for its turn. A poll may be waiting for its trigger, and the answer must come within the
+/// second that a reader waits.
 constexpr std::int64_t kStatusBytePatienceMs = 400;
 
 void AssignBit(sStatusReg& registers, short bit, bool on) {
@@ -58,7 +58,8 @@ int CDevice::SCPI_ESR(int& value) {
   return 0;
 }
 
-// Callers rely on eight binary digits, lowest bit first, and on the instrument being asked also during a sweep.
+// Odd, and kept: eight binary digits, lowest bit first, where IEEE 488.2 has a decimal number. The instrument is asked
+// during a sweep too.
 int CDevice::SCPI_STB() {
   std::optional<TurnBudget> budget;
   if (IsSweeping()) budget.emplace(m_link, kStatusBytePatienceMs);

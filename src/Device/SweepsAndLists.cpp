@@ -1,5 +1,5 @@
-// Point lists, dwell time, and what starts a sweep. Hz, dBm, seconds. How a list gets to the instrument is
-// ListTransfer.cpp; whether the lists fit each other is looked at when a mode is sent.
+// Point lists, dwell time, and the start of a sweep. Hz, dBm, seconds. ListTransfer.cpp sends a list; whether the two
+// lists fit each other is checked when a mode is sent.
 #include <algorithm>
 #include <utility>
 #include <vector>
@@ -8,7 +8,7 @@
 #include "src/Device/Fields.h"
 
 int CDevice::SetFreqList(std::vector<double> list) {
-  // Callers rely on a refused list leaving zeros, as many as it had points.
+  // Odd, and kept: a refused list leaves zeros, as many as it had points. ":LIST:FREQ:POIN?" shows their number.
   m_frequency_list.assign(list.size(), 0.0);
   for (const double point : list) {
     if (!(m_working_low_frequency <= point && point <= m_working_high_frequency)) return scpi_error::kDataOutOfRange;

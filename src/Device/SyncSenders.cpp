@@ -1,6 +1,6 @@
-// The small records of the synchronisation: one channel in five values for older firmware, two channels in ten for
-// newer. A ten-value record is asked for first and written back with one channel changed, so a write to one channel
-// never disturbs the other. Nothing here stops or restarts a run.
+// The records of the synchronisation: one channel in five values for older firmware, two channels in ten for newer. A
+// record of ten values is read first and written back with one channel changed, so a write to one channel never changes
+// the other. Nothing here stops or restarts a run.
 #include <array>
 
 #include "src/Device.h"
@@ -21,7 +21,7 @@ struct SyncRecord {
   int* second;
   int* third;
   int* fourth;
-  int second_mask;  ///< what of the second value's reply counts
+  int second_mask;  ///< the bits of the second value's reply that count
 
   std::array<double, kChannelFields> Fields() const { return ToFields(*code, *flag, *second, *third, *fourth); }
 
@@ -83,7 +83,7 @@ int CDevice::HW_set_sync_in10p(int* code, bool* slope, int* leveling, int* reser
 
 int CDevice::set_sync_out(int* code, bool* polarity, int* duration, int* leveling, int* reserved, int channel) {
   if (m_ten_value_sync) return Folded(HW_set_sync_out10p(code, polarity, duration, leveling, reserved, channel));
-  // Older firmware has no second channel; callers rely on that being no error.
+  // Odd, and kept: older firmware has no second channel, and setting it there is no error.
   return channel == 0 ? Folded(HW_set_sync_out(code, polarity, duration, leveling, reserved)) : 0;
 }
 

@@ -1,9 +1,9 @@
-// Trigger input, auxiliary output and synchronisation generator. The instrument decides: after each exchange the model
-// is rewritten from the codes of the reply, not from what was asked for. Every setter stores first, sends, and keeps
-// what it stored when the send fails.
+// Trigger input, auxiliary output and synchronisation generator. After each exchange the model takes the codes of the
+// reply, not the values that were asked for. Every setter stores first, then sends, and keeps the stored value when the
+// send fails.
 //
-// SetSyncIn is the common way out of every change to trigger source, slope, list mode, single step and continuous
-// running. It cancels a run and never restarts it; callers rely on it.
+// Every change of trigger source, slope, list mode, single step and continuous running goes through SetSyncIn. Odd, and
+// kept: it stops a run and does not restart it, so a new trigger source, say, ends a sweep.
 #include <array>
 
 #include "src/Device.h"
@@ -77,7 +77,8 @@ int CDevice::GetSyncIn(SSyncInType& record, bool& single_step) const {
 int CDevice::SetTrigSource(ETrigger source) {
   SSweepParameters& sweep = m_settings.sweep;
   sweep.sync_in.source = source;
-  // Callers rely on a change between external and bus toggling the flag in manual list mode.
+  // Odd, and kept: in manual list mode each write of external or bus toggles single stepping, so the same source
+  // written twice is not the same as once.
   if (source != kTriggerImmediate) sweep.single_step = !sweep.single_step && m_settings.list_mode == kListManual;
   const int status = SetSyncIn(sweep.sync_in, sweep.single_step);
   if (IsFailure(status)) return status;
