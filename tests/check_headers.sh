@@ -17,6 +17,8 @@ for before in '' '#include "visa.h"'; do
   cp "$work/c.c" "$work/c.cpp"
   c++ -std=c++11 -Wall -Wextra -pedantic -Werror -Iinclude -I"$work" -fsyntax-only "$work/c.cpp"
 done
+printf '#include "client/exchange.h"\nint answer(void) { return ZLT_COMPLETE; }\n' >"$work/exchange.c"
+cc -std=c99 -Wall -Wextra -pedantic -Werror -I. -Iinclude -fsyntax-only "$work/exchange.c"
 for header in include/scpi_zlt/*.h; do
   printf '#include <%s>\n' "${header#include/}" >"$work/alone.cpp"
   c++ -std=c++20 -Wall -Wextra -Wpedantic -Werror -Iinclude -fsyntax-only "$work/alone.cpp"

@@ -28,7 +28,7 @@ done
 while IFS=: read -r page path; do
   compgen -G "$path" >/dev/null || complain "$page names $path, which is not there"
 done < <(grep -oE '`[^`]+`' "${pages[@]}" | tr -d '`' | sed -E 's/ .*//' |
-  grep -E ':(\./)?(include|support|scpi_core|protocol|src|datafiles|simulator|library|tools|examples|tests|bench|fuzz|docs|cmake|build/release)/' |
+  grep -E ':(\./)?(include|support|scpi_core|protocol|src|datafiles|simulator|library|client|server|python|tools|examples|tests|bench|fuzz|docs|cmake|build/release)/' |
   sort -u)
 
 # Lines for the compiler, typed in a folder with a program of the reader's own.

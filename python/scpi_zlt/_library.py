@@ -1,0 +1,92 @@
+"""The C library by ctypes: finding it, its functions with their types, and advice where it cannot be loaded."""
+from __future__ import annotations
+
+import ctypes
+import os
+import threading
+from ctypes import POINTER, c_char_p, c_int, c_long, c_ulong, c_void_p
+
+from ._errors import LibraryMissing
+
+NAME = "libscpi_zlt_client.so.2"
+
+# Each of these is found through the one library: the loader looks into those that it needs, too.
+_FUNCTIONS = {
+    "skOpen": (c_long, [c_ulong, c_char_p, c_ulong, c_ulong, POINTER(c_ulong)]),
+    "skClose": (c_long, [c_ulong]),
+    "zltExchangeCreate": (c_void_p, [c_ulong]),
+    "zltExchangeDelete": (None, [c_void_p]),
+    "zltExchangeBegin": (c_int, [c_void_p, c_char_p, c_ulong]),
+    "zltExchangeAwait": (c_int, [c_void_p, c_long]),
+    "zltExchangeResponse": (c_void_p, [c_void_p, POINTER(c_ulong)]),
+    "zltExchangeStatus": (c_long, [c_void_p]),
+    "zltExchangeBusy": (c_int, [c_void_p]),
+    "zltStatusText": (None, [c_long, c_char_p, c_ulong]),
+}
+
+_lock = threading.Lock()
+_loaded: ctypes.CDLL | None = None
+_loaded_by = 0
+
+
+def library() -> ctypes.CDLL:
+    """The library, loaded at the first call. Raises LibraryMissing with advice."""
+    global _loaded, _loaded_by
+    with _lock:
+        if _loaded is None:
+            _loaded = _load()
+            _loaded_by = os.getpid()
+        return _loaded
+
+
+def forked() -> bool:
+    """True in a process that was forked behind the loading of the library: it can open nothing there."""
+    return _loaded is not None and _loaded_by != os.getpid()
+
+
+def status_text(status: int) -> str:
+    """A VISA status in words."""
+    text = ctypes.create_string_buffer(256)
+    library().zltStatusText(status, text, len(text))
+    return text.value.decode()
+
+
+def _candidates() -> list[str]:
+    named = os.environ.get("SCPI_ZLT_LIBRARY")
+    if named:
+        return [named]
+    here = os.path.dirname(os.path.abspath(__file__))
+    tree = os.path.join(here, "..", "..", "build", "release", "client", NAME)
+    return [tree, NAME] if os.path.exists(tree) else [NAME]
+
+
+def _load() -> ctypes.CDLL:
+    reason = ""
+    for path in _candidates():
+        try:
+            loaded = ctypes.CDLL(path)
+            for name, (result, arguments) in _FUNCTIONS.items():
+                function = getattr(loaded, name)
+                function.restype = result
+                function.argtypes = arguments
+            return loaded
+        except OSError as error:
+            reason = str(error)
+        except AttributeError as error:
+            reason = f"{path} is another library: {error}"
+    raise LibraryMissing(_advice(reason))
+
+
+def _advice(reason: str) -> str:
+    """The loader's message and what to do about it."""
+    if reason.startswith("libSkVisa.so.2"):
+        todo = ("That is the VISA provider of the instrument. Install it, or put its folder into LD_LIBRARY_PATH before "
+                "Python starts. Without an instrument, use the simulator: LD_LIBRARY_PATH=<repository>/build/release/simulator")
+    elif "another library" in reason:
+        todo = f"Let SCPI_ZLT_LIBRARY name {NAME}, or take the variable away."
+    elif os.environ.get("SCPI_ZLT_LIBRARY"):
+        todo = f"SCPI_ZLT_LIBRARY has to name {NAME}: correct it, or take it away."
+    else:
+        todo = ("Install the library and run ldconfig, or let SCPI_ZLT_LIBRARY name it: "
+                f"SCPI_ZLT_LIBRARY=<repository>/build/release/client/{NAME}")
+    return f"{reason}\n{todo}"
