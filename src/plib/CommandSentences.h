@@ -1,5 +1,5 @@
-// What the command reference says of each command beside the tables: a sentence, the range, the value after opening, an
-// example. Only the program that writes docs/commands.md links this.
+// What the command reference says of a command that is not in the tables: a sentence, the range, the value after
+// opening, an example. Only the program that writes docs/commands.md links this.
 #pragma once
 
 #include <span>
@@ -11,10 +11,10 @@ namespace scpi_lib {
 struct SCommandSentence {
   SCPI_Handler handler;
   const char* does;
-  const char* range;            ///< of the parameter, empty if the words say all
+  const char* range;            ///< of the parameter, empty for words
   const char* at_open;          ///< what a query answers right after opening, empty if there is none
   const char* example;          ///< one message
-  const char* forms = nullptr;  ///< where the handler refuses a form that the table admits
+  const char* forms = nullptr;  ///< where the handler refuses a form that the table has
 };
 
 /// In the order of the reference.

@@ -1,6 +1,6 @@
-// Makes the header tree: each row of Commands.def becomes the nodes of its keywords, those that it shares with rows
-// above it once. All of it happens in the compiler, which also refuses rows that contradict each other; what is linked
-// are the finished levels.
+// Makes the header tree: each row of Commands.def becomes the nodes of its keywords; nodes that rows share are made
+// once. The compiler does all of it, and refuses rows that contradict each other. The library holds the finished
+// levels.
 #include "src/plib/CommandTable.h"
 
 #include <algorithm>
@@ -23,7 +23,7 @@ constexpr const sFParam* Pointer(const sFParam& parameter) {
 constexpr const sFParam* Pointer(None) {
   return nullptr;
 }
-// Counted by type: the compiler takes no comparison of an address with null as a constant under UBSan.
+// Counted by type: under UBSan the compiler does not take a comparison of an address with null as a constant.
 constexpr int Count(const sFParam&) {
   return 1;
 }
@@ -37,7 +37,7 @@ constexpr SCommandRow kCommands[] = {
 #undef COMMAND
 };
 
-/// One keyword of a header, and where it stands in it.
+/// One keyword of a header.
 struct Keyword {
   std::string_view spelled;  ///< "FREQuency"
   bool common = false;       ///< of a common command: "*IDN"
@@ -67,10 +67,10 @@ struct Node {
   std::size_t level = 0;
   std::int32_t parent = 0;
   std::int32_t id = 0;
-  const SCommandRow* command = nullptr;  ///< null for a node on the way only
+  const SCommandRow* command = nullptr;  ///< null where no header ends
 };
 
-/// The node of a keyword below `parent`: the present one, or a new one.
+/// The node of a keyword below `parent`; made if there is none.
 consteval Node& FindOrAdd(std::vector<Node>& nodes, const Keyword& keyword, std::size_t level, std::int32_t parent) {
   std::int32_t id = 0;
   for (Node& node : nodes) {
@@ -109,7 +109,7 @@ consteval std::vector<Node> MakeNodes() {
   return sorted;
 }
 
-/// What has to be known before the arrays below can be.
+/// The sizes of the arrays below.
 struct Sizes {
   std::size_t nodes = 0;
   std::size_t levels = 0;

@@ -1,4 +1,4 @@
-// The command vocabulary: the rows of Commands.def, and the header tree that is made from them when this is compiled.
+// The command set: the rows of Commands.def, and the header tree that the compiler makes from them.
 #pragma once
 
 #include <span>

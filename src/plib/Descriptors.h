@@ -1,5 +1,6 @@
-// What a parameter of a command may be: suffixes with their multipliers, character data with its short forms, and the
-// descriptors that bind them. A word reaches its handler as its row number here, so the order of rows is interface.
+// What the parameter of a command may be: suffixes with their multipliers, character data with its short forms, and the
+// descriptors that combine them. A word reaches its handler as its row number in these tables, so the order of rows is
+// part of the interface.
 #pragma once
 
 #include <cstddef>
@@ -33,11 +34,11 @@ inline constexpr sMnemonicRow PMPolarityState[]  = {Word<"NORMal">, Word<"INVert
 inline constexpr sMnemonicRow AMCouplingValues[] = {Word<"AC">, Word<"DC">, Word<"GROund">};
 // clang-format on
 
-// Rows that handlers ask for.
+// Rows that handlers compare with.
 enum EBooleanRow : int { kRowOff = 0, kRowOn = 1, kRowZero = 2, kRowOne = 3 };
 enum EModeRow : int { kRowCW = 0 };  ///< the others are those of EMode
 
-// A row of a descriptor says its kind, its tables and its flags; the counts come from the tables.
+// A descriptor names its kind, its tables and its flags; the counts come from the tables.
 
 struct None {};
 inline constexpr None NoUnits;

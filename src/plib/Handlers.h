@@ -1,6 +1,6 @@
-// The command handlers, named after their headers. A handler turns parsed parameters into one or two calls of CDevice
-// and a result into reply text; what an instrument is lies in CDevice alone. It returns 0 or the number for the error
-// queue, writes no line end and no separator, and never lets an exception out, save those that run outside of the
+// The command handlers, named after their headers. A handler turns parsed parameters into one or two calls of CDevice,
+// and the result into reply text; the model of the instrument is in CDevice alone. It returns 0 or the number for the
+// error queue, and writes neither line end nor separator. An exception leaves only a handler that does not use the
 // shapes.
 #pragma once
 

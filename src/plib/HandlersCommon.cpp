@@ -1,4 +1,4 @@
-// Common commands, system commands and abort. The handlers outside of the shapes let an exception pass up to the
+// Common commands, system commands and abort. An exception in a handler that does not use the shapes goes up to the
 // interpreter.
 #include <string>
 
@@ -20,7 +20,7 @@ int SCPI_IDN(Parameters parameters, bool query, void* device, sComErrorInfo* err
   return Guarded(call, [&](CDevice& generator) {
     std::string text;
     if (const int failed = call.Finish(generator.GetIdn(text))) return failed;
-    // Callers rely on the terminating zero that goes out with the text.
+    // Odd, and kept: a terminating zero is sent with the text. Programs cut it off.
     return SendText(generator, {text.c_str(), text.size() + 1});
   });
 }
@@ -42,7 +42,8 @@ int SCPI_SYST_VERS(Parameters, bool query, void* device, sComErrorInfo*) {
   return query ? Device(device).SCPI_SYST_VERS() : scpi_error::kUndefinedHeader;
 }
 
-// Callers rely on the raw device status that a failed register query puts into the error queue, here and in SCPI_ESR.
+// Odd, and kept: here and in SCPI_ESR the raw device status of a failed query reaches the error queue. Otherwise
+// ":SYST:ERR?" would answer another number.
 int SCPI_STB(Parameters, bool query, void* device, sComErrorInfo*) {
   return query ? Device(device).SCPI_STB() : scpi_error::kUndefinedHeader;
 }
@@ -67,7 +68,7 @@ int SCPI_SYST_ERR_COUN(Parameters, bool query, void* device, sComErrorInfo*) {
 
 int SCPI_RST(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
   return SetOnly({parameters, query, device, error}, [](CDevice& generator) {
-    generator.Reset();  // its result is dropped: a reset on a lost link is no error
+    generator.Reset();  // the result is dropped: a reset on a lost link is no error
     return 0;
   });
 }

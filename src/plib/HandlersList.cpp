@@ -18,7 +18,7 @@ int PointCount(const Call& call, int (CDevice::*getter)(ETDDefaultType) const) {
                     [&](CDevice& generator) { return SendNumber(generator, (generator.*getter)(call.Default())); });
 }
 
-/// Single steps happen only with a source that triggers them.
+/// True for a source that triggers single steps.
 bool IsTriggered(const CDevice& generator) {
   const ETrigger source = Get(generator, &CDevice::GetTrigSource);
   return source == kTriggerExternal || source == kTriggerBus;
@@ -51,7 +51,7 @@ int SCPI_SOUR_LIST_DWEL(Parameters parameters, bool query, void* device, sComErr
   const Call call{parameters, query, device, error};
   return AnswerOrSet(
       call,
-      // Callers rely on whole seconds here; ":SWE:DWEL?" answers the exact value.
+      // Odd, and kept: the answer is in whole seconds; ":SWE:DWEL?" answers the exact value.
       [](CDevice& generator) { return SendNumber(generator, std::trunc(generator.GetDwell())); },
       [&](CDevice& generator) {
         const sLimits& limits = generator.Limits();

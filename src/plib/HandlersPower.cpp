@@ -1,5 +1,6 @@
-// Power commands. A number in a set form is dBm whatever the unit of ":UNIT:POW"; only answers are converted. What the
-// setters of modes, strategies and levelling return is dropped: the instrument's refusals show nowhere.
+// Power commands. A number in a set form is dBm, whatever the unit of ":UNIT:POW"; only answers are converted. The
+// statuses of the setters of modes, strategies and levelling are dropped, so what the instrument refuses there gives no
+// error.
 #include <string>
 
 #include "scpi_zlt/helpers.h"
@@ -44,7 +45,7 @@ int SCPI_SOUR_POW_MODE(Parameters parameters, bool query, void* device, sComErro
   return AnswerOrSet(
       call, [](CDevice& generator) { return SendWord(generator, PowerModeParams, generator.GetPwrMode()); },
       [&](CDevice& generator) {
-        // Callers rely on "cw" being refused here, unlike the frequency mode.
+        // Odd, and kept: "cw" is refused here, unlike in the frequency mode.
         if (call.Row() == kRowCW) return scpi_error::kParameterNotAllowed;
         generator.SetPwrMode(static_cast<EMode>(call.Row()));
         return 0;
@@ -66,12 +67,13 @@ int SCPI_SOUR_POW_ATT_AUTO(Parameters parameters, bool query, void* device, sCom
 }
 
 int SCPI_SOUR_POW_ATT(Parameters, bool query, void* device, sComErrorInfo*) {
-  // Callers rely on the entry 1,"" that the count of characters leaves in the error queue.
+  // Odd, and kept: the count of characters is returned as an error number, so each query leaves the entry 1,"" in the
+  // error queue.
   return query ? static_cast<CDevice*>(device)->SendResponse("0", 1) : scpi_error::kUndefinedHeader;
 }
 
 int SCPI_SOUR_POW_ATT_MODE(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  constexpr int kFirstStrategy = 2;  // on the wire; the rows of the table follow
+  constexpr int kFirstStrategy = 2;  // on the wire; row 0 of the table
   const Call call{parameters, query, device, error};
   return AnswerOrSet(
       call,

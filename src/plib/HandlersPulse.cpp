@@ -1,5 +1,5 @@
-// Pulse modulation commands, and the stubs of amplitude modulation. A setting of the pulse generator is never changed
-// under a running modulation: it is switched off around the change and on again after it. A failure in between leaves
+// Pulse modulation commands, and the stubs of amplitude modulation. A setting of the pulse generator never changes
+// while modulation is on: modulation is switched off for the change and on again after it. A failure in between leaves
 // it off, and the model says so.
 #include <memory>
 #include <string>
@@ -16,13 +16,13 @@ bool IsModulating(const CDevice& generator) {
   return Get(generator, &CDevice::GetModulationEnabled);
 }
 
-/// The end of a change: switches modulation on again if it was on and the change went well.
+/// Ends a change: switches modulation on again if it was on and the change succeeded.
 int FinishChange(const Call& call, CDevice& generator, bool was_on, int status) {
   if (const int failed = call.Finish(status)) return failed;
   return was_on ? call.Finish(generator.SetModulationEnabled(true)) : 0;
 }
 
-/// A change with the modulation switched off around it. What switching it off returns is dropped.
+/// Makes a change with modulation switched off. The status of switching it off is dropped.
 template <class Change>
 int ChangeWhileOff(const Call& call, CDevice& generator, Change change) {
   const bool was_on = IsModulating(generator);
@@ -43,7 +43,7 @@ int PulseTime(const Call& call, int (CDevice::*getter)(double&, ETDDefaultType) 
       [&](CDevice& generator) {
         const double value = call.Value();
         if (def == kDefaultPlain) {
-          // Callers rely on the width being held against the limits of the period.
+          // Odd, and kept: the width is checked against the limits of the period, so a width below 40 ns is refused.
           const sLimits& limits = generator.Limits();
           const double low = limits.min_pulse_period;
           if (const int refused = CheckRange(generator, value, low, limits.max_pulse_period, kQuestionablePower)) {
@@ -91,7 +91,7 @@ int SCPI_SOUR_PULM_STAT(Parameters parameters, bool query, void* device, sComErr
   const Call call{parameters, query, device, error};
   return AnswerOrSet(
       call, [](CDevice& generator) { return SendText(generator, Booleans[IsModulating(generator)].name); },
-      // Callers rely on the text "1", the fourth row of the table, meaning off.
+      // Odd, and kept: the text "1", the fourth row of the table, means off.
       [&](CDevice& generator) { return call.Finish(generator.SetModulationEnabled(call.Row() == kRowOn)); });
 }
 
@@ -139,8 +139,8 @@ int SCPI_SOUR_PULM_INT_TRA_REP(Parameters parameters, bool query, void* device, 
   return Train({parameters, query, device, error}, &CDevice::GetPulmTrainRepArray, &CDevice::SetPulmTrainRepArray);
 }
 
-// The instrument has no amplitude modulation and no pulse mode; their words are known, their parameters are checked,
-// and then the header counts as undefined, in query and set form alike.
+// The instrument has no amplitude modulation and no pulse mode. Their headers are in the table and their parameters are
+// checked; then both forms are refused as an undefined header.
 int SCPI_SOUR_PULM_MODE(Parameters, bool, void*, sComErrorInfo*) {
   return scpi_error::kUndefinedHeader;
 }

@@ -1,4 +1,5 @@
-// Trigger, initiate and output commands. How each reads its boolean differs ("1" is off for some); callers rely on it.
+// Trigger, initiate and output commands. Odd, and kept: they read their booleans in different ways, and for some "1"
+// means off.
 #include <string>
 
 #include "scpi_zlt/helpers.h"
@@ -64,7 +65,7 @@ int SCPI_OUTP_STAT(Parameters parameters, bool query, void* device, sComErrorInf
       [&](CDevice& generator) {
         const int status = generator.SetOutputEnabled(call.Row() == kRowOn || call.Row() == kRowOne);
         call.Finish(status);
-        // Callers rely on a raw device status reaching the error queue, of this set form alone.
+        // Odd, and kept: of all set forms only this one puts the raw device status into the error queue.
         return status;
       });
 }
@@ -74,7 +75,7 @@ int SCPI_INIT_CONT_ALL(Parameters parameters, bool query, void* device, sComErro
   return AnswerOrSet(
       call, [](CDevice& generator) { return SendText(generator, generator.GetInitContinuous() ? "on" : "off"); },
       [&](CDevice& generator) {
-        const bool on = call.Row() == kRowOn;  // callers rely on the text "1" meaning off
+        const bool on = call.Row() == kRowOn;  // odd, and kept: the text "1" means off
         generator.Stop();
         if (const int failed = call.Finish(generator.SetInitContinuous(on))) return failed;
         const bool fixed = generator.GetFreqMode() == kModeFixed && generator.GetPwrMode() == kModeFixed;

@@ -1,5 +1,5 @@
-// Keywords are written in the tables as manuals write them: "FREQuency" has the short form "freq" and the long form
-// "frequency" (SCPI-99 volume 1, 5.1). One without small letters has no short form.
+// The tables hold keywords as manuals write them: "FREQuency" has the short form "freq" and the long form "frequency"
+// (SCPI-99 volume 1, 5.1). A keyword without small letters has no short form.
 #pragma once
 
 #include <algorithm>
@@ -24,7 +24,7 @@ constexpr std::int32_t ShortLength(std::string_view spelled) {
   return whole ? kNoShortForm : static_cast<std::int32_t>(capitals);
 }
 
-/// A text as the argument of a template.
+/// A text that can be a template argument.
 template <std::size_t N>
 struct Text {
   char characters[N];
