@@ -86,7 +86,7 @@ std::string Anchor(const std::string& heading) {
   return anchor;
 }
 
-const char* GroupThatBeginsWith(SCPI_Handler handler) {
+const char* GroupThatBeginsWith(Handler* handler) {
   for (const SCommandGroup& group : CommandGroups()) {
     if (group.first == handler) return group.title;
   }

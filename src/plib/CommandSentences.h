@@ -4,12 +4,12 @@
 
 #include <span>
 
-#include "scpi_core/types.h"
+#include "src/plib/Handlers.h"
 
 namespace scpi_lib {
 
 struct SCommandSentence {
-  SCPI_Handler handler;
+  Handler* handler;
   const char* does;
   const char* range;            ///< of the parameter, empty for words
   const char* at_open;          ///< what a query answers right after opening, empty if there is none
@@ -23,7 +23,7 @@ std::span<const SCommandSentence> CommandSentences();
 /// A chapter of the reference; it ends where the next one begins.
 struct SCommandGroup {
   const char* title;
-  SCPI_Handler first;
+  Handler* first;
 };
 std::span<const SCommandGroup> CommandGroups();
 

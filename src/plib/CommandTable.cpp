@@ -12,6 +12,7 @@
 
 #include "scpi_core/pcore.h"
 #include "src/plib/Descriptors.h"
+#include "src/plib/HandlerShapes.h"
 #include "src/plib/Handlers.h"
 
 namespace scpi_lib {
@@ -31,8 +32,14 @@ constexpr int Count(None) {
   return 0;
 }
 
+template <Handler* handler>
+int Entry(std::vector<sParamInfo> parameters, bool query, void* device, sComErrorInfo* error) {
+  return handler({parameters, query, device, error});
+}
+
 constexpr SCommandRow kCommands[] = {
-#define COMMAND(header, handler, forms, parameter) {header, handler, forms, Pointer(parameter), Count(parameter)},
+#define COMMAND(header, handler, forms, parameter) \
+  {header, handler, Entry<handler>, forms, Pointer(parameter), Count(parameter)},
 #include "src/plib/Commands.def"
 #undef COMMAND
 };
@@ -147,7 +154,7 @@ consteval std::array<sCommandTreeNode, kSizes.nodes> MakeRows() {
     row = {name,    ShortLength(node.keyword.spelled), node.parent, node.id, node.keyword.optional, 1,
            nullptr, {kBothForms, nullptr, 0}};
     if (node.command != nullptr) {
-      row.handler = node.command->handler;
+      row.handler = node.command->entry;
       row.call_info = {node.command->forms, node.command->parameter, node.command->parameter_count};
     }
     name += node.keyword.spelled.size() + 1;

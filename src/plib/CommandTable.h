@@ -4,13 +4,15 @@
 #include <span>
 
 #include "scpi_core/types.h"
+#include "src/plib/Handlers.h"
 
 namespace scpi_lib {
 
 /// One row of Commands.def.
 struct SCommandRow {
   const char* header;
-  SCPI_Handler handler;
+  Handler* handler;
+  SCPI_Handler entry;  ///< calls the handler
   EForms forms;
   const sFParam* parameter;  ///< null for a command without one
   int parameter_count;       ///< 0 or 1

@@ -60,7 +60,7 @@ int QuantitySetting(const Call& call, const Quantity& quantity, ETDValueType typ
 
 int CheckRange(CDevice& device, double value, double low, double high, EQuestionableBit bit) {
   if (low <= value && value <= high) return 0;
-  device.StatusRegisters().SetRegBit(1, bit, false);
+  device.StatusRegisters().SetRegBit(kQuestionableRegister, bit, false);
   return scpi_error::kDataOutOfRange;
 }
 

@@ -4,15 +4,13 @@
 // shapes.
 #pragma once
 
-#include <type_traits>
-
-#include "scpi_core/types.h"
-
 namespace scpi_lib {
 
-using SCPI_Function = std::remove_pointer_t<SCPI_Handler>;
+struct Call;
+/// A handler in this room. The header tree holds a function of type SCPI_Handler that calls it (CommandTable.cpp).
+using Handler = int(const Call& call);
 
-#define COMMAND(header, handler, forms, parameter) SCPI_Function handler;
+#define COMMAND(header, handler, forms, parameter) Handler handler;
 #include "src/plib/Commands.def"
 #undef COMMAND
 

@@ -7,16 +7,8 @@
 #include "support/ResultFormat.h"
 
 namespace scpi_lib {
-namespace {
 
-CDevice& Device(void* device) {
-  return *static_cast<CDevice*>(device);
-}
-
-}  // namespace
-
-int SCPI_IDN(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_IDN(const Call& call) {
   return Guarded(call, [&](CDevice& generator) {
     std::string text;
     if (const int failed = call.Finish(generator.GetIdn(text))) return failed;
@@ -25,32 +17,32 @@ int SCPI_IDN(Parameters parameters, bool query, void* device, sComErrorInfo* err
   });
 }
 
-int SCPI_OPC(Parameters, bool query, void* device, sComErrorInfo*) {
-  if (!query) return scpi_error::kUndefinedHeader;
-  CDevice& generator = Device(device);
+int SCPI_OPC(const Call& call) {
+  if (!call.query) return scpi_error::kUndefinedHeader;
+  CDevice& generator = call.Generator();
   while (generator.WaitOPC(-1) != 0) {
     if (generator.ThreadShouldStop()) return scpi_error::kTimeOutError;
   }
   return SendText(generator, "+1");
 }
 
-int SCPI_CLS(Parameters, bool query, void* device, sComErrorInfo*) {
-  return query ? scpi_error::kParameterNotAllowed : Device(device).SCPI_CLS();
+int SCPI_CLS(const Call& call) {
+  return call.query ? scpi_error::kParameterNotAllowed : call.Generator().SCPI_CLS();
 }
 
-int SCPI_SYST_VERS(Parameters, bool query, void* device, sComErrorInfo*) {
-  return query ? Device(device).SCPI_SYST_VERS() : scpi_error::kUndefinedHeader;
+int SCPI_SYST_VERS(const Call& call) {
+  return call.query ? call.Generator().SCPI_SYST_VERS() : scpi_error::kUndefinedHeader;
 }
 
 // Odd, and kept: here and in SCPI_ESR the raw device status of a failed query reaches the error queue. Otherwise
 // ":SYST:ERR?" would answer another number.
-int SCPI_STB(Parameters, bool query, void* device, sComErrorInfo*) {
-  return query ? Device(device).SCPI_STB() : scpi_error::kUndefinedHeader;
+int SCPI_STB(const Call& call) {
+  return call.query ? call.Generator().SCPI_STB() : scpi_error::kUndefinedHeader;
 }
 
-int SCPI_ESR(Parameters, bool query, void* device, sComErrorInfo*) {
-  if (!query) return scpi_error::kUndefinedHeader;
-  CDevice& generator = Device(device);
+int SCPI_ESR(const Call& call) {
+  if (!call.query) return scpi_error::kUndefinedHeader;
+  CDevice& generator = call.Generator();
   int value = 0;
   const int status = generator.SCPI_ESR(value);
   ConvertOutputData(&value, 4, CommandResultBuffer, true);
@@ -58,23 +50,22 @@ int SCPI_ESR(Parameters, bool query, void* device, sComErrorInfo*) {
   return status;
 }
 
-int SCPI_SYST_ERR(Parameters, bool query, void* device, sComErrorInfo*) {
-  return query ? Device(device).SCPI_SYST_ERR() : scpi_error::kUndefinedHeader;
+int SCPI_SYST_ERR(const Call& call) {
+  return call.query ? call.Generator().SCPI_SYST_ERR() : scpi_error::kUndefinedHeader;
 }
 
-int SCPI_SYST_ERR_COUN(Parameters, bool query, void* device, sComErrorInfo*) {
-  return query ? SendNumber(Device(device), Device(device).GetErrCount()) : scpi_error::kUndefinedHeader;
+int SCPI_SYST_ERR_COUN(const Call& call) {
+  return call.query ? SendNumber(call.Generator(), call.Generator().GetErrCount()) : scpi_error::kUndefinedHeader;
 }
 
-int SCPI_RST(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return SetOnly({parameters, query, device, error}, [](CDevice& generator) {
+int SCPI_RST(const Call& call) {
+  return SetOnly(call, [](CDevice& generator) {
     generator.Reset();  // the result is dropped: a reset on a lost link is no error
     return 0;
   });
 }
 
-int SCPI_ABOR(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_ABOR(const Call& call) {
   return Guarded(call, [&](CDevice& generator) {
     if (const int failed = call.Finish(generator.Stop())) return failed;
     return call.Finish(static_cast<int>(generator.Clear(false)));

@@ -11,28 +11,27 @@ constexpr Quantity kFrequency = {&CDevice::GetFrequency, &CDevice::SetFrequency,
 
 }  // namespace
 
-int SCPI_SOUR_FREQ(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return QuantitySetting({parameters, query, device, error}, kFrequency, kValueCW, kQuestionablePower);
+int SCPI_SOUR_FREQ(const Call& call) {
+  return QuantitySetting(call, kFrequency, kValueCW, kQuestionablePower);
 }
 
-int SCPI_SOUR_FREQ_STAR(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return QuantitySetting({parameters, query, device, error}, kFrequency, kValueStart, kQuestionableFrequency);
+int SCPI_SOUR_FREQ_STAR(const Call& call) {
+  return QuantitySetting(call, kFrequency, kValueStart, kQuestionableFrequency);
 }
 
-int SCPI_SOUR_FREQ_STOP(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return QuantitySetting({parameters, query, device, error}, kFrequency, kValueStop, kQuestionableFrequency);
+int SCPI_SOUR_FREQ_STOP(const Call& call) {
+  return QuantitySetting(call, kFrequency, kValueStop, kQuestionableFrequency);
 }
 
-int SCPI_SOUR_FREQ_CENT(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return QuantitySetting({parameters, query, device, error}, kFrequency, kValueCenter, kQuestionableFrequency);
+int SCPI_SOUR_FREQ_CENT(const Call& call) {
+  return QuantitySetting(call, kFrequency, kValueCenter, kQuestionableFrequency);
 }
 
-int SCPI_SOUR_FREQ_SPAN(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return QuantitySetting({parameters, query, device, error}, kFrequency, kValueSpan, kQuestionableFrequency);
+int SCPI_SOUR_FREQ_SPAN(const Call& call) {
+  return QuantitySetting(call, kFrequency, kValueSpan, kQuestionableFrequency);
 }
 
-int SCPI_SOUR_FREQ_MODE(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_SOUR_FREQ_MODE(const Call& call) {
   return AnswerOrSet(
       call, [](CDevice& generator) { return SendWord(generator, FreqModeParams, generator.GetFreqMode()); },
       [&](CDevice& generator) {
@@ -42,15 +41,13 @@ int SCPI_SOUR_FREQ_MODE(Parameters parameters, bool query, void* device, sComErr
       });
 }
 
-int SCPI_SOUR_SWE_DWEL(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_SOUR_SWE_DWEL(const Call& call) {
   return AnswerOrSet(
       call, [](CDevice& generator) { return SendNumber(generator, generator.GetDwell()); },
       [&](CDevice& generator) { return call.Finish(generator.SetDwell(call.Value())); });
 }
 
-int SCPI_SOUR_SWE_STEP(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_SOUR_SWE_STEP(const Call& call) {
   return AnswerOrSet(
       call,
       [](CDevice& generator) {
@@ -61,14 +58,13 @@ int SCPI_SOUR_SWE_STEP(Parameters parameters, bool query, void* device, sComErro
       [&](CDevice& generator) { return call.Finish(generator.SetFrequency(call.Value(), kValueStep, kDefaultPlain)); });
 }
 
-int SCPI_SOUR_SWE_POIN(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_SOUR_SWE_POIN(const Call& call) {
   return Guarded(call, [&](CDevice& generator) {
     const double low = generator.Limits().min_sweep_points;
     const double high = generator.Limits().max_sweep_points;
     const ETDDefaultType def = call.Default();
     double value = def == kDefaultMinimum ? low : high;  // "DEF" means the same as "MAX"
-    if (query) {
+    if (call.query) {
       if (def == kDefaultPlain) {
         if (const int failed = call.Finish(generator.GetFrequency(value, kValuePoints, def))) return failed;
       }
@@ -84,23 +80,20 @@ int SCPI_SOUR_SWE_POIN(Parameters parameters, bool query, void* device, sComErro
   });
 }
 
-int SCPI_SOUR_SWE_SPAC(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return WordSetting({parameters, query, device, error}, FreqSpacingParams, &CDevice::GetFreqSpacing,
-                     &CDevice::SetFreqSpacing);
+int SCPI_SOUR_SWE_SPAC(const Call& call) {
+  return WordSetting(call, FreqSpacingParams, &CDevice::GetFreqSpacing, &CDevice::SetFreqSpacing);
 }
 
-int SCPI_SOUR_ROSC_EXT_FREQ(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return NumberSetting({parameters, query, device, error}, &CDevice::GetExtRefGenFrequency,
-                       &CDevice::SetExtRefGenFrequency);
+int SCPI_SOUR_ROSC_EXT_FREQ(const Call& call) {
+  return NumberSetting(call, &CDevice::GetExtRefGenFrequency, &CDevice::SetExtRefGenFrequency);
 }
 
-int SCPI_SOUR_ROSC_SOUR(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return WordSetting({parameters, query, device, error}, SourceParams, &CDevice::GetExtRefGenState,
-                     &CDevice::SetExtRefGenState);
+int SCPI_SOUR_ROSC_SOUR(const Call& call) {
+  return WordSetting(call, SourceParams, &CDevice::GetExtRefGenState, &CDevice::SetExtRefGenState);
 }
 
-int SCPI_SOUR_PHAS(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return NumberSetting({parameters, query, device, error}, &CDevice::GetPhaseAdjust, &CDevice::SetPhaseAdjust);
+int SCPI_SOUR_PHAS(const Call& call) {
+  return NumberSetting(call, &CDevice::GetPhaseAdjust, &CDevice::SetPhaseAdjust);
 }
 
 }  // namespace scpi_lib

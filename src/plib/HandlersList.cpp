@@ -26,29 +26,28 @@ bool IsTriggered(const CDevice& generator) {
 
 }  // namespace
 
-int SCPI_SOUR_LIST_FREQ(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return PointList({parameters, query, device, error}, &CDevice::SetFreqList);
+int SCPI_SOUR_LIST_FREQ(const Call& call) {
+  return PointList(call, &CDevice::SetFreqList);
 }
 
-int SCPI_SOUR_LIST_POW(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return PointList({parameters, query, device, error}, &CDevice::SetPwrList);
+int SCPI_SOUR_LIST_POW(const Call& call) {
+  return PointList(call, &CDevice::SetPwrList);
 }
 
-int SCPI_SOUR_LIST_FREQ_POIN(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return PointCount({parameters, query, device, error}, &CDevice::GetFreqListPointsCnt);
+int SCPI_SOUR_LIST_FREQ_POIN(const Call& call) {
+  return PointCount(call, &CDevice::GetFreqListPointsCnt);
 }
 
-int SCPI_SOUR_LIST_POW_POIN(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return PointCount({parameters, query, device, error}, &CDevice::GetPwrListPointsCnt);
+int SCPI_SOUR_LIST_POW_POIN(const Call& call) {
+  return PointCount(call, &CDevice::GetPwrListPointsCnt);
 }
 
-int SCPI_SOUR_LIST_DWEL_POIN(Parameters, bool query, void*, sComErrorInfo*) {
+int SCPI_SOUR_LIST_DWEL_POIN(const Call& call) {
   // A dwell list has no length of its own: the query succeeds without text.
-  return query ? 0 : scpi_error::kUndefinedHeader;
+  return call.query ? 0 : scpi_error::kUndefinedHeader;
 }
 
-int SCPI_SOUR_LIST_DWEL(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_SOUR_LIST_DWEL(const Call& call) {
   return AnswerOrSet(
       call,
       // Odd, and kept: the answer is in whole seconds; ":SWE:DWEL?" answers the exact value.
@@ -60,8 +59,7 @@ int SCPI_SOUR_LIST_DWEL(Parameters parameters, bool query, void* device, sComErr
       });
 }
 
-int SCPI_SOUR_LIST_MODE(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_SOUR_LIST_MODE(const Call& call) {
   return AnswerOrSet(
       call,
       [](CDevice& generator) {

@@ -20,28 +20,27 @@ constexpr Quantity kPower = {&CDevice::GetPower, &CDevice::SetPower, &sLimits::l
 
 }  // namespace
 
-int SCPI_SOUR_POW_LEV(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return QuantitySetting({parameters, query, device, error}, kPower, kValueCW, kQuestionablePower);
+int SCPI_SOUR_POW_LEV(const Call& call) {
+  return QuantitySetting(call, kPower, kValueCW, kQuestionablePower);
 }
 
-int SCPI_SOUR_POW_STAR(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return QuantitySetting({parameters, query, device, error}, kPower, kValueStart, kQuestionablePower);
+int SCPI_SOUR_POW_STAR(const Call& call) {
+  return QuantitySetting(call, kPower, kValueStart, kQuestionablePower);
 }
 
-int SCPI_SOUR_POW_STOP(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return QuantitySetting({parameters, query, device, error}, kPower, kValueStop, kQuestionablePower);
+int SCPI_SOUR_POW_STOP(const Call& call) {
+  return QuantitySetting(call, kPower, kValueStop, kQuestionablePower);
 }
 
-int SCPI_SOUR_POW_CENT(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return QuantitySetting({parameters, query, device, error}, kPower, kValueCenter, kQuestionablePower);
+int SCPI_SOUR_POW_CENT(const Call& call) {
+  return QuantitySetting(call, kPower, kValueCenter, kQuestionablePower);
 }
 
-int SCPI_SOUR_POW_SPAN(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return QuantitySetting({parameters, query, device, error}, kPower, kValueSpan, kQuestionablePower);
+int SCPI_SOUR_POW_SPAN(const Call& call) {
+  return QuantitySetting(call, kPower, kValueSpan, kQuestionablePower);
 }
 
-int SCPI_SOUR_POW_MODE(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_SOUR_POW_MODE(const Call& call) {
   return AnswerOrSet(
       call, [](CDevice& generator) { return SendWord(generator, PowerModeParams, generator.GetPwrMode()); },
       [&](CDevice& generator) {
@@ -52,29 +51,27 @@ int SCPI_SOUR_POW_MODE(Parameters parameters, bool query, void* device, sComErro
       });
 }
 
-int SCPI_SOUR_POW_ALC(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_SOUR_POW_ALC(const Call& call) {
   return AnswerOrSet(
       call, [](CDevice& generator) { return SendText(generator, "on"); },
       [&](CDevice&) {
         // Only the word "OFF" has the number 0; the texts "0" and "1" change nothing.
-        return !parameters.empty() && call.Value() == 0.0 ? scpi_error::kIllegalParameterValue : 0;
+        return !call.parameters.empty() && call.Value() == 0.0 ? scpi_error::kIllegalParameterValue : 0;
       });
 }
 
-int SCPI_SOUR_POW_ATT_AUTO(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return AnswerOnly({parameters, query, device, error}, [](CDevice& generator) { return SendText(generator, "off"); });
+int SCPI_SOUR_POW_ATT_AUTO(const Call& call) {
+  return AnswerOnly(call, [](CDevice& generator) { return SendText(generator, "off"); });
 }
 
-int SCPI_SOUR_POW_ATT(Parameters, bool query, void* device, sComErrorInfo*) {
+int SCPI_SOUR_POW_ATT(const Call& call) {
   // Odd, and kept: the count of characters is returned as an error number, so each query leaves the entry 1,"" in the
   // error queue.
-  return query ? static_cast<CDevice*>(device)->SendResponse("0", 1) : scpi_error::kUndefinedHeader;
+  return call.query ? call.Generator().SendResponse("0", 1) : scpi_error::kUndefinedHeader;
 }
 
-int SCPI_SOUR_POW_ATT_MODE(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
+int SCPI_SOUR_POW_ATT_MODE(const Call& call) {
   constexpr int kFirstStrategy = 2;  // on the wire; row 0 of the table
-  const Call call{parameters, query, device, error};
   return AnswerOrSet(
       call,
       [](CDevice& generator) {
@@ -88,8 +85,7 @@ int SCPI_SOUR_POW_ATT_MODE(Parameters parameters, bool query, void* device, sCom
       });
 }
 
-int SCPI_SOUR_POW_CONT(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_SOUR_POW_CONT(const Call& call) {
   return AnswerOrSet(
       call,
       [](CDevice& generator) { return SendWord(generator, SourceParams, Get(generator, &CDevice::GetPowControl)); },
@@ -100,8 +96,7 @@ int SCPI_SOUR_POW_CONT(Parameters parameters, bool query, void* device, sComErro
       });
 }
 
-int SCPI_UNIT_POW(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_UNIT_POW(const Call& call) {
   return AnswerOrSet(
       call,
       [](CDevice& generator) {

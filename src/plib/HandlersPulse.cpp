@@ -87,26 +87,22 @@ int Train(const Call& call, int (CDevice::*getter)(double*&, int&) const, int (C
 
 }  // namespace
 
-int SCPI_SOUR_PULM_STAT(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_SOUR_PULM_STAT(const Call& call) {
   return AnswerOrSet(
       call, [](CDevice& generator) { return SendText(generator, Booleans[IsModulating(generator)].name); },
       // Odd, and kept: the text "1", the fourth row of the table, means off.
       [&](CDevice& generator) { return call.Finish(generator.SetModulationEnabled(call.Row() == kRowOn)); });
 }
 
-int SCPI_SOUR_PULM_POL(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return WordSetting({parameters, query, device, error}, PMPolarityParams, &CDevice::GetModulationPolarity,
-                     &CDevice::SetModulationPolarity);
+int SCPI_SOUR_PULM_POL(const Call& call) {
+  return WordSetting(call, PMPolarityParams, &CDevice::GetModulationPolarity, &CDevice::SetModulationPolarity);
 }
 
-int SCPI_SOUR_PULM_SOUR(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return WordSetting({parameters, query, device, error}, SourceParams, &CDevice::GetModulationSource,
-                     &CDevice::SetModulationSource);
+int SCPI_SOUR_PULM_SOUR(const Call& call) {
+  return WordSetting(call, SourceParams, &CDevice::GetModulationSource, &CDevice::SetModulationSource);
 }
 
-int SCPI_SOUR_PULM_SOUR_INT(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_SOUR_PULM_SOUR_INT(const Call& call) {
   return AnswerOrSet(
       call,
       [](CDevice& generator) {
@@ -117,46 +113,44 @@ int SCPI_SOUR_PULM_SOUR_INT(Parameters parameters, bool query, void* device, sCo
       });
 }
 
-int SCPI_SOUR_PULM_INT_PER(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return PulseTime({parameters, query, device, error}, &CDevice::GetPulseGeneratorPeriod,
-                   &CDevice::SetPulseGeneratorPeriod);
+int SCPI_SOUR_PULM_INT_PER(const Call& call) {
+  return PulseTime(call, &CDevice::GetPulseGeneratorPeriod, &CDevice::SetPulseGeneratorPeriod);
 }
 
-int SCPI_SOUR_PULM_INT_PWID(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return PulseTime({parameters, query, device, error}, &CDevice::GetPulseGeneratorWidth,
-                   &CDevice::SetPulseGeneratorWidth);
+int SCPI_SOUR_PULM_INT_PWID(const Call& call) {
+  return PulseTime(call, &CDevice::GetPulseGeneratorWidth, &CDevice::SetPulseGeneratorWidth);
 }
 
-int SCPI_SOUR_PULM_INT_TRA_OFFT(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return Train({parameters, query, device, error}, &CDevice::GetPulmTrainOffArray, &CDevice::SetPulmTrainOffArray);
+int SCPI_SOUR_PULM_INT_TRA_OFFT(const Call& call) {
+  return Train(call, &CDevice::GetPulmTrainOffArray, &CDevice::SetPulmTrainOffArray);
 }
 
-int SCPI_SOUR_PULM_INT_TRA_ONT(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return Train({parameters, query, device, error}, &CDevice::GetPulmTrainOnArray, &CDevice::SetPulmTrainOnArray);
+int SCPI_SOUR_PULM_INT_TRA_ONT(const Call& call) {
+  return Train(call, &CDevice::GetPulmTrainOnArray, &CDevice::SetPulmTrainOnArray);
 }
 
-int SCPI_SOUR_PULM_INT_TRA_REP(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return Train({parameters, query, device, error}, &CDevice::GetPulmTrainRepArray, &CDevice::SetPulmTrainRepArray);
+int SCPI_SOUR_PULM_INT_TRA_REP(const Call& call) {
+  return Train(call, &CDevice::GetPulmTrainRepArray, &CDevice::SetPulmTrainRepArray);
 }
 
 // The instrument has no amplitude modulation and no pulse mode. Their headers are in the table and their parameters are
 // checked; then both forms are refused as an undefined header.
-int SCPI_SOUR_PULM_MODE(Parameters, bool, void*, sComErrorInfo*) {
+int SCPI_SOUR_PULM_MODE(const Call&) {
   return scpi_error::kUndefinedHeader;
 }
-int SCPI_SOUR_AM_DEPT(Parameters, bool, void*, sComErrorInfo*) {
+int SCPI_SOUR_AM_DEPT(const Call&) {
   return scpi_error::kUndefinedHeader;
 }
-int SCPI_SOUR_AM_EXT_COUP(Parameters, bool, void*, sComErrorInfo*) {
+int SCPI_SOUR_AM_EXT_COUP(const Call&) {
   return scpi_error::kUndefinedHeader;
 }
-int SCPI_SOUR_AM_INT_FREQ(Parameters, bool, void*, sComErrorInfo*) {
+int SCPI_SOUR_AM_INT_FREQ(const Call&) {
   return scpi_error::kUndefinedHeader;
 }
-int SCPI_SOUR_AM_SOUR(Parameters, bool, void*, sComErrorInfo*) {
+int SCPI_SOUR_AM_SOUR(const Call&) {
   return scpi_error::kUndefinedHeader;
 }
-int SCPI_SOUR_AM_STAT(Parameters, bool, void*, sComErrorInfo*) {
+int SCPI_SOUR_AM_STAT(const Call&) {
   return scpi_error::kUndefinedHeader;
 }
 

@@ -10,41 +10,35 @@
 
 namespace scpi_lib {
 
-int SCPI_TRIG_SEQ_SOUR(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return WordSetting({parameters, query, device, error}, TrigSourceParams, &CDevice::GetTrigSource,
-                     &CDevice::SetTrigSource);
+int SCPI_TRIG_SEQ_SOUR(const Call& call) {
+  return WordSetting(call, TrigSourceParams, &CDevice::GetTrigSource, &CDevice::SetTrigSource);
 }
 
-int SCPI_TRIG_SEQ_SLOP(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return WordSetting({parameters, query, device, error}, PosNegParams, &CDevice::GetSyncSourceDetection,
-                     &CDevice::SetSyncSourceDetection);
+int SCPI_TRIG_SEQ_SLOP(const Call& call) {
+  return WordSetting(call, PosNegParams, &CDevice::GetSyncSourceDetection, &CDevice::SetSyncSourceDetection);
 }
 
-int SCPI_TRIG_AUX_INT(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return WordSetting({parameters, query, device, error}, TrigIntParams, &CDevice::GetSyncInterval,
-                     &CDevice::SetSyncInterval);
+int SCPI_TRIG_AUX_INT(const Call& call) {
+  return WordSetting(call, TrigIntParams, &CDevice::GetSyncInterval, &CDevice::SetSyncInterval);
 }
 
-int SCPI_TRIG_AUX_OPOL(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return WordSetting({parameters, query, device, error}, PosNegParams, &CDevice::GetSyncOpolarity,
-                     &CDevice::SetSyncOpolarity);
+int SCPI_TRIG_AUX_OPOL(const Call& call) {
+  return WordSetting(call, PosNegParams, &CDevice::GetSyncOpolarity, &CDevice::SetSyncOpolarity);
 }
 
-int SCPI_TRIG_AUX_PULS_PER(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return NumberSetting({parameters, query, device, error}, &CDevice::GetSyncGenPeriod, &CDevice::SetSyncGenPeriod);
+int SCPI_TRIG_AUX_PULS_PER(const Call& call) {
+  return NumberSetting(call, &CDevice::GetSyncGenPeriod, &CDevice::SetSyncGenPeriod);
 }
 
-int SCPI_TRIG_AUX_PULS_WIDT(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return NumberSetting({parameters, query, device, error}, &CDevice::GetSyncGenWidth, &CDevice::SetSyncGenWidth);
+int SCPI_TRIG_AUX_PULS_WIDT(const Call& call) {
+  return NumberSetting(call, &CDevice::GetSyncGenWidth, &CDevice::SetSyncGenWidth);
 }
 
-int SCPI_TRIG_AUX_DUR(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  return NumberSetting({parameters, query, device, error}, &CDevice::GetSyncOutputDuration,
-                       &CDevice::SetSyncOutputDuration);
+int SCPI_TRIG_AUX_DUR(const Call& call) {
+  return NumberSetting(call, &CDevice::GetSyncOutputDuration, &CDevice::SetSyncOutputDuration);
 }
 
-int SCPI_TRIG_AUX_OUTP_ENAB(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_TRIG_AUX_OUTP_ENAB(const Call& call) {
   return AnswerOrSet(
       call,
       [](CDevice& generator) {
@@ -52,13 +46,12 @@ int SCPI_TRIG_AUX_OUTP_ENAB(Parameters parameters, bool query, void* device, sCo
         return SendText(generator, stdex::toupper(std::string(Booleans[on].name)));
       },
       [&](CDevice& generator) {
-        const int row = parameters.empty() ? kRowOff : call.Row();
+        const int row = call.parameters.empty() ? kRowOff : call.Row();
         return call.Finish(generator.SetSyncOutputEnabled(row == kRowOn || row == kRowOne));
       });
 }
 
-int SCPI_OUTP_STAT(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_OUTP_STAT(const Call& call) {
   return AnswerOrSet(
       call,
       [](CDevice& generator) { return SendWord(generator, OneBoolean, Get(generator, &CDevice::GetOutputEnabled)); },
@@ -70,8 +63,7 @@ int SCPI_OUTP_STAT(Parameters parameters, bool query, void* device, sComErrorInf
       });
 }
 
-int SCPI_INIT_CONT_ALL(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_INIT_CONT_ALL(const Call& call) {
   return AnswerOrSet(
       call, [](CDevice& generator) { return SendText(generator, generator.GetInitContinuous() ? "on" : "off"); },
       [&](CDevice& generator) {
@@ -83,20 +75,18 @@ int SCPI_INIT_CONT_ALL(Parameters parameters, bool query, void* device, sComErro
       });
 }
 
-int SCPI_INIT_IMM_ALL(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_INIT_IMM_ALL(const Call& call) {
   return Guarded(call, [&](CDevice& generator) {
-    if (query) return scpi_error::kParameterNotAllowed;
+    if (call.query) return scpi_error::kParameterNotAllowed;
     if (generator.GetInitContinuous()) return scpi_error::kInitIgnored;
     if (const int failed = call.Finish(generator.Stop())) return failed;
     return call.Finish(generator.Start(1));
   });
 }
 
-int SCPI_TRIG_SEQ_IMM(Parameters parameters, bool query, void* device, sComErrorInfo* error) {
-  const Call call{parameters, query, device, error};
+int SCPI_TRIG_SEQ_IMM(const Call& call) {
   return Guarded(call, [&](CDevice& generator) {
-    if (query) return scpi_error::kParameterNotAllowed;
+    if (call.query) return scpi_error::kParameterNotAllowed;
     if (generator.GetInitContinuous()) return scpi_error::kTriggerIgnored;
     return call.Finish(generator.SendSoftwareTrigger());
   });
