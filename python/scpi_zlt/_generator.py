@@ -109,6 +109,24 @@ class Generator:
                     return found
                 found.append((int(number), text.strip().strip('"')))
 
+    def is_sweeping(self) -> bool:
+        """Whether a sweep holds the link; a tenth of a second after its start at the earliest. Clears "*STB?"."""
+        start = time.monotonic()
+        if self._exchanged("*STB?").strip() == "":
+            raise GeneratorError(f"{self.resource}: the link is lost, for this session for good: close and open again")
+        # While a sweep runs, the answer comes after 400 ms.
+        return time.monotonic() - start >= 0.3
+
+    def wait_for_sweep(self, timeout: float = 60.0) -> None:
+        """Waits until the sweep or list that was started is over. With an external trigger that may be never."""
+        deadline = time.monotonic() + timeout
+        # No command tells the end, and asked too early the link is still free.
+        time.sleep(0.1)
+        while self.is_sweeping():
+            if time.monotonic() >= deadline:
+                raise AnswerTimeout(f"{self.resource} still sweeps after {timeout:g} s: wait longer, trigger it, or write "
+                                    '":INIT:CONT OFF" and ":ABOR"')
+
     def close(self) -> None:
         """Closes the session. A second call does nothing; a call that waits in another thread ends with Closed."""
         if not self.is_open:
