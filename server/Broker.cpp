@@ -164,15 +164,27 @@ void Broker::ReadStatusByte(ClientId id, OnStatusByte done) {
 }
 
 void Broker::LockExclusive(ClientId client, std::chrono::milliseconds timeout, OnLock done) {
-  AskForLock({client, true, {}, std::move(done), 0}, timeout);
+  AskForLock({client, LockWait::For::kExclusive, {}, std::move(done), 0}, timeout);
 }
 
 void Broker::LockShared(ClientId client, std::string key, std::chrono::milliseconds timeout, OnLock done) {
-  AskForLock({client, false, std::move(key), std::move(done), 0}, timeout);
+  AskForLock({client, LockWait::For::kShared, std::move(key), std::move(done), 0}, timeout);
+}
+
+void Broker::AwaitUse(ClientId client, std::chrono::milliseconds timeout, OnLock done) {
+  AskForLock({client, LockWait::For::kUse, {}, std::move(done), 0}, timeout);
 }
 
 LockTable::Request Broker::TryLock(const LockWait& wait) {
-  return wait.exclusive ? m_locks.AskExclusive(wait.client) : m_locks.AskShared(wait.client, wait.key);
+  switch (wait.wanted) {
+    case LockWait::For::kExclusive:
+      return m_locks.AskExclusive(wait.client);
+    case LockWait::For::kShared:
+      return m_locks.AskShared(wait.client, wait.key);
+    case LockWait::For::kUse:
+      break;
+  }
+  return m_locks.MayUse(wait.client) ? LockTable::Request::kGranted : LockTable::Request::kWaiting;
 }
 
 void Broker::AskForLock(LockWait wait, std::chrono::milliseconds timeout) {

@@ -116,11 +116,16 @@ class Broker {
   /// Asks for a lock and waits for it for at most `timeout` (0: not at all).
   void LockExclusive(ClientId client, std::chrono::milliseconds timeout, OnLock done);
   void LockShared(ClientId client, std::string key, std::chrono::milliseconds timeout, OnLock done);
+  /// Waits until no lock of others keeps the client out, for at most `timeout`. Granted, it holds nothing.
+  void AwaitUse(ClientId client, std::chrono::milliseconds timeout, OnLock done);
   /// Gives the exclusive lock up, else the shared one.
   LockTable::Release Unlock(ClientId client);
   /// Ends all waits of the client for locks at once, with kTimedOut.
   void CancelLockWaits(ClientId client);
   const LockTable& Locks() const { return m_locks; }
+
+  /// Of the session that the client's messages go to.
+  WorkerState State(ClientId client) const { return m_clients.at(client).worker->State(); }
 
   /// Starts no further message; runs `done` when the one under way has ended.
   void Finish(Loop::Task done);
@@ -140,8 +145,9 @@ class Broker {
     bool in_round = false;
   };
   struct LockWait {
+    enum class For { kExclusive, kShared, kUse };
     ClientId client = 0;
-    bool exclusive = false;
+    For wanted = For::kUse;
     std::string key;
     OnLock done;
     Loop::Timer timer = 0;

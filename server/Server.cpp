@@ -18,7 +18,10 @@
 #include "server/Broker.h"
 #include "server/HislipDoor.h"
 #include "server/Log.h"
+#include "server/PortMapper.h"
 #include "server/RawDoor.h"
+#include "server/Vxi11Door.h"
+#include "vxi11.h"
 
 namespace server {
 namespace {
@@ -82,11 +85,46 @@ class Server {
     }
   }
 
-  void Open(Door& door, std::uint16_t port) {
+  /// Returns the port.
+  std::uint16_t Open(Door& door, std::uint16_t port) {
     const std::uint16_t opened = m_loop.Listen(door, m_options.bind, port);
     m_ports.emplace_back(door.Name(), opened);
     std::cout << "serving " << m_options.worker.resource << " by " << door.Name() << " on " << m_options.bind
               << " port " << opened << std::endl;
+    return opened;
+  }
+
+  void OpenVxi11() {
+    m_vxi11.emplace(m_loop, m_broker, Vxi11Options{m_options.tidy.value_or(true), m_options.message_limit});
+    const std::uint16_t abort_port = m_loop.Listen(m_vxi11->AbortChannel(), m_options.bind, 0);
+    m_vxi11->SetAbortPort(abort_port);
+    const std::uint16_t port = Open(*m_vxi11, *m_options.vxi11);
+    const RpcProgram core{DEVICE_CORE, DEVICE_CORE_VERSION, port};
+    const std::string refused = m_options.port_mapper ? StartPortMapper(core, abort_port) : "none was asked for";
+    if (refused.empty()) return;
+    m_port_mapper_entry.emplace(core);
+    if (m_port_mapper_entry->Register()) return LogLine("vxi11: registered with the port mapper of this host");
+    m_port_mapper_entry.reset();
+    if (m_options.port_mapper)
+      throw std::runtime_error(refused + "; nor does a port mapper of this host take an entry");
+    LogLine(
+        "vxi11: this host's port mapper takes no entry, or there is none: clients that look there do not find port " +
+        std::to_string(port) + " (--portmapper answers there)");
+  }
+
+  /// Empty, or why this process cannot answer on port 111. Who asks the whole network by a broadcast is only heard
+  /// behind the wildcard address.
+  std::string StartPortMapper(const RpcProgram& core, std::uint16_t abort_port) {
+    m_port_mapper.emplace(m_loop, std::vector{core, RpcProgram{DEVICE_ASYNC, DEVICE_ASYNC_VERSION, abort_port}});
+    try {
+      m_loop.ListenDatagrams(
+          [this](std::string_view datagram, const std::string&) { return m_port_mapper->AnswerDatagram(datagram); },
+          IsOpenToOthers() ? "0.0.0.0" : m_options.bind, kPortMapperPort);
+    } catch (const std::runtime_error& error) {
+      return error.what();
+    }
+    Open(*m_port_mapper, kPortMapperPort);
+    return {};
   }
 
   void OpenDoors() {
@@ -101,6 +139,7 @@ class Server {
         m_hislip.emplace(m_loop, m_broker, HislipOptions{m_options.tidy.value_or(true), m_options.message_limit});
         Open(*m_hislip, *m_options.hislip);
       }
+      if (m_options.vxi11) OpenVxi11();
       WritePortFile();
       Notify("READY=1\nSTATUS=Serving " + m_options.worker.resource);
     } catch (const std::exception& error) {
@@ -153,6 +192,9 @@ class Server {
   Broker m_broker;
   std::optional<RawDoor> m_raw;
   std::optional<HislipDoor> m_hislip;
+  std::optional<Vxi11Door> m_vxi11;
+  std::optional<PortMapper> m_port_mapper;
+  std::optional<PortMapperEntry> m_port_mapper_entry;
   std::vector<std::pair<std::string, std::uint16_t>> m_ports;
   std::string m_failure;
   bool m_serving = false;

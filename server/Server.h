@@ -17,6 +17,8 @@ struct ServerOptions {
   std::string bind = "127.0.0.1";
   std::optional<std::uint16_t> raw;     ///< port; 0 picks a free one
   std::optional<std::uint16_t> hislip;  ///< the same
+  std::optional<std::uint16_t> vxi11;   ///< the same, of the core channel
+  bool port_mapper = false;             ///< answers on port 111 itself if nobody does
   std::optional<bool> tidy;             ///< unset: as the door's protocol expects it
   bool private_sessions = false;
   bool log_messages = false;

@@ -44,6 +44,11 @@ void AddServeCommand(CLI::App& app) {
       ->required();
   AddPort(serve, "--raw", options->raw, 5025, "Raw socket: SCPI lines (5025; 0 picks a free port)");
   AddPort(serve, "--hislip", options->hislip, 4880, "HiSLIP (4880; 0 picks a free port)");
+  AddPort(serve, "--vxi11", options->vxi11, 0, "VXI-11 (a free port; clients find it by the port mapper)");
+  serve
+      .add_flag("--portmapper", options->port_mapper,
+                "Answers on port 111 for VXI-11 clients if no port mapper runs; takes the right to open that port")
+      ->needs("--vxi11");
   serve.add_option("--bind", options->bind, "Address to listen on")->capture_default_str();
   serve.add_option("--allow", options->net.allow, "Network that may connect, as ADDRESS/BITS; may be repeated")
       ->allow_extra_args(false);
@@ -66,7 +71,7 @@ void AddServeCommand(CLI::App& app) {
           "Milliseconds between two looks at an instrument that nobody asks");
   AddTime(serve, "--give-up", options->worker.give_up, "Milliseconds that one message may take");
   serve.callback([options] {
-    if (!options->raw && !options->hislip) options->raw = 5025;
+    if (!options->raw && !options->hislip && !options->vxi11) options->raw = 5025;
     if (const int status = server::Serve(*options); status != EXIT_SUCCESS) throw CLI::RuntimeError(status);
   });
 }

@@ -1,0 +1,78 @@
+#include "server/RpcConnection.h"
+
+#include <optional>
+#include <utility>
+
+#include "server/Log.h"
+
+namespace server {
+namespace {
+
+/// The longest call: a message that is too long for the instrument is answered in the protocol's words, as long as it
+/// is not much too long.
+constexpr std::size_t kLongestRecord = 1 << 20;
+/// What a client may send ahead of the call that is being carried out. It is read on meanwhile, because otherwise
+/// nobody would notice that the client is gone.
+constexpr std::size_t kAhead = 65536;
+/// What a client may leave unread before its next call is looked at.
+constexpr std::size_t kUnsent = 65536;
+/// For the first call, and for what else has to come from a client that may not rest.
+constexpr std::chrono::seconds kPatience{30};
+
+}  // namespace
+
+RpcConnection::RpcConnection(Loop& loop, Wire& wire) : m_loop(loop), m_wire(wire), m_reader(kLongestRecord) {
+  AwaitCall();
+}
+
+void RpcConnection::AwaitCall() {
+  m_called = false;
+  m_patience = m_loop.After(kPatience, [this] { m_called || Waiting() ? AwaitCall() : HangUp("no call came"); });
+}
+
+void RpcConnection::HangUp(const char* reason) {
+  if (std::exchange(m_closed, true)) return;
+  LogLine("rpc " + m_wire.Peer() + ": " + reason);
+  m_wire.Close();
+}
+
+void RpcConnection::Receive(std::string_view bytes) {
+  m_input += bytes;
+  Work();
+}
+
+void RpcConnection::Answer(const std::string& reply) {
+  m_busy = false;
+  m_wire.Send(rpc::ToRecord(reply));
+  Work();
+}
+
+void RpcConnection::Work() {
+  if (std::exchange(m_working, true)) return;
+  std::string_view rest = m_input;
+  while (!m_closed && !m_busy && m_wire.Unsent() <= kUnsent) {
+    std::string record;
+    const rpc::RecordReader::Result result = m_reader.Next(rest, record);
+    if (result == rpc::RecordReader::Result::kNeedsMore) break;
+    if (result == rpc::RecordReader::Result::kTooLarge) {
+      HangUp("a record that is too long");
+      break;
+    }
+    const std::optional<rpc::Call> call = rpc::ReadCall(record);
+    if (!call) {
+      HangUp("no call");
+      break;
+    }
+    m_busy = m_called = true;
+    Handle(*call);
+  }
+  m_input.erase(0, m_input.size() - rest.size());
+  m_working = false;
+  if (m_closed || m_input.size() > kAhead) {
+    m_wire.Pause();
+  } else {
+    m_wire.Resume();
+  }
+}
+
+}  // namespace server

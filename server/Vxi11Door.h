@@ -1,0 +1,72 @@
+// VXI-11 (VXI-11 1.0, for instruments of IEEE 488.2: VXI-11.3) over ONC RPC. Two programs: the core channel, which
+// makes links to the one device "inst0" and works on them, and the abort channel, whose port each new link is told.
+//
+// A link is a client of the broker: it has its queue, its lock and its answers. Links belong to the connection that
+// made them and end with it. The calls of a connection run one after the other; who wants to ask for the status byte
+// while a read waits opens another connection, as the standard advises.
+//
+//   create_link    -> the link stands; with lockDevice only if the lock is got in time
+//   any call       -> 4 if the connection has no such link; then the rule of locks: while another link, or a client of
+//                     another door, keeps this one out, 11 at once, or with waitlock after lock_timeout
+//   device_write   -> 0 when all is taken: a few messages may wait in the broker, for the next one the write waits
+//   device_read    -> an answer or a part of it; 15 when none comes within io_timeout. It still can be read later,
+//                     until a new message begins
+//   destroy_link   -> 0 when what was written has been carried out, or after 4 s, when what has not started is dropped
+//   device_abort   -> ends the call that works on the link, if one does, with 23
+//
+// There are no service requests, so no interrupt channel is made; clients then ask for the status byte.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+
+#include "server/Broker.h"
+#include "server/Door.h"
+
+namespace server {
+
+struct Vxi11Options {
+  bool tidy = true;
+  std::size_t message_limit = 160144;  ///< bytes of a program message with its line end
+};
+
+class Vxi11Connection;
+
+class Vxi11Door : public Door {
+ public:
+  Vxi11Door(Loop& loop, Broker& broker, Vxi11Options options);
+  ~Vxi11Door() override;
+
+  const char* Name() const override { return "vxi11"; }
+  std::unique_ptr<Connection> Accept(Wire& wire) override;
+
+  /// The abort channel; it has a port of its own, which new links are told.
+  Door& AbortChannel();
+  void SetAbortPort(std::uint16_t port) { m_abort_port = port; }
+  std::uint16_t AbortPort() const { return m_abort_port; }
+
+  Loop& EventLoop() { return m_loop; }
+  Broker& TheBroker() { return m_broker; }
+  const Vxi11Options& Options() const { return m_options; }
+
+  /// A number that no live link has.
+  std::int32_t NewLink(Vxi11Connection& owner);
+  void Forget(std::int32_t link) { m_links.erase(link); }
+  bool HasLinks() const { return !m_links.empty(); }
+  /// Null if there is no such link.
+  Vxi11Connection* Owner(std::int32_t link) const;
+
+ private:
+  class AbortDoor;
+
+  Loop& m_loop;
+  Broker& m_broker;
+  const Vxi11Options m_options;
+  std::unique_ptr<AbortDoor> m_abort;
+  std::uint16_t m_abort_port = 0;
+  std::map<std::int32_t, Vxi11Connection*> m_links;
+  std::int32_t m_last_link = 0;
+};
+
+}  // namespace server
