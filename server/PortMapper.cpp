@@ -26,7 +26,7 @@ class PortMapperConnection : public RpcConnection {
 };
 
 pmap ToEntry(const RpcProgram& program) {
-  return {program.program, program.version, IPPROTO_TCP, program.port};
+  return {program.program, program.version, program.by_tcp ? u_long{IPPROTO_TCP} : u_long{IPPROTO_UDP}, program.port};
 }
 
 sockaddr_in Local(std::uint16_t port) {
@@ -49,6 +49,11 @@ bool IsServed(std::uint16_t port) {
 
 }  // namespace
 
+PortMapper::PortMapper(Loop& loop, std::vector<RpcProgram> programs) : m_loop(loop), m_programs(std::move(programs)) {
+  m_programs.push_back({PMAPPROG, PMAPVERS, kPortMapperPort, true});
+  m_programs.push_back({PMAPPROG, PMAPVERS, kPortMapperPort, false});
+}
+
 std::unique_ptr<Connection> PortMapper::Accept(Wire& wire) {
   return std::make_unique<PortMapperConnection>(*this, m_loop, wire);
 }
@@ -66,7 +71,7 @@ std::string PortMapper::Answer(const rpc::Call& call) const {
     for (std::size_t i = 0; i < list.size(); ++i) {
       list[i] = {ToEntry(m_programs[i]), i + 1 < list.size() ? &list[i + 1] : nullptr};
     }
-    pmaplist* first = list.empty() ? nullptr : list.data();
+    pmaplist* first = list.data();
     constexpr std::size_t kEntry = 20;
     return rpc::Reply(call.xid, xdr_pmaplist, first, kEntry * list.size());
   }
@@ -78,9 +83,10 @@ std::string PortMapper::Answer(const rpc::Call& call) const {
   // For SET and UNSET this is "no", for GETPORT "not there".
   u_long port = 0;
   for (const RpcProgram& program : m_programs) {
-    const bool match = asked.pm_prog == program.program && asked.pm_vers == program.version &&
-                       asked.pm_prot == IPPROTO_TCP && call.procedure == PMAPPROC_GETPORT;
-    if (match) port = program.port;
+    const pmap entry = ToEntry(program);
+    const bool match =
+        asked.pm_prog == entry.pm_prog && asked.pm_vers == entry.pm_vers && asked.pm_prot == entry.pm_prot;
+    if (match && call.procedure == PMAPPROC_GETPORT) port = entry.pm_port;
   }
   return rpc::Reply(call.xid, xdr_u_long, port);
 }

@@ -14,20 +14,20 @@
 
 namespace server {
 
-/// A program by TCP.
 struct RpcProgram {
   std::uint32_t program = 0;
   std::uint32_t version = 0;
   std::uint16_t port = 0;
+  bool by_tcp = true;  ///< else by UDP
 };
 
 constexpr std::uint16_t kPortMapperPort = 111;
 
-/// A port mapper that knows what it is made with and nothing else: SET and UNSET of others are refused, CALLIT is not
-/// there.
+/// A port mapper that knows what it is made with and itself, nothing else: SET and UNSET of others are refused, CALLIT
+/// is not there.
 class PortMapper : public Door {
  public:
-  PortMapper(Loop& loop, std::vector<RpcProgram> programs) : m_loop(loop), m_programs(std::move(programs)) {}
+  PortMapper(Loop& loop, std::vector<RpcProgram> programs);
 
   const char* Name() const override { return "portmapper"; }
   std::unique_ptr<Connection> Accept(Wire& wire) override;
@@ -38,7 +38,7 @@ class PortMapper : public Door {
 
  private:
   Loop& m_loop;
-  const std::vector<RpcProgram> m_programs;
+  std::vector<RpcProgram> m_programs;
 };
 
 /// Entries at the port mapper that runs on this host, taken out at the end. The calls block.
