@@ -8,8 +8,9 @@
 
 What the generator refuses is raised as `QueuedError`, what it does not answer in time as `AnswerTimeout`.
 """
-from ._errors import AnswerTimeout, Closed, GeneratorError, LibraryMissing, OpenFailed, QueuedError
+from ._errors import AnswerTimeout, Closed, GeneratorError, LibraryMissing, LinkLost, OpenFailed, QueuedError
 from ._generator import Generator
 
-__all__ = ["AnswerTimeout", "Closed", "Generator", "GeneratorError", "LibraryMissing", "OpenFailed", "QueuedError"]
+__all__ = ["AnswerTimeout", "Closed", "Generator", "GeneratorError", "LibraryMissing", "LinkLost",
+           "OpenFailed", "QueuedError"]
 __version__ = "2.0.0"

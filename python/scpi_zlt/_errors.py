@@ -1,11 +1,13 @@
 """What this package raises. Every text says what to do."""
 from __future__ import annotations
 
+LINK_LOST = 20506
+
 # Numbers of the error queue that come from the instrument or the link and have no text there.
 _REMEDIES = {
     20486: "the instrument did not answer in 10 s: ask again; it has hung if that lasts",
     20503: "the VISA provider reported an error: look at the link, close and open again",
-    20506: "the link is lost, for this session for good: close and open again",
+    LINK_LOST: "the link is lost, for this session for good: close and open again",
     -32766: "the instrument's firmware does not know this packet",
     -32765: "the instrument's firmware does not know this packet",
     -32761: "the instrument refused, its synthesizer is not locked: write it again once it is",
@@ -44,6 +46,15 @@ class QueuedError(GeneratorError):
         super().__init__(f"'{message}': {listed}")
         self.message = message
         self.errors = errors
+
+
+class LinkLost(QueuedError):
+    """The link is lost, for this session for good: what is written reaches nothing. Close it and open another one."""
+
+
+def refusal(message: str, errors: list[tuple[int, str]]) -> QueuedError:
+    """What to raise for errors that were queued."""
+    return (LinkLost if any(number == LINK_LOST for number, _ in errors) else QueuedError)(message, errors)
 
 
 def _remedy(number: int) -> str:

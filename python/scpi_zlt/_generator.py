@@ -9,7 +9,7 @@ import warnings
 from types import TracebackType
 from typing import Any, Iterable
 
-from ._errors import AnswerTimeout, Closed, GeneratorError, OpenFailed, QueuedError
+from ._errors import LINK_LOST, AnswerTimeout, Closed, GeneratorError, OpenFailed, refusal
 from ._library import forked, library, status_text
 
 # As client/exchange.h has them.
@@ -113,7 +113,7 @@ class Generator:
         """Whether a sweep holds the link; a tenth of a second after its start at the earliest. Clears "*STB?"."""
         start = time.monotonic()
         if self._exchanged("*STB?").strip() == "":
-            raise GeneratorError(f"{self.resource}: the link is lost, for this session for good: close and open again")
+            raise refusal("*STB?", self.errors() + [(LINK_LOST, "")])
         # While a sweep runs, the answer comes after 400 ms.
         return time.monotonic() - start >= 0.3
 
@@ -171,7 +171,7 @@ class Generator:
                 errors = [error for error in self.errors() if error[0] != 1]
                 self._unchecked = ""
                 if errors:
-                    raise QueuedError(suspects, errors)
+                    raise refusal(suspects, errors)
             return answer
 
     def _exchanged(self, message: str) -> str:

@@ -75,7 +75,7 @@ def test_lists_without_numpy(zlt_generator, monkeypatch):
 
 def test_in_step_after_a_time_out(zlt_generator):
     zlt_generator.timeout = 0.05
-    zlt_generator.set(latency=300)
+    zlt_generator.set(latency=1500)
     with pytest.raises(scpi_zlt.AnswerTimeout, match="in step"):
         zlt_generator.query(":FREQ 3GHZ;:FREQ?")
     with pytest.raises(scpi_zlt.AnswerTimeout, match="was not sent"):
@@ -127,7 +127,7 @@ def test_an_interrupt_ends_a_wait(zlt_generator):
     start = time.monotonic()
     with pytest.raises(KeyboardInterrupt), Interrupt(0.1):
         zlt_generator.write(":FREQ 3GHZ")
-    assert time.monotonic() - start < 1.5  # what is awaited takes much longer
+    assert time.monotonic() - start < 9  # what is awaited takes 20 s
     zlt_generator.set(heal=1)
 
 
@@ -138,7 +138,10 @@ def test_an_interrupt_while_opening_or_closing_leaves_nothing_open(zlt_simulate,
     with pytest.raises(KeyboardInterrupt), Interrupt(moment):
         SimulatedGenerator(latency=0.3).close()
     watcher.name = name
-    assert watcher.ask("links") == "0"
+    try:
+        assert watcher.ask("links") == "0"
+    except ValueError:
+        pass  # interrupted before there was such an instrument
 
 
 def test_threads_share_a_session(zlt_generator):
@@ -178,7 +181,7 @@ def test_closing_ends_a_call_in_another_thread(zlt_generator):
 
 
 def test_a_signal_handler_is_told_that_a_message_is_under_way(zlt_generator):
-    zlt_generator.set(latency=200)
+    zlt_generator.set(latency=1000)
     said = []
 
     def handler(*_):
@@ -223,11 +226,9 @@ def test_states_are_set_by_a_mark(zlt_generator):
 
 def test_a_lost_link_is_told(zlt_generator):
     zlt_generator.set(lost=0)
-    zlt_generator.check = False
-    zlt_generator.write(":OUTP ON")
-    zlt_generator.check = True
-    with pytest.raises(scpi_zlt.QueuedError, match="close and open again"):
-        zlt_generator.write(":OUTP ON")
+    for call in (lambda: zlt_generator.write(":OUTP ON"), zlt_generator.is_sweeping):
+        with pytest.raises(scpi_zlt.LinkLost, match="close and open again"):
+            call()
 
 
 def test_a_run_that_waits_for_its_triggers(zlt_generator):

@@ -74,6 +74,7 @@ def test_a_sweep(instrument, zlt_generator):
     instrument.frequency_start, instrument.frequency_stop, instrument.points = 1e9, 2e9, 11
     instrument.frequency_mode = "sweep"
     instrument.start()
+    zlt_generator.wait("run")
     instrument.wait_for_sweep()
     assert zlt_generator.ask("passes") == "1"
     instrument.continuous = True

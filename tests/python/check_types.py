@@ -1,4 +1,6 @@
-"""Checks the types of the Python packages with mypy, strictly. Exit status 77 (skipped) where it is not installed."""
+"""Checks the types of the Python packages with mypy, strictly.
+
+Usage: check_types.py CACHE_FOLDER    Exit status 77 (skipped) where it is not installed."""
 import os
 import subprocess
 import sys
@@ -9,5 +11,5 @@ if subprocess.run([sys.executable, "-c", "import mypy"], stderr=subprocess.DEVNU
     sys.exit(77)
 packages = [name for name in os.listdir(python) if os.path.exists(os.path.join(python, name, "py.typed"))]
 assert "scpi_zlt" in packages
-sys.exit(subprocess.run([sys.executable, "-m", "mypy", "--cache-dir=/dev/null", "--config-file", "pyproject.toml", *packages],
+sys.exit(subprocess.run([sys.executable, "-m", "mypy", f"--cache-dir={sys.argv[1]}", "--config-file", "pyproject.toml", *packages],
                         cwd=python).returncode)
