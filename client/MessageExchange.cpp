@@ -18,8 +18,9 @@ constexpr std::string_view kFenceAnswer = "+1\n";
 /// The longest single wait; a longer time-out is a sequence of them.
 constexpr milliseconds kLongestWait{3600 * 1000};
 
-/// kComplete if a fence can follow `message`; `needs_end` tells whether a line end has to be added first.
-Outcome Check(std::string_view message, bool& needs_end) {
+}  // namespace
+
+Outcome Sendable(std::string_view message, bool& needs_end) {
   MessageScanner scanner;
   std::string_view rest = message;
   needs_end = true;
@@ -32,8 +33,6 @@ Outcome Check(std::string_view message, bool& needs_end) {
   }
   return scanner.InBlock() ? Outcome::kUnfinished : Outcome::kComplete;
 }
-
-}  // namespace
 
 Answer MessageExchange::Exchange(std::string_view message, milliseconds timeout) {
   const auto start = steady_clock::now();
@@ -51,7 +50,7 @@ Answer MessageExchange::Exchange(std::string_view message, milliseconds timeout)
 Answer MessageExchange::Begin(std::string_view message) {
   if (!InStep()) return {Outcome::kBusy, {}, 0};
   bool needs_end = false;
-  const Outcome refused = Check(message, needs_end);
+  const Outcome refused = Sendable(message, needs_end);
   if (refused != Outcome::kComplete) return {refused, {}, 0};
 
   m_unsent.assign(message);

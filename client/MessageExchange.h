@@ -96,6 +96,10 @@ class MessageExchange {
   long m_timeout_ms = -1;  ///< VI_ATTR_TMO_VALUE as last set
 };
 
+/// kComplete if `message` may be sent with a fence behind it, else kUnfinished or kTooLong. `needs_end` tells whether a
+/// line end has to be added in between.
+Outcome Sendable(std::string_view message, bool& needs_end);
+
 /// Makes an answer of one message as other programs expect it: the zero byte that ends "*IDN?" is cut, and the empty
 /// line that a compound setting leaves behind is dropped. An empty answer of a query stays, so that there is one answer
 /// for each query.

@@ -25,7 +25,7 @@ need() {
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-build_packages=(g++ cmake ninja-build libboost-dev libcli11-dev libreadline-dev libtirpc-dev rpcsvc-proto libgtest-dev libbenchmark-dev)
+build_packages=(g++ cmake ninja-build libboost-dev libcli11-dev libedit-dev libtirpc-dev rpcsvc-proto libgtest-dev libbenchmark-dev)
 
 # build PRESET [TARGET...]: configures, then builds. Says every 15 seconds how far it is; shows the errors when it fails.
 build() {

@@ -1,16 +1,9 @@
 #include "tools/Conversation.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <condition_variable>
-#include <cstring>
-#include <iostream>
-#include <mutex>
-#include <thread>
-
-#include "scpi_zlt/scpi_zlt.h"
 
 #include "client/MessageScanner.h"
+#include "tools/ToolError.h"
 
 namespace {
 
@@ -19,88 +12,73 @@ using scpi_zlt::Outcome;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-/// A failed open takes a little over a second by design; only what takes longer is worth a word.
-constexpr milliseconds kOpensWithoutAWord{1500};
 /// How often a wait for an answer looks whether the person interrupts.
 constexpr milliseconds kLook{100};
 /// A late message is awaited for at least this long before nothing more is sent.
 constexpr milliseconds kLeastPatience{10000};
 constexpr milliseconds kPatienceAfterInterruption{2000};
 
-/// Says what is waited for if it lives for too long.
-class OpeningNotice {
- public:
-  explicit OpeningNotice(const ConversationOptions& options)
-      : m_thread([this, &options](const std::stop_token& stop) {
-          std::unique_lock lock(m_mutex);
-          if (m_stopped.wait_for(lock, stop, kOpensWithoutAWord, [&stop] { return stop.stop_requested(); })) return;
-          std::cerr << "scpi-zlt: still opening \"" + options.resource + "\", for at most " +
-                           std::to_string(options.open_timeout.count()) + " ms\n";
-        }) {}
-
- private:
-  std::mutex m_mutex;
-  std::condition_variable_any m_stopped;
-  std::jthread m_thread;
-};
-
 std::string WithoutLineEnd(std::string text) {
   if (text.ends_with('\n')) text.pop_back();
   return text;
 }
 
-void Print(const std::string& text) {
-  errno = 0;
-  if (!(std::cout << text << std::flush)) {
-    throw ToolError(std::string("cannot write the answer: ") + std::strerror(errno));
-  }
+std::string Quoted(const std::string& message) {
+  return "\"" + message + "\"";
 }
 
 }  // namespace
 
-Conversation::Conversation(const ConversationOptions& options, Interruption& interruption)
-    : m_options(options), m_interruption(interruption), m_exchange(0) {
-  long status = VI_SUCCESS;
-  {
-    const OpeningNotice notice(m_options);
-    status = m_session.Open(m_options.resource, m_options.open_timeout);
-  }
-  if (status != VI_SUCCESS) {
-    throw ToolError(scpi_zlt::OpenFailureText(m_options.resource, status, m_options.open_timeout));
-  }
-  m_interruption.Watch();
-  m_exchange = scpi_zlt::MessageExchange(m_session.Handle());
+bool IsPassedOver(const std::string& line) {
+  const std::size_t start = line.find_first_not_of(" \t\r");
+  return start == std::string::npos || line[start] == '#';
 }
 
-void Conversation::Say(const std::string& message) {
-  const std::size_t start = message.find_first_not_of(" \t\r");
-  if (start == std::string::npos || message[start] == '#') return;
-  GetInStep();
-  if (m_interruption.Happened()) return;
+Conversation::Conversation(const ConversationOptions& options, Interruption& interruption)
+    : m_options(options),
+      m_interruption(interruption),
+      m_instrument(OpenInstrument(options.instrument)),
+      m_report(options.form) {
+  m_interruption.Watch();
+}
 
-  const Answer answer = Ask(message, m_options.answer_timeout);
+bool Conversation::Say(const std::string& message, const std::string& place) {
+  if (IsPassedOver(message)) return true;
+  m_place = place;
+  Said said{message, std::nullopt, {}};
+  GetInStep(said);
+  if (m_interruption.Happened()) return false;
+  Take(Exchange(message, m_options.answer_timeout), said);
+  m_report.Finished(said);
+  return said.errors.empty() && !m_interruption.Happened();
+}
+
+/// Reports the answer of a message, or what came in its place.
+void Conversation::Take(const Answer& answer, Said& said) {
+  const std::string& message = said.message;
   switch (answer.outcome) {
     case Outcome::kComplete: {
       const std::string text = WithoutLineEnd(scpi_zlt::Tidy(message, answer.response));
-      if (scpi_zlt::IsQuery(message) || !text.empty()) Print(text + "\n");
-      if (m_options.ask_errors) ShowErrors(message);
+      if (scpi_zlt::IsQuery(message) || !text.empty()) said.answer = text;
+      if (said.answer) m_report.Answered(text);
+      if (m_options.ask_errors) ShowErrors(message, said);
       break;
     }
     case Outcome::kTimeout:
       if (m_interruption.Happened()) break;
-      Complain((scpi_zlt::IsQuery(message) ? "no answer to \"" : "not done: \"") + message + "\" within " +
-               std::to_string(m_options.answer_timeout.count()) + " ms");
+      Complain(scpi_zlt::IsQuery(message) ? "no answer to " + Quoted(message) : "not done: " + Quoted(message),
+               " within " + std::to_string(m_options.answer_timeout.count()) + " ms", said);
       break;
     case Outcome::kUnfinished:
-      Complain("not sent: \"" + message + "\" ends inside a block of data");
+      Complain("not sent: " + Quoted(message), " ends inside a block of data", said);
       break;
     case Outcome::kTooLong:
-      Complain("not sent: a message of " + std::to_string(message.size()) + " bytes, more than " +
-               std::to_string(scpi_zlt::kMaximumMessage - 1));
+      Complain("not sent: a message of " + std::to_string(message.size()) + " bytes",
+               ", more than " + std::to_string(scpi_zlt::kMaximumMessage - 1), said);
       break;
     case Outcome::kBusy:
     case Outcome::kFailed:
-      throw ToolError("\"" + message + "\": " + scpi_zlt::StatusText(answer.status));
+      throw ToolError(Quoted(message) + ": " + m_instrument->FailureText(answer), kNoInstrument);
   }
 }
 
@@ -109,57 +87,68 @@ Answer Conversation::Await(milliseconds timeout) {
   const auto end = steady_clock::now() + timeout;
   for (;;) {
     const auto left = std::chrono::duration_cast<milliseconds>(end - steady_clock::now());
-    Answer answer = m_exchange.Await(std::clamp(left, milliseconds(1), kLook));
+    Answer answer = m_instrument->Await(std::clamp(left, milliseconds(1), kLook));
     if (answer.outcome != Outcome::kTimeout || left <= kLook || m_interruption.Happened()) return answer;
   }
 }
 
-Answer Conversation::Ask(const std::string& message, milliseconds timeout) {
-  Answer answer = m_exchange.Begin(message);
+Answer Conversation::Exchange(const std::string& message, milliseconds timeout) {
+  Answer answer = m_instrument->Begin(message);
   if (answer.outcome != Outcome::kComplete) return answer;
   m_late = message;
   return Await(timeout);
 }
 
-void Conversation::GetInStep() {
-  if (m_exchange.InStep()) return;
+std::optional<std::string> Conversation::Ask(const std::string& query) {
+  const Answer answer = Exchange(query, m_options.answer_timeout);
+  if (answer.outcome == Outcome::kFailed) {
+    throw ToolError(Quoted(query) + ": " + m_instrument->FailureText(answer), kNoInstrument);
+  }
+  if (answer.outcome != Outcome::kComplete) return std::nullopt;
+  return WithoutLineEnd(scpi_zlt::Tidy(query, answer.response));
+}
+
+void Conversation::GetInStep(Said& said) {
+  if (m_instrument->InStep()) return;
   const milliseconds patience = std::max(kLeastPatience, m_options.answer_timeout);
   const Answer answer = Await(patience);
   if (m_interruption.Happened()) return;
   if (answer.outcome != Outcome::kComplete) {
-    throw ToolError("\"" + m_late + "\" is still not done after another " + std::to_string(patience.count()) +
-                    " ms; nothing more is sent");
+    throw ToolError(Quoted(m_late) + " is still not done after another " + std::to_string(patience.count()) +
+                        " ms; nothing more is sent",
+                    kNoInstrument);
   }
   const std::string text = WithoutLineEnd(scpi_zlt::Tidy(m_late, answer.response));
-  Complain(text.empty() ? "late: \"" + m_late + "\" is done now" : "late: \"" + m_late + "\" answered " + text);
-  if (m_options.ask_errors) ShowErrors(std::string(m_late));
+  Complain("late: " + Quoted(m_late), text.empty() ? " is done now" : " answered " + text, said);
+  if (m_options.ask_errors) ShowErrors(std::string(m_late), said);
 }
 
-void Conversation::ShowErrors(const std::string& message) {
+void Conversation::ShowErrors(const std::string& message, Said& said) {
   while (!m_interruption.Happened()) {
-    const Answer answer = Ask(":SYST:ERR?", m_options.answer_timeout);
-    if (answer.outcome != Outcome::kComplete) {
-      Complain("\"" + message + "\": no answer to \":SYST:ERR?\"");
+    const std::optional<std::string> error = Ask(":SYST:ERR?");
+    if (!error) {
+      Complain(Quoted(message), ": no answer to \":SYST:ERR?\"", said);
       return;
     }
-    const std::string error = WithoutLineEnd(answer.response);
-    if (error.empty() || error.starts_with("+0,")) return;
-    Complain(std::string("\"").append(message).append("\": ").append(error));
+    if (error->empty() || error->starts_with("+0,")) return;
+    Complain(Quoted(message), ": " + *error, said);
   }
 }
 
 void Conversation::SayWhatIsLeft() {
   std::string output = "what the RF output does is not known";
   if (Await(kPatienceAfterInterruption).outcome == Outcome::kComplete) {
-    const Answer answer = Ask(":OUTP?", kPatienceAfterInterruption);
+    const Answer answer = Exchange(":OUTP?", kPatienceAfterInterruption);
     if (answer.outcome == Outcome::kComplete) {
       output = answer.response == "ON\n" ? "the RF output stays on" : "the RF output is off";
     }
   }
-  std::cerr << "scpi-zlt: interrupted; a sweep ends, " + output << std::endl;
+  Warn((m_instrument->EndsSweep() ? "interrupted; a sweep ends, " : "interrupted; the server goes on, ") + output);
 }
 
-void Conversation::Complain(const std::string& text) {
-  std::cerr << "scpi-zlt: " + text << std::endl;
+void Conversation::Complain(const std::string& subject, const std::string& what, Said& said) {
+  const std::string text = subject + what;
+  Warn(m_place.empty() ? text : m_place + ": " + text);
+  said.errors.push_back(text.starts_with(Quoted(said.message) + ": ") ? what.substr(2) : text);
   m_failed = true;
 }

@@ -1,38 +1,37 @@
-// What a person says to an instrument and hears from it: opens a session, sends one message after the other, prints the
+// What a person says to an instrument and hears from it: opens it, sends one message after the other, reports the
 // answers, and complains on the error stream about what went wrong.
 #pragma once
 
 #include <chrono>
-#include <stdexcept>
+#include <memory>
+#include <optional>
 #include <string>
 
-#include "client/MessageExchange.h"
-#include "client/Session.h"
+#include "tools/Instrument.h"
 #include "tools/Interruption.h"
-
-/// What ends the program, in words for the terminal.
-class ToolError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
+#include "tools/Report.h"
 
 struct ConversationOptions {
-  std::string resource;
+  InstrumentOptions instrument;
   std::chrono::milliseconds answer_timeout{10000};
-  std::chrono::milliseconds open_timeout{60000};
   bool ask_errors = true;  ///< after each message, for what it left in the error queue
+  ReportForm form = ReportForm::kText;
 };
 
 class Conversation {
  public:
-  /// Opens the instrument, and says so if that takes longer than a second and a half. Throws ToolError with a reason
-  /// and a remedy. Watches for interruptions from then on: one that comes during opening ends the process at once.
+  /// Opens the instrument; throws ToolError as OpenInstrument does. Watches for interruptions from then on: one that
+  /// comes during opening ends the process at once.
   Conversation(const ConversationOptions& options, Interruption& interruption);
 
-  /// Sends one line and prints its answer; an empty line, and one that begins with "#", is passed over. If the message
+  /// Sends one line and reports its answer; an empty line, and one that begins with "#", is passed over. If the message
   /// before it is late, waits for that first and says what it answered. Throws ToolError if nothing more can be said to
-  /// the instrument, or the answer cannot be printed. Returns early when the person interrupts.
-  void Say(const std::string& message);
+  /// the instrument, or the answer cannot be printed. Returns early when the person interrupts. `place`, as "FILE:3",
+  /// is put in front of complaints. False if something was wrong with the message.
+  bool Say(const std::string& message, const std::string& place = "");
+
+  /// The answer of a query that is not reported; nothing if there was none in time or the person interrupted.
+  std::optional<std::string> Ask(const std::string& query);
 
   /// What an interrupted conversation leaves behind: whether the RF output is on.
   void SayWhatIsLeft();
@@ -42,15 +41,20 @@ class Conversation {
 
  private:
   scpi_zlt::Answer Await(std::chrono::milliseconds timeout);
-  scpi_zlt::Answer Ask(const std::string& message, std::chrono::milliseconds timeout);
-  void GetInStep();
-  void ShowErrors(const std::string& message);
-  void Complain(const std::string& text);
+  scpi_zlt::Answer Exchange(const std::string& message, std::chrono::milliseconds timeout);
+  void Take(const scpi_zlt::Answer& answer, Said& said);
+  void GetInStep(Said& said);
+  void ShowErrors(const std::string& message, Said& said);
+  void Complain(const std::string& subject, const std::string& what, Said& said);
 
   ConversationOptions m_options;
   Interruption& m_interruption;
-  scpi_zlt::Session m_session;
-  scpi_zlt::MessageExchange m_exchange;
+  std::unique_ptr<Instrument> m_instrument;
+  Report m_report;
+  std::string m_place;
   std::string m_late;  ///< the message that is outstanding
   bool m_failed = false;
 };
+
+/// True if a line says nothing: it is empty or a comment.
+bool IsPassedOver(const std::string& line);

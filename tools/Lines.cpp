@@ -2,17 +2,12 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <iostream>
-#include <memory>
-#include <readline/history.h>
-#include <readline/readline.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "tools/Conversation.h"
+#include "tools/Editor.h"
+#include "tools/ToolError.h"
 
 namespace {
 
@@ -23,48 +18,36 @@ constexpr const char* kHelp =
     "  # text             is passed over\n"
     "  help, quit, exit   these lines; the end\n";
 
-/// readline's own signal handling would not see blocked signals; its reading does not have to.
-Interruption* g_interruption = nullptr;
-int ReadKey(FILE* stream) {
-  return g_interruption->WaitForInput() ? rl_getc(stream) : EOF;
-}
-
 }  // namespace
 
-Lines::Lines(Interruption& interruption) : m_interruption(interruption) {
+Lines::Lines() {
   struct stat input {};
   if (fstat(STDIN_FILENO, &input) == 0 && S_ISDIR(input.st_mode)) {
-    throw ToolError("the standard input is a directory");
+    throw ToolError("the standard input is a directory", kFileFailed);
   }
-  g_interruption = &interruption;
-  rl_getc_function = ReadKey;
+  if (isatty(STDIN_FILENO) == 1) m_editor = std::make_unique<Editor>();
 }
+
+Lines::~Lines() = default;
 
 std::optional<std::string> Lines::Next() {
-  if (isatty(STDIN_FILENO) != 1) return ReadOn();
+  if (!m_editor) return ReadOn();
   for (;;) {
-    std::optional<std::string> line = Type();
+    std::optional<std::string> line = m_editor->Next(*m_interruption);
     if (line == "quit" || line == "exit") return std::nullopt;
     if (line != "help") return line;
-    std::cout << kHelp << std::flush;
+    Print(kHelp);
   }
-}
-
-std::optional<std::string> Lines::Type() {
-  const std::unique_ptr<char, void (*)(void*)> line(readline("scpi> "), std::free);
-  if (!line || m_interruption.Happened()) return std::nullopt;
-  if (*line != '\0') add_history(line.get());
-  return line.get();
 }
 
 std::optional<std::string> Lines::ReadOn() {
   std::array<char, 4096> piece{};
   std::size_t end = m_read.find('\n');
   while (end == std::string::npos && !m_at_end) {
-    if (!m_interruption.WaitForInput()) return std::nullopt;
+    if (!m_interruption->WaitForInput()) return std::nullopt;
     const ssize_t count = read(STDIN_FILENO, piece.data(), piece.size());
     if (count < 0 && errno != EINTR && errno != EAGAIN) {
-      throw ToolError(std::string("cannot read the standard input: ") + std::strerror(errno));
+      throw ToolError(std::string("cannot read the standard input: ") + std::strerror(errno), kFileFailed);
     }
     m_at_end = count == 0;
     const std::size_t searched = m_read.size();

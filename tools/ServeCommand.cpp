@@ -5,6 +5,7 @@
 #include <string>
 
 #include "server/Server.h"
+#include "tools/Library.h"
 
 namespace {
 
@@ -71,6 +72,7 @@ void AddServeCommand(CLI::App& app) {
           "Milliseconds between two looks at an instrument that nobody asks");
   AddTime(serve, "--give-up", options->worker.give_up, "Milliseconds that one message may take");
   serve.callback([options] {
+    LoadLibrary();
     if (!options->raw && !options->hislip && !options->vxi11) options->raw = 5025;
     if (const int status = server::Serve(*options); status != EXIT_SUCCESS) throw CLI::RuntimeError(status);
   });
