@@ -19,14 +19,15 @@ using std::chrono::milliseconds;
 /// A failed open takes a little over a second by design; only what takes longer is worth a word.
 constexpr milliseconds kOpensWithoutAWord{1500};
 
-/// Says what is waited for if it lives for too long.
+/// On a terminal, says what is waited for if it lives for too long.
 class OpeningNotice {
  public:
   OpeningNotice(const std::string& name, milliseconds timeout)
       : m_thread([this, &name, timeout](const std::stop_token& stop) {
           std::unique_lock lock(m_mutex);
           if (m_stopped.wait_for(lock, stop, kOpensWithoutAWord, [&stop] { return stop.stop_requested(); })) return;
-          Warn("still opening \"" + name + "\", for at most " + std::to_string(timeout.count()) + " ms");
+          if (ShowsProgress())
+            Warn("still opening \"" + name + "\", for at most " + std::to_string(timeout.count()) + " ms");
         }) {}
 
  private:

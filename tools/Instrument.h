@@ -26,6 +26,6 @@ struct InstrumentOptions {
   std::chrono::milliseconds open_timeout{60000};
 };
 
-/// Opens the instrument, and says so if that takes longer than a second and a half. Throws ToolError with a reason and
-/// a remedy.
+/// Opens the instrument, and says so on a terminal if that takes longer than a second and a half. Throws ToolError with
+/// a reason and a remedy.
 std::unique_ptr<Instrument> OpenInstrument(const InstrumentOptions& options);
