@@ -20,10 +20,10 @@ Vxi11Link::Vxi11Link(Broker& broker, ClientInfo client, std::size_t message_limi
       m_client(broker.Connect(std::move(client))) {}
 
 void Vxi11Link::Write(std::string data, bool end) {
+  m_end = end && !data.empty();
   m_data = std::move(data);
   m_taken = 0;
-  m_end = end;
-  if (m_input.empty()) DropAnswers();
+  if (m_input.empty() && !m_data.empty()) DropAnswers();
 }
 
 /// Those that wait, and those that are still to come.
