@@ -1,11 +1,13 @@
 // Writes docs/commands.md to standard output, from the tables that the parser itself walks and the sentences beside
-// them. A command without a sentence, or a sentence without a command, ends the program with an error.
+// them; with "--table" the same entries as rows of C++, for the command line. A command without a sentence, or a
+// sentence without a command, ends the program with an error.
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <iostream>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "src/plib/CommandSentences.h"
@@ -30,13 +32,18 @@ std::string Join(const std::vector<std::string>& parts, const char* between) {
   return text;
 }
 
-std::string Parameter(const sFParam* row) {
-  if (row == nullptr) return "none";
-  const sFParam& parameter = *row;
+std::vector<std::string> Words(const sFParam& parameter) {
   std::vector<std::string> words;
   for (int i = 0; i < parameter.mnemonic_count; ++i) {
     words.push_back(Spelled(parameter.mnemonics[i].name, parameter.mnemonics[i].short_length));
   }
+  return words;
+}
+
+std::string Parameter(const sFParam* row) {
+  if (row == nullptr) return "none";
+  const sFParam& parameter = *row;
+  const std::vector<std::string> words = Words(parameter);
   if (parameter.kind == kKindCharacter) return Join(words, ", ");
   std::string text = parameter.kind == kKindNumericList ? "numbers" : "number";
   std::vector<std::string> units;
@@ -75,6 +82,10 @@ Entry Describe(const SCommandSentence& sentence) {
   return entry;
 }
 
+std::string EntryForms(const Entry& entry) {
+  return entry.sentence->forms != nullptr ? entry.sentence->forms : Forms(entry.row->forms);
+}
+
 /// What a page viewer makes of a heading: letters and digits, and a hyphen for each blank.
 std::string Anchor(const std::string& heading) {
   std::string anchor;
@@ -104,11 +115,42 @@ void Print(const Entry& entry) {
   const SCommandSentence& sentence = *entry.sentence;
   if (const char* title = GroupThatBeginsWith(sentence.handler)) std::cout << "\n## " << title << "\n";
   std::cout << "\n### " << entry.headers << "\n\n" << sentence.does << "\n\n";
-  std::cout << "- Forms: " << (sentence.forms != nullptr ? sentence.forms : Forms(entry.row->forms))
-            << "\n- Parameter: " << Parameter(entry.row->parameter) << "\n";
+  std::cout << "- Forms: " << EntryForms(entry) << "\n- Parameter: " << Parameter(entry.row->parameter) << "\n";
   if (*sentence.range != '\0') std::cout << "- Range: " << sentence.range << "\n";
   if (*sentence.at_open != '\0') std::cout << "- After opening: `" << sentence.at_open << "`\n";
   std::cout << "- Example: `" << sentence.example << "`\n";
+}
+
+/// A text as C++ has it.
+std::string Literal(const std::string& text) {
+  std::string literal = "\"";
+  for (const char c : text) {
+    if (c == '"' || c == '\\') literal += '\\';
+    literal += c;
+  }
+  return literal + '"';
+}
+
+void PrintRow(const Entry& entry) {
+  const SCommandSentence& sentence = *entry.sentence;
+  const sFParam* const parameter = entry.row->parameter;
+  const std::string words = parameter != nullptr ? Join(Words(*parameter), " ") : "";
+  std::string row;
+  for (const std::string& text :
+       {entry.headers, std::string(sentence.does), EntryForms(entry), Parameter(parameter), words,
+        std::string(sentence.range), std::string(sentence.at_open), std::string(sentence.example)}) {
+    row += (row.empty() ? "    {" : ", ") + Literal(text);
+  }
+  std::cout << row << "},\n";
+}
+
+/// The source of the table declared in tools/CommandReference.h.
+void PrintTable(std::span<const Entry> entries) {
+  std::cout << "#include \"tools/CommandReference.h\"\n\n"
+               "namespace {\n\nconstexpr CommandEntry kEntries[] = {\n";
+  for (const Entry& entry : entries) PrintRow(entry);
+  std::cout << "};\n\n}  // namespace\n\n"
+               "std::span<const CommandEntry> CommandEntries() {\n  return kEntries;\n}\n";
 }
 
 bool HasSentence(const SCommandRow& row) {
@@ -119,7 +161,7 @@ bool HasSentence(const SCommandRow& row) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
   std::vector<Entry> entries;
   for (const SCommandSentence& sentence : CommandSentences()) {
     entries.push_back(Describe(sentence));
@@ -131,6 +173,10 @@ int main() {
     if (HasSentence(row)) continue;
     std::cerr << "a command without a sentence: " << row.header << '\n';
     return 1;
+  }
+  if (argc > 1 && argv[1] == std::string_view("--table")) {
+    PrintTable(entries);
+    return 0;
   }
   std::cout
       << "# Commands\n\n"

@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <unistd.h>
 
+#include "tools/CommandReference.h"
+
 namespace {
 
 constexpr int kRemembered = 1000;
@@ -42,6 +44,8 @@ Editor::Editor()
   // Signals are blocked and read as events, so the editor must not wait in a read of its own.
   el_set(m_line, EL_SIGNAL, 0);
   el_set(m_line, EL_GETCFN, ReadKey);
+  el_set(m_line, EL_ADDFN, "complete", "Completes a header or a word of a parameter", CompleteWord);
+  el_set(m_line, EL_BIND, "^I", "complete", nullptr);
 }
 
 /// A history that cannot be kept is no reason to complain when somebody leaves.
@@ -63,6 +67,25 @@ int Editor::ReadKey(EditLine* line, wchar_t* key) {
   if (!editor->m_interruption->WaitForInput() || read(STDIN_FILENO, &byte, 1) != 1) return 0;
   *key = byte;
   return 1;
+}
+
+/// Puts what is certain, and lists the words where there are several.
+unsigned char Editor::CompleteWord(EditLine* line, int) {
+  const LineInfo* const info = el_line(line);
+  const std::string_view text(info->buffer, static_cast<std::size_t>(info->cursor - info->buffer));
+  const Completion completion = Complete(text);
+  const std::string typed(text.substr(text.size() - completion.typed));
+  const std::string completed = Completed(completion, typed);
+  if (completed.size() > typed.size()) {
+    el_deletestr(line, static_cast<int>(typed.size()));
+    el_insertstr(line, completed.c_str());
+    return CC_REFRESH;
+  }
+  if (completion.words.size() < 2) return CC_REFRESH_BEEP;
+  std::string list;
+  for (const std::string& word : completion.words) list += "  " + word;
+  std::printf("\n%s\n", list.c_str());
+  return CC_REDISPLAY;
 }
 
 std::optional<std::string> Editor::Next(Interruption& interruption) {

@@ -1,4 +1,4 @@
-// A line at a prompt, edited and with a history that is kept.
+// A line at a prompt: edited, completed by Tab, and with a history that is kept.
 #pragma once
 
 #include <histedit.h>
@@ -20,6 +20,7 @@ class Editor {
 
  private:
   static int ReadKey(EditLine* line, wchar_t* key);
+  static unsigned char CompleteWord(EditLine* line, int key);
 
   EditLine* m_line;
   History* m_history;

@@ -6,17 +6,32 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "tools/CommandReference.h"
 #include "tools/Editor.h"
 #include "tools/ToolError.h"
 
 namespace {
 
 constexpr const char* kHelp =
-    "  :FREQ 1.5GHZ       sets; docs/commands.md lists the commands\n"
+    "  :FREQ 1.5GHZ       sets\n"
     "  :FREQ?             asks; :FREQ? MAX asks for a limit\n"
     "  :OUTP ON           switches the RF output on\n"
     "  # text             is passed over\n"
-    "  help, quit, exit   these lines; the end\n";
+    "  help HEADER        says what a command does; Tab completes\n"
+    "  quit, exit         the end\n";
+
+bool IsHelp(const std::string& line) {
+  return line == "help" || line.starts_with("help ");
+}
+
+std::string HelpText(const std::string& line) {
+  const std::size_t start = line.find_first_not_of(' ', 4);
+  if (start == std::string::npos) return kHelp;
+  const std::string header = line.substr(start, line.find(' ', start) - start);
+  const CommandEntry* const entry = FindCommand(header);
+  return entry != nullptr ? EntryText(*entry, TerminalWidth())
+                          : "no command \"" + header + "\"; Tab shows those that there are\n";
+}
 
 }  // namespace
 
@@ -35,8 +50,8 @@ std::optional<std::string> Lines::Next() {
   for (;;) {
     std::optional<std::string> line = m_editor->Next(*m_interruption);
     if (line == "quit" || line == "exit") return std::nullopt;
-    if (line != "help") return line;
-    Print(kHelp);
+    if (!line || !IsHelp(*line)) return line;
+    Print(HelpText(*line));
   }
 }
 

@@ -9,6 +9,7 @@
 #include <limits>
 #include <sstream>
 
+#include "tools/CommandReference.h"
 #include "tools/Lines.h"
 #include "tools/ToolError.h"
 
@@ -115,6 +116,24 @@ void AddShell(CLI::App& app) {
   });
 }
 
+/// The reference without a prompt and without an instrument.
+void AddHelp(CLI::App& app) {
+  CLI::App& help = *app.add_subcommand("help", "Says what a SCPI command does");
+  const auto header = std::make_shared<std::string>();
+  help.add_option("HEADER", *header, "In long or short form; all commands unless given");
+  help.callback([header] {
+    if (header->empty()) {
+      for (const CommandEntry& entry : CommandEntries()) std::cout << entry.headers << "\n";
+      return;
+    }
+    const CommandEntry* const entry = FindCommand(*header);
+    if (entry == nullptr) {
+      throw ToolError("no command \"" + *header + "\"; \"scpi-zlt help\" lists those that there are", kMessageFailed);
+    }
+    std::cout << EntryText(*entry, TerminalWidth());
+  });
+}
+
 }  // namespace
 
 void TalkArguments::TakeResource() {
@@ -173,6 +192,7 @@ void AddTalkCommands(CLI::App& app) {
   AddQuery(app);
   AddRun(app);
   AddShell(app);
+  AddHelp(app);
 }
 
 int TalkWithoutVerb(TalkArguments& arguments) {

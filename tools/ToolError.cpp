@@ -18,12 +18,12 @@ bool Coloured() {
   return isatty(STDERR_FILENO) == 1 && terminal != nullptr && std::string_view(terminal) != "dumb";
 }
 
+}  // namespace
+
 std::size_t TerminalWidth() {
   winsize size{};
-  return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1 ? size.ws_col - 1U : 79;
+  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1 ? size.ws_col - 1U : 79;
 }
-
-}  // namespace
 
 void Warn(const std::string& text) {
   const std::string line = "scpi-zlt: " + text;

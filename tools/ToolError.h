@@ -1,6 +1,7 @@
 // How the program ends, and the words for the terminal on the way there.
 #pragma once
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 
@@ -34,3 +35,6 @@ bool ShowsProgress();
 
 /// Replaces the line of progress on the error stream; an empty text clears it. Cut to the width of the terminal.
 void ShowProgress(const std::string& text);
+
+/// Columns that text may take, one less than the terminal has; 79 where there is none.
+std::size_t TerminalWidth();
