@@ -49,6 +49,20 @@ Answer MessageExchange::Exchange(std::string_view message, milliseconds timeout)
 
 Answer MessageExchange::Begin(std::string_view message) {
   if (!InStep()) return {Outcome::kBusy, {}, 0};
+  m_received.clear();
+  m_appended = false;
+  return Send(message);
+}
+
+Answer MessageExchange::Append(std::string_view message) {
+  if (InStep()) return Begin(message);
+  if (!m_unsent.empty()) return {Outcome::kBusy, {}, 0};
+  Answer sent = Send(message);
+  if (sent.outcome == Outcome::kComplete) m_appended = true;
+  return sent;
+}
+
+Answer MessageExchange::Send(std::string_view message) {
   bool needs_end = false;
   const Outcome refused = Sendable(message, needs_end);
   if (refused != Outcome::kComplete) return {refused, {}, 0};
@@ -56,7 +70,6 @@ Answer MessageExchange::Begin(std::string_view message) {
   m_unsent.assign(message);
   if (needs_end) m_unsent += '\n';
   m_unsent += kFence;
-  m_received.clear();
   m_step = Step::kOutstanding;
   if (const long status = SendOn(); status != VI_SUCCESS) return {Outcome::kFailed, {}, status};
   return {};
@@ -85,6 +98,7 @@ Answer MessageExchange::Await(milliseconds timeout) {
 /// Everything has come: cuts the answer of the fence off.
 Answer MessageExchange::Finish() {
   m_step = Step::kInStep;
+  if (m_appended) m_received.clear();
   if (m_received.ends_with(kFenceAnswer)) m_received.resize(m_received.size() - kFenceAnswer.size());
   Answer answer{Outcome::kComplete, {}, 0};
   answer.response.swap(m_received);

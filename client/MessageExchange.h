@@ -78,6 +78,11 @@ class MessageExchange {
   /// outstanding.
   Answer Await(std::chrono::milliseconds timeout);
 
+  /// Sends one more message behind an outstanding one and does not wait. What both answer is of no use then: Await
+  /// gives an empty response when all have run. Not while some of the text is still unsent, because the ring is full:
+  /// kBusy.
+  Answer Append(std::string_view message);
+
   /// False while a message is outstanding.
   bool InStep() const { return m_step == Step::kInStep; }
 
@@ -87,11 +92,13 @@ class MessageExchange {
   long SendOn();
   long Read(long timeout_ms);
   Answer Finish();
+  Answer Send(std::string_view message);
 
   unsigned long m_session;
   Step m_step = Step::kInStep;
-  std::string m_unsent;    ///< what the input ring had no room for yet
-  std::string m_received;  ///< since the message was sent
+  bool m_appended = false;  ///< the response is that of several messages
+  std::string m_unsent;     ///< what the input ring had no room for yet
+  std::string m_received;   ///< since the message was sent
   std::array<unsigned char, 4096> m_piece{};
   long m_timeout_ms = -1;  ///< VI_ATTR_TMO_VALUE as last set
 };

@@ -3,8 +3,10 @@
 echo '{'
 echo '  global:'
 grep -v '^#' "$1" | grep -v '[( ]' | sed 's/.*/    &;/'
-echo '    extern "C++" {'
-grep -v '^#' "$1" | grep '[( ]' | sed 's/.*/      "&";/'
-echo '    };'
+if grep -v '^#' "$1" | grep -q '[( ]'; then
+  echo '    extern "C++" {'
+  grep -v '^#' "$1" | grep '[( ]' | sed 's/.*/      "&";/'
+  echo '    };'
+fi
 echo '  local: *;'
 echo '};'

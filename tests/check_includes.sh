@@ -4,7 +4,7 @@
 set -u
 cd "$(dirname "$0")/.."
 failed=0
-every='include|support|scpi_core|protocol|src|datafiles|simulator|library|client|server|tools|examples|tests|bench|fuzz'
+every='include|support|scpi_core|protocol|src|datafiles|simulator|library|client|server|visa|tools|examples|tests|bench|fuzz'
 
 # allow ROOM [OTHER...]: the room's includes, without those of the others.
 allow() {
@@ -29,6 +29,7 @@ allow datafiles support
 allow simulator protocol
 allow client
 allow server client
+allow visa client
 allow tools client server
 allow examples
 
