@@ -19,7 +19,8 @@ STANDBY   a sweep was armed and waits for its external trigger, or runs: the lin
 ALARM     the synthesizer is not locked
 ON, OFF   the output
 
-While a sweep runs the state takes 400 ms to ask, and a setting 1.5 to 2.5 s: clients keep Tango's time-out of 3 s.
+While a sweep runs the state takes 400 ms to ask, and a setting up to 3 s, which is Tango's own time-out: clients that set
+something then should give it 10 s (set_timeout_millis).
 """
 import os
 import sys

@@ -39,7 +39,13 @@ def server(tmp_path_factory):
         line = process.stdout.readline()
         assert line, said
         said += line
-    yield lambda name: tango.DeviceProxy(f"tango://127.0.0.1:{port}/lab/zlt/{name}#dbase=no")
+
+    def client(name):
+        device = tango.DeviceProxy(f"tango://127.0.0.1:{port}/lab/zlt/{name}#dbase=no")
+        device.set_timeout_millis(20000)
+        return device
+
+    yield client
     process.terminate()
     process.wait(timeout=30)
 
