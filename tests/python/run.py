@@ -7,6 +7,7 @@ import sys
 library, files = sys.argv[1], sys.argv[2:]
 root = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
 os.environ["SCPI_ZLT_LIBRARY"] = library
+os.environ["ZLT_VISA_LIBRARY"] = os.path.join(os.path.dirname(library), "..", "visa", "libzlt_visa.so.1")
 os.environ["PYTHONPATH"] = os.path.join(root, "python")
 os.environ["PYTHONDONTWRITEBYTECODE"] = "1"
 try:
