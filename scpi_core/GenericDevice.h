@@ -82,15 +82,17 @@ class CGenericDevice : public IResponseStream, public CThreadObject {
   neosmart::neosmart_event_t m_close_event = nullptr;     ///< request: close the connection
   neosmart::neosmart_event_t m_open_done_event = nullptr;
   neosmart::neosmart_event_t m_close_done_event = nullptr;
-  neosmart::neosmart_event_t m_ready_event = nullptr;  ///< nothing waits on it
-  neosmart::neosmart_event_t m_cls_event = nullptr;    ///< a written message held "*CLS"; nothing waits on it
-  neosmart::neosmart_event_t m_idle_event = nullptr;   ///< set after each message once the session is closing
-  neosmart::neosmart_event_t m_wait_events[4] = {};    ///< command, open, close, stop: the order is the priority
-  ShortWaits m_waits;                                  ///< of the interpreter, for messages
-  CSafeObject m_input_lock;                            ///< guards the input ring
-  CSafeObject m_output_lock;                           ///< guards the output ring
-  std::atomic<int> m_timeout{1000};                    ///< milliseconds
-  std::atomic<unsigned int> m_open_timeout{0};         ///< milliseconds
+  neosmart::neosmart_event_t m_idle_event = nullptr;  ///< set after each message once the session is closing
+  neosmart::neosmart_event_t m_wait_events[4] = {};   ///< command, open, close, stop: the order is the priority
+  ShortWaits m_waits;                                 ///< of the interpreter, for messages
+  CSafeObject m_input_lock;                           ///< guards the input ring
+  CSafeObject m_output_lock;                          ///< guards the output ring
+  std::atomic<int> m_timeout{1000};                   ///< milliseconds
+  std::atomic<unsigned int> m_open_timeout{0};        ///< milliseconds
+
+  // Events that nothing waits on.
+  neosmart::neosmart_event_t m_ready_event = nullptr;
+  neosmart::neosmart_event_t m_cls_event = nullptr;  ///< a written message held "*CLS"
 };
 
 /// Makes the instrument of a session. Defined beside the instrument; its first call also fills the command tree.

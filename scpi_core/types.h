@@ -48,12 +48,13 @@ enum EParamKind : std::uint32_t {
   kKindBlock = 7,
 };
 
-/// How a parameter may be written; the values are bits.
+/// How a parameter may be written; the values are bits. Nothing reads kForSet and kForQuery: the forms of a command
+/// (EForms) decide.
 enum EParamFlags : std::int32_t {
-  kForSet = 1,        ///< nothing reads it
+  kForSet = 1,
   kTakesWords = 2,    ///< a number may also be one of the words: MINimum, MAXimum, DEFault
   kMayBeLeftOut = 4,  ///< of a set form; of a query everything may
-  kForQuery = 8,      ///< nothing reads it
+  kForQuery = 8,
 };
 constexpr EParamFlags operator|(EParamFlags a, EParamFlags b) {
   return static_cast<EParamFlags>(static_cast<std::int32_t>(a) | static_cast<std::int32_t>(b));

@@ -12,8 +12,28 @@ enum EListMode : int { kListAuto = 0, kListManual = 1 };
 enum ESweepListType : int { kFrequencyList = 0, kPowerList = 1 };
 enum ETrigger : int { kTriggerImmediate = 0, kTriggerExternal = 1, kTriggerBus = 2 };
 enum EUnitType : int { kUnitDbm = 0, kUnitWatt = 1 };
+/// In place of an EUnitType: the unit that is set.
+inline constexpr int kStoredUnit = -1;
+enum EOutputState : int { kOutputOff = 0, kOutputOn = 1 };
+/// Where the output level is controlled.
+enum ELevelling : int { kLevellingInternal = 0, kLevellingExternal = 1 };
 enum EFreqSpacing : int { kSpacingLinear = 0, kSpacingLogarithmic = 1 };
 enum ESlope : int { kSlopePositive = 0, kSlopeNegative = 1 };
+enum EPolarity : int { kPolarityPositive = 0, kPolarityNegative = 1 };
+/// When the auxiliary output pulses, as codes on the wire.
+enum EIntervalCode : int {
+  kIntervalNone = 0,
+  kIntervalSweep = 1,
+  kIntervalStep = 2,
+  kIntervalPoint = 3,
+  kIntervalInput = 4,
+  kIntervalPulse = 5,
+  kIntervalAuxiliary = 7,
+};
+/// Where the pulses of pulse modulation come from.
+enum EModulationSource : int { kModulationInternal = 0, kModulationExternal = 1 };
+/// What the internal source makes.
+enum EModulationType : int { kFreeRun = 0, kSquare = 1, kPulseTrain = 2 };
 /// The quantity that SetFrequency, GetFrequency, SetPower and GetPower read or set.
 enum ETDValueType : int { kValueCW = 0, kValueStart, kValueStop, kValueCenter, kValueSpan, kValuePoints, kValueStep };
 /// One of the keywords, or the number given.
@@ -57,9 +77,9 @@ struct SSweepParameters {
   double stop_power = 0.0;
   double step_power = 0.0;
   SSyncInType sync_in;
-  int sync_interval = 0;           ///< the code on the wire, not the row of the mnemonic table
+  int sync_interval = 0;           ///< an EIntervalCode, not the row of the mnemonic table
   double sync_out_duration = 0.0;  ///< microseconds
-  int sync_out_polarity = 0;
+  int sync_out_polarity = 0;       ///< an EPolarity
   bool sync_out_enabled = false;
   double sync_gen_width = 0.0;
   double sync_gen_period = 0.0;
@@ -80,7 +100,7 @@ struct SSystemParameters {
   bool rf_button = false;
   bool pll = false;
   bool level = false;
-  int power_control = 0;  ///< 0 internal, 1 external levelling
+  int power_control = 0;  ///< an ELevelling
   bool reference = false;
   double phase_adjust = 0.0;
 };
@@ -94,12 +114,12 @@ struct SParameters {
   std::uint32_t sweep_points = 0;  ///< shared by frequency and power sweeps
   double cw_frequency = 0.0;
   double cw_power = 0.0;
-  int output_state = 0;
+  int output_state = 0;  ///< an EOutputState
   int attenuator_strategy = 0;
   int attenuation = 0;
   int rf_out_spare = 0;  ///< field 3 of the second RF-out packets; always 0
   SSweepParameters sweep;
-  int internal_modulation_type = 0;
+  int internal_modulation_type = 0;  ///< an EModulationType
   double pulse_width = 0.0;
   double pulse_period = 0.0;
   std::vector<double> train_widths;  ///< expanded trains, while one is sent
@@ -107,7 +127,7 @@ struct SParameters {
   int train_pulse_count = 0;  ///< never raised: trains can be stored, not started
   bool modulation_enabled = false;
   bool modulation_polarity = false;
-  int modulation_source = 0;
+  int modulation_source = 0;  ///< an EModulationSource
   bool modulation_available = false;
   SSystemParameters system;
 };

@@ -65,22 +65,22 @@ void ConvertOutputData(void* data, int type, char* out, bool terminate) {
   const char* source = text;
   std::size_t length = 0;
   switch (type) {
-    case 0:
+    case kResultPointer:
       length = static_cast<std::size_t>(
           std::snprintf(text, sizeof text, "0x%X", static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(data))));
       break;
-    case 1:
+    case kResultInt:
       length = PrintInt(Load<int>(data), text);
       break;
-    case 2:
+    case kResultDouble:
       length = PrintDouble(Load<double>(data), text);
       break;
-    case 4: {
+    case kResultRegister: {
       const ScopedLocale english("english");
       length = static_cast<std::size_t>(std::snprintf(text, sizeof text, "%d", Load<int>(data)));
       break;
     }
-    case 7:
+    case kResultShortDouble:
       // Odd, and kept: always eight characters, a shorter text filled up with zero bytes.
       std::snprintf(text, sizeof text, "%g", Load<double>(data));
       length = kShortSize;

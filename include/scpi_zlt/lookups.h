@@ -72,13 +72,17 @@ ZLT_API int GetEnumID(const char** names, int index);
 // ---- Results and errors
 // ----------------------------------------------------------------------------------------------------
 
-/// Writes the text of a value to `out`, which the caller makes large enough (128 characters do for numbers); with
-/// `terminate` a zero goes after it. By `type`:
-///   0              "0x" and the low 32 bits of the pointer `data` itself, in hexadecimal
-///   1, 4           `data` points at an int: decimal
-///   2              at a double: "%.12g", with the decimal point of the current locale
-///   7              at a double: exactly eight characters of "%g", a shorter text filled up with zero bytes
-///   anything else  at a terminated string: copied as it is
+/// What `data` is for ConvertOutputData. Any other number: it points at a terminated string, which is copied as it is.
+enum EResultType : int {
+  kResultPointer = 0,      ///< the pointer itself: "0x" and its low 32 bits in hexadecimal
+  kResultInt = 1,          ///< points at an int: decimal
+  kResultDouble = 2,       ///< at a double: "%.12g", with the decimal point of the current locale
+  kResultRegister = 4,     ///< at an int, as kResultInt
+  kResultShortDouble = 7,  ///< at a double: exactly eight characters of "%g", a shorter text filled up with zero bytes
+};
+
+/// Writes the text of a value to `out`, which the caller makes large enough (128 characters do for numbers). With
+/// `terminate` a zero follows it. `type` is an EResultType.
 ZLT_API void ConvertOutputData(void* data, int type, char* out, bool terminate);
 
 /// The text of an SCPI number; "No error" for 0, "" for a number that is not known (and for 317 and 318).

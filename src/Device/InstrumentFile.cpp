@@ -14,7 +14,8 @@
 namespace {
 
 constexpr unsigned int kBytesWanted = 64000;
-constexpr unsigned int kNameOffset = 10;  ///< in the body: after the id, the offset and the count
+constexpr unsigned char kFourByteFormat = 0x40;  ///< values of four bytes without fraction
+constexpr unsigned int kNameOffset = 10;         ///< in the body: after the id, the offset and the count
 constexpr std::size_t kLongestName = 1000;
 constexpr std::int64_t kLongestFile = 16 * 1024 * 1024;
 constexpr int kRepliesWithoutProgress = 8;
@@ -110,7 +111,8 @@ void CDevice::GetFile(std::string name, std::string* content) {
   FileRead file(name);
   FileRead::Next next = FileRead::Next::kMore;
   while (next == FileRead::Next::kMore) {
-    const CDevCommand shape(SK_GET, static_cast<unsigned short>(kNameOffset + name.size() + 1), 2, 0x40, 0, 0);
+    const CDevCommand shape(SK_GET, static_cast<unsigned short>(kNameOffset + name.size() + 1), 2, kFourByteFormat, 0,
+                            0);
     CDevParameter packet(&shape);
     WriteRequest(packet, name, file.Offset());
     const bool failed = ProcessParameter(&packet) != 0;

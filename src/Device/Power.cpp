@@ -13,7 +13,6 @@ namespace {
 constexpr double kDefaultSweepPoints = 501.0;
 /// The only point of an empty list when list mode begins.
 constexpr double kLonePointDbm = -60.0;
-constexpr int kStoredUnit = -1;
 
 }  // namespace
 
@@ -168,7 +167,7 @@ int CDevice::SetPowControl(int& value) {
   // External levelling has no packet of its own: it changes fields of the synchronisation. The model's trigger source
   // follows from the reply to this record, and does not return to its old value.
   SSyncInType record = m_settings.sweep.sync_in;
-  record.source = value == 1 ? kTriggerBus : kTriggerImmediate;
+  record.source = value == kLevellingExternal ? kTriggerBus : kTriggerImmediate;
   return WithRunStopped(Restart::kUnlessRefused, [&] {
     const int status = SetSyncIn(record, m_settings.sweep.single_step);
     return status == 0 ? SendSyncOutParams() : status;
@@ -181,19 +180,19 @@ int CDevice::GetPowControl(int& value) const {
 }
 
 int CDevice::SetOutputEnabled(bool on) {
-  m_settings.output_state = on ? 1 : 0;
+  m_settings.output_state = on ? kOutputOn : kOutputOff;
   return Folded(WithRunStopped(Restart::kUnlessRefused, [&] {
     // Odd, and kept: switching off sends the CW packet in every mode. Otherwise the packets of ":OUTP OFF" would differ
     // in sweep and list mode.
     const int status = on ? SetPwrCommon() : SendRFOut();
-    const bool is_off = !IsFailure(status) && m_settings.output_state != 1;
+    const bool is_off = !IsFailure(status) && m_settings.output_state != kOutputOn;
     if (is_off) m_device_status_reg.ClrRegBit(kStandardEventRegister, kOutputOnBit, true);
     return status;
   }));
 }
 
 int CDevice::GetOutputEnabled(bool& on) const {
-  on = m_settings.output_state == 1;
+  on = m_settings.output_state == kOutputOn;
   return 0;
 }
 

@@ -12,6 +12,7 @@ namespace {
 constexpr long kAskedFrequency = 100000000000;
 constexpr long kAskedFrequencyOfFourBytes = 4001000000;
 constexpr long kAskedPoints = 100001;
+constexpr double kStartPowerDbm = -20.0;
 
 /// Compared as unsigned, so that every VISA status but 0 is a link failure here.
 bool LinkFailed(const Exchange& exchange) {
@@ -47,9 +48,9 @@ int CDevice::Init() {
   ProbeSyncForm();
   m_modulation_has_polarity = true;
   m_frequency_list.assign(1, 2e10);
-  m_power_list.assign(1, -20.0);
+  m_power_list.assign(1, kStartPowerDbm);
   SetStartValues();
-  if (const int status = InitRFOut(0, -20.0, 0, 0, 0); IsFatal(status)) return status;
+  if (const int status = InitRFOut(kOutputOff, kStartPowerDbm, 0, 0, 0); IsFatal(status)) return status;
   SetStartValuesOfSweep();
   ProbePowerLimits();
   StartRunThread();
@@ -114,15 +115,15 @@ void CDevice::ProbeSyncForm() {
 
 void CDevice::SetStartValues() {
   m_settings.power_unit = kUnitDbm;
-  m_settings.output_state = 0;
+  m_settings.output_state = kOutputOff;
   m_settings.attenuator_strategy = 0;
   m_settings.attenuation = 0;
   m_settings.rf_out_spare = 0;
   m_settings.sweep.start_frequency = m_working_low_frequency;
   m_settings.sweep.stop_frequency = m_working_high_frequency;
-  m_settings.sweep.start_power = -20.0;
+  m_settings.sweep.start_power = kStartPowerDbm;
   m_settings.sweep.stop_power = 10.0;
-  m_settings.cw_power = -20.0;
+  m_settings.cw_power = kStartPowerDbm;
   m_settings.sweep.frequency_mode = kModeFixed;
   m_settings.sweep.power_mode = kModeFixed;
   m_settings.sweep_points = 501;
@@ -134,9 +135,9 @@ void CDevice::SetStartValues() {
 void CDevice::SetStartValuesOfSweep() {
   SSweepParameters& sweep = m_settings.sweep;
   sweep.sync_in = {kTriggerBus, false, kSlopePositive};
-  sweep.sync_interval = 1;
+  sweep.sync_interval = kIntervalSweep;
   sweep.sync_out_duration = 1.0;
-  sweep.sync_out_polarity = 0;
+  sweep.sync_out_polarity = kPolarityPositive;
   sweep.sync_out_enabled = false;
   sweep.sync_gen_width = 5e-8;
   sweep.sync_gen_period = 1e-7;
@@ -154,10 +155,10 @@ void CDevice::SetStartValuesOfSweep() {
   m_settings.train_pulse_count = 0;
   m_settings.modulation_enabled = false;
   m_settings.modulation_polarity = false;
-  m_settings.modulation_source = 0;
+  m_settings.modulation_source = kModulationInternal;
   m_settings.modulation_available = true;
   m_settings.system.rf_button = false;
-  m_settings.system.power_control = 0;
+  m_settings.system.power_control = kLevellingInternal;
 }
 
 // Odd, and kept: the CW power stays at the instrument's minimum. ":POW?" answers it after opening, and ":OUTP ON" sends

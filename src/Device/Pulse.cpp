@@ -12,21 +12,18 @@
 
 namespace {
 
-constexpr int kModeOff = 0;
-constexpr int kModePulse = 2;
-constexpr int kSourceInternal = 0;
-constexpr int kSourceExternal = 1;
-constexpr int kTypeSquare = 1;
-constexpr int kTypeTrain = 2;
+/// Modulation modes on the wire.
+enum EWireMode : int { kWireOff = 0, kWirePulse = 2 };
 /// Sources on the wire.
+constexpr double kWireNone = 0.0;
 constexpr double kWireExternal = 2.0;
 constexpr double kWireInternal = 3.0;
 
 constexpr std::size_t kMostPulses = 123;  ///< in one packet
 
 double WireSource(int source) {
-  if (source == kSourceInternal) return kWireInternal;
-  return source == kSourceExternal ? kWireExternal : 0.0;
+  if (source == kModulationInternal) return kWireInternal;
+  return source == kModulationExternal ? kWireExternal : kWireNone;
 }
 
 std::vector<double> Train(const double* values, int count) {
@@ -50,11 +47,11 @@ double PickLimit(double plain, ETDDefaultType def, double minimum, double maximu
 int CDevice::HW_SetModulationPulse(int mode, int& source, double* widths, double* gaps, int count, bool polarity) {
   return WithRunStopped(Restart::kUnlessRefused, [&] {
     const auto pulses = static_cast<std::size_t>(std::max(0, count));
-    double source_taken = 0.0;
+    double source_taken = kWireNone;
     const Sent sent = SendPulses(mode, source, {widths, pulses}, {gaps, pulses}, polarity, source_taken);
     if (!sent.replied || IsFailure(sent.status)) return sent;
-    if (source_taken == kWireExternal) source = kSourceExternal;
-    if (source_taken == kWireInternal) source = kSourceInternal;
+    if (source_taken == kWireExternal) source = kModulationExternal;
+    if (source_taken == kWireInternal) source = kModulationInternal;
     return Sent(0);
   });
 }
@@ -99,7 +96,7 @@ int CDevice::PulseGeneratorConfigure(double& width) {
   double gap = m_settings.pulse_period - width;
   if (gap < 0.0) gap = 0.0;
   return WithRunStopped(Restart::kUnlessRefused, [&] {
-    const int status = HW_SetModulationPulse(kModePulse, m_settings.modulation_source, &m_settings.pulse_width, &gap, 1,
+    const int status = HW_SetModulationPulse(kWirePulse, m_settings.modulation_source, &m_settings.pulse_width, &gap, 1,
                                              m_settings.modulation_polarity);
     if (IsFailure(status)) return status;
     width = m_settings.pulse_width;
@@ -114,7 +111,7 @@ int CDevice::PacketGeneratorConfigure() {
   ExpandTrain();
   const int count = std::min(m_settings.train_pulse_count, static_cast<int>(m_settings.train_widths.size()));
   return WithRunStopped(Restart::kUnlessRefused, [&] {
-    return HW_SetModulationPulse(kModePulse, m_settings.modulation_source, m_settings.train_widths.data(),
+    return HW_SetModulationPulse(kWirePulse, m_settings.modulation_source, m_settings.train_widths.data(),
                                  m_settings.train_gaps.data(), count, m_settings.modulation_polarity);
   });
 }
@@ -138,11 +135,11 @@ void CDevice::ExpandTrain() {
 int CDevice::SetModulationEnabled(bool on) {
   m_settings.modulation_enabled = on;
   const int source = m_settings.modulation_source;
-  if (on && source == kSourceInternal) {
+  if (on && source == kModulationInternal) {
     switch (m_settings.internal_modulation_type) {
-      case kTypeTrain:
+      case kPulseTrain:
         return Folded(PacketGeneratorConfigure());
-      case kTypeSquare: {
+      case kSquare: {
         double half_period = m_settings.pulse_period / 2.0;
         return Folded(PulseGeneratorConfigure(half_period));
       }
@@ -153,7 +150,7 @@ int CDevice::SetModulationEnabled(bool on) {
   int sent_source = source;
   double width = 0.0;
   double gap = 0.0;
-  const int mode = on && source == kSourceExternal ? kModePulse : kModeOff;
+  const int mode = on && source == kModulationExternal ? kWirePulse : kWireOff;
   return Folded(WithRunStopped(Restart::kUnlessRefused, [&] {
     return HW_SetModulationPulse(mode, sent_source, &width, &gap, 1, m_settings.modulation_polarity);
   }));

@@ -22,7 +22,7 @@ void AssignBit(sStatusReg& registers, short bit, bool on) {
 }  // namespace
 
 int CDevice::SetRFRegister() {
-  if (m_settings.output_state == 0) {
+  if (m_settings.output_state == kOutputOff) {
     AssignBit(m_device_status_reg, kOutputOnBit, false);
     return 0;
   }

@@ -14,12 +14,11 @@ namespace {
 /// Codes of the trigger input on the wire.
 enum EInputCode : int { kInputOff = 0, kInputExternal = 1, kInputStep = 2, kInputStepForm = 3, kInputBus = 4 };
 
-/// Codes of the auxiliary output, in the order of its mnemonics: point, sweep, auxiliary, pulse, step, input.
-constexpr std::array<int, 6> kIntervalCodes = {3, 1, 7, 5, 2, 4};
-constexpr int kPulseInterval = 5;
+/// In the order of the mnemonics.
+constexpr std::array<int, 6> kIntervalCodes = {kIntervalPoint, kIntervalSweep, kIntervalAuxiliary,
+                                               kIntervalPulse, kIntervalStep,  kIntervalInput};
 
 constexpr int kRefused = -1;
-constexpr int kExternalLeveling = 1;
 
 int InputCode(const SSyncInType& record, bool single_step, bool is_leveling) {
   if (record.source == kTriggerBus && is_leveling) return kInputBus;
@@ -31,7 +30,7 @@ int InputCode(const SSyncInType& record, bool single_step, bool is_leveling) {
 }  // namespace
 
 int CDevice::SetSyncIn(SSyncInType& record, bool single_step) {
-  const bool is_leveling = m_settings.system.power_control == kExternalLeveling;
+  const bool is_leveling = m_settings.system.power_control == kLevellingExternal;
   if (record.source < kTriggerImmediate || record.source > kTriggerBus) return kRefused;
   int code = InputCode(record, single_step, is_leveling);
   bool slope = record.slope == kSlopeNegative;
@@ -107,9 +106,9 @@ int CDevice::SendSyncOutParams() {
 
 int CDevice::SendFirstChannel() {
   SSweepParameters& sweep = m_settings.sweep;
-  const bool is_leveling = m_settings.system.power_control == kExternalLeveling;
-  int code = is_leveling || sweep.sync_out_enabled ? sweep.sync_interval : 0;
-  bool polarity = sweep.sync_out_polarity == 1;
+  const bool is_leveling = m_settings.system.power_control == kLevellingExternal;
+  int code = is_leveling || sweep.sync_out_enabled ? sweep.sync_interval : kIntervalNone;
+  bool polarity = sweep.sync_out_polarity == kPolarityNegative;
   int duration = TruncToInt32(0.05 + sweep.sync_out_duration);
   int leveling = is_leveling ? 1 : 0;
   int reserved = 0;
@@ -118,23 +117,23 @@ int CDevice::SendFirstChannel() {
 
   if (const int failure = SettleSyncOutput(code)) return failure;
   sweep.sync_out_duration = duration;
-  sweep.sync_out_polarity = polarity ? 1 : 0;
+  sweep.sync_out_polarity = polarity ? kPolarityNegative : kPolarityPositive;
   return status;
 }
 
 int CDevice::SettleSyncOutput(int got) {
   SSweepParameters& sweep = m_settings.sweep;
-  const bool wants_pulse = sweep.sync_interval == kPulseInterval;
-  const bool got_pulse = got == kPulseInterval;
+  const bool wants_pulse = sweep.sync_interval == kIntervalPulse;
+  const bool got_pulse = got == kIntervalPulse;
   if (wants_pulse && got_pulse && sweep.sync_out_enabled) return 0;
 
   int result = got;
-  if (wants_pulse || got_pulse || sweep.sync_out_enabled != (got != 0)) {
-    const bool has_pulse = got_pulse || (wants_pulse && got != 0);
-    result = has_pulse ? kPulseInterval : 0;
+  if (wants_pulse || got_pulse || sweep.sync_out_enabled != (got != kIntervalNone)) {
+    const bool has_pulse = got_pulse || (wants_pulse && got != kIntervalNone);
+    result = has_pulse ? kIntervalPulse : kIntervalNone;
     if (const int failure = SendSecondChannel(result)) return failure;
   }
-  if (result != 0) {
+  if (result != kIntervalNone) {
     sweep.sync_interval = result;
   } else {
     sweep.sync_out_enabled = false;

@@ -22,7 +22,7 @@ int SendText(CDevice& device, std::string_view text) {
 }
 
 int SendNumber(CDevice& device, double value) {
-  ConvertOutputData(&value, 2, CommandResultBuffer, true);
+  ConvertOutputData(&value, kResultDouble, CommandResultBuffer, true);
   return SendText(device, CommandResultBuffer);
 }
 

@@ -45,7 +45,7 @@ int SCPI_ESR(const Call& call) {
   CDevice& generator = call.Generator();
   int value = 0;
   const int status = generator.SCPI_ESR(value);
-  ConvertOutputData(&value, 4, CommandResultBuffer, true);
+  ConvertOutputData(&value, kResultRegister, CommandResultBuffer, true);
   SendText(generator, CommandResultBuffer);
   return status;
 }

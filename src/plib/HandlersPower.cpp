@@ -12,11 +12,9 @@
 namespace scpi_lib {
 namespace {
 
-constexpr Quantity kPower = {&CDevice::GetPower, &CDevice::SetPower, &sLimits::low_power, &sLimits::high_power,
-                             [](const CDevice& generator, double dbm) {
-                               constexpr int kUnitOfAnswers = -1;
-                               return generator.ConvertPower(dbm, kUnitOfAnswers, false);
-                             }};
+constexpr Quantity kPower = {
+    &CDevice::GetPower, &CDevice::SetPower, &sLimits::low_power, &sLimits::high_power,
+    [](const CDevice& generator, double dbm) { return generator.ConvertPower(dbm, kStoredUnit, false); }};
 
 }  // namespace
 

@@ -63,7 +63,7 @@ int AnswerTrain(const Call& call, CDevice& generator, int (CDevice::*getter)(dou
   std::string text;
   for (int i = 0; i < count; ++i) {
     char number[128];
-    ConvertOutputData(&values[i], 2, number, true);
+    ConvertOutputData(&values[i], kResultDouble, number, true);
     if (i > 0) text += ',';
     text += number;
   }
