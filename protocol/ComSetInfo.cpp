@@ -1,5 +1,5 @@
-// Names of the protocol's numbers, and the public lookups over them. A row's number follows from its place: one more
-// than the row before, or what stands behind "=". The texts are in ComSetTexts.cpp.
+// Names of the protocol's numbers, and the public lookups over them. The number of a row follows from its place: one
+// more than the row before, or the number after "=". The texts are in ComSetTexts.cpp.
 #include "protocol/ComSetInfo.h"
 
 #include "scpi_zlt/lookups.h"
@@ -317,7 +317,7 @@ static_assert(szParametersNames[kParametersCount - 1] != nullptr);
 
 namespace {
 
-/// The lookups take tables of writable pointers, and only read them.
+/// The lookups take tables of writable pointers, though they only read them.
 const char** Rows(const char* const* table) {
   return const_cast<const char**>(table);
 }

@@ -1,5 +1,5 @@
-// Names and texts of the protocol's numbers: commands, statuses, parameters. The public lookups over these tables are
-// declared in scpi_zlt/lookups.h. Shared with the simulator, whose packet log speaks these names.
+// Names and texts of the protocol's numbers: commands, statuses, parameters. scpi_zlt/lookups.h declares the public
+// lookups over these tables. The simulator uses these names in its packet log.
 #pragma once
 
 inline constexpr int kCommandsCount = 8;

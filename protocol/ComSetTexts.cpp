@@ -1,4 +1,4 @@
-// What the status and parameter numbers mean, in Russian, row by row beside the names in ComSetInfo.cpp.
+// The meaning of status and parameter numbers in Russian, in the order of the names in ComSetInfo.cpp.
 #include "protocol/ComSetInfo.h"
 
 // clang-format off

@@ -1,5 +1,5 @@
-// The numbers of the instrument's protocol: commands in a packet's head, status codes in a reply, parameter ids in a
-// body. Their names and texts are in ComSetInfo.h. Shared with the simulator; knows nobody.
+// The numbers of the instrument's protocol: commands in the head of a packet, status codes in a reply, parameter ids in
+// a body. Their names and texts are in ComSetInfo.h. The simulator includes this too; it includes nothing of ours.
 #pragma once
 
 #include <cstdint>
@@ -19,8 +19,8 @@ enum ECommand : int {
   SK_EXEC = 7,
 };
 
-/// Status field of a packet's head: success and warnings (0 to 24), errors made on this side of the link (SE_), errors
-/// of the device and of its services (negative). Read as unsigned, 0x5000 and above is a failure.
+/// Status field of a packet's head: success and warnings (0 to 24), errors of this side of the link (SE_), errors of
+/// the device and of its services (negative). Read as unsigned, 0x5000 and above is a failure.
 enum EStatus : int {
   SK_NO_ERROR = 0,
   SK_PARAMETER_CORRECTED,
@@ -136,15 +136,15 @@ enum EStatus : int {
   SK_W3T_USER_CHANGES,
 };
 
-// Where success ends, told in four ways. They differ, and instruments of all ages have been used with each.
+// Four limits between success and failure. They differ, and instruments of all ages have been used with each.
 
-/// What a setting reports as failed: 16 bits, read as unsigned, of this and above. -224 and -226 are failures too.
+/// A setting has failed when its status, 16 bits read as unsigned, is this or more. -224 and -226 are failures too.
 inline constexpr std::uint16_t kFirstFailure = 0x5000;
-/// Above this, or negative, a reply makes the exchange reset the instrument's command state.
+/// After a reply with a status above this, or a negative one, the exchange resets the command state of the instrument.
 inline constexpr std::int16_t kLastStatusWithoutReset = 20480;
-/// Above this, read as unsigned, a reply to SK_RUN ends the run.
+/// A reply to SK_RUN with a status above this, read as unsigned, ends the run.
 inline constexpr std::uint16_t kLastStatusOfARun = 20000;
-/// Above this, read as unsigned, the result of an exchange is a link that failed while RF-out forms are tried.
+/// While RF-out forms are tried, a result of an exchange above this, read as unsigned, is a link failure.
 inline constexpr unsigned long kLastResultOfALink = 10000;
 
 /// Parameter id, the first word of a parameter packet's body.

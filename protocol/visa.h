@@ -1,8 +1,8 @@
-// The part of the VISA library that the link needs, as the provider libSkVisa.so.2 exports it. Statuses have their
-// names of VPP-4.3.
+// The functions of the VISA library that the link needs, as the provider libSkVisa.so.2 exports them. Statuses have
+// their VPP-4.3 names.
 //
-// Providers return a status of 32 or 64 bits and store counts, sessions and attributes of either width; src/Provider.h
-// brings both to one, so nothing else calls these.
+// Providers return a status of 32 or 64 bits, and store counts, sessions and attributes of either width. src/Provider.h
+// brings both to one width, so nothing else calls these.
 #pragma once
 
 #include "scpi_zlt/scpi_zlt.h"

@@ -1,7 +1,7 @@
-// One parsed SCPI message unit, as the parser sees it (C++ only). To debug a message, print it with Show.
+// One parsed program message unit, as the parser sees it (C++ only). To debug a message, print it with Show.
 //
-// Tokens are marked by offset and length in one private copy of the text; nothing in it is terminated. An sCommand owns
-// all it points at and copies deeply.
+// Offset and length mark a token in one private copy of the text; nothing in it is terminated. An sCommand owns all
+// that it points at, and copies are deep.
 #pragma once
 
 #include <cstdint>
@@ -11,14 +11,14 @@
 #include "scpi_zlt/export.h"
 #include "scpi_zlt/lookups.h"
 
-/// What a token of a message unit turned out to be.
+/// The kind of a token.
 enum ETokenType : std::int32_t {
   kTokenUnknown = 0,
-  kTokenNode = 1,       ///< a header token that a row of the command tree took
+  kTokenNode = 1,       ///< a header token that matched a row of the command tree
   kTokenParameter = 2,  ///< a parameter token that became a value
 };
 
-/// What a parsed parameter is.
+/// The kind of a parsed parameter.
 enum EParamType : std::int32_t {
   kParamNumber = 2,
   kParamCharacter = 3,  ///< character data: one of the words of a table
@@ -32,7 +32,7 @@ struct sSubString {
   std::int32_t offset = 0;
   std::int32_t length = 0;  ///< without any numeric suffix
   ETokenType type = kTokenUnknown;
-  std::int32_t channel = 0;  ///< numeric suffix of a header token, 0 if none, -1 if it does not begin with a letter
+  std::int32_t channel = 0;  ///< numeric suffix of a header token, 0 if none, -1 if no letter begins the token
 };
 
 /// One parsed parameter, as handlers receive it.
@@ -68,7 +68,7 @@ struct ZLT_API sCommand {
   std::vector<sParamInfo> parameters;
   std::int32_t parsed_count = 0;
   sComErrorInfo* error_info = nullptr;  ///< the handler's detailed error
-  bool final_attempt = false;           ///< the unit is not tried again: its handler may take the parameters away
+  bool final_attempt = false;           ///< the unit is not tried again, so its handler may take the parameters over
 };
 
 /// Prints a command's tokens and values on standard output.

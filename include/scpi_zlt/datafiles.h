@@ -5,14 +5,14 @@
 //   std::cout << std::abs(network.At(0, 2, 1)) << '\n';  // |S21| at the first frequency
 //
 // The functions of matrix.h and touchstone.h keep odd answers, so that older programs read and write the same files (a
-// word ends its line, zero is saved as -200, a falling frequency begins the noise). These do not: what is written reads
-// back to the same numbers, and what is not understood or cannot be written so is refused. Nothing is written when
-// something is refused.
+// word ends its line, zero is saved as -200, a falling frequency begins the noise). These functions have no such
+// answers: what is written reads back to the same numbers, and what would not, or is not understood, is refused. A
+// refusal writes nothing.
 //
-// Touchstone files follow Touchstone 1.1: any number of ports, rows that go on over several lines, any reference
-// impedance, S, Y, Z, G and H parameters. Version 2.0 keywords ("[Version] 2.0") are refused.
+// Touchstone files follow Touchstone 1.1: any number of ports, rows over several lines, any reference impedance, S, Y,
+// Z, G and H parameters. Version 2.0 keywords ("[Version] 2.0") are refused.
 //
-// All functions throw DataFileError, and std::bad_alloc. They may be called side by side from any threads.
+// All functions throw DataFileError, and std::bad_alloc. Any number of threads may call them at once.
 #pragma once
 
 #include <complex>
@@ -35,7 +35,7 @@ class DataFileError : public std::runtime_error {
         m_reason(std::move(reason)) {}
 
   const std::filesystem::path& File() const noexcept { return m_file; }
-  /// Counted from 1; 0 when the error concerns no line.
+  /// Counted from 1; 0 if the error belongs to no line.
   std::size_t Line() const noexcept { return m_line; }
   const std::string& Reason() const noexcept { return m_reason; }
 
@@ -49,7 +49,7 @@ class DataFileError : public std::runtime_error {
 struct Matrix {
   std::size_t columns = 0;
   std::vector<double> values;
-  /// Comment lines with their marks ("#", "!" or "["), joined by "\n"; a line without a mark is written after "# ".
+  /// Comment lines with their marks ("#", "!" or "["), joined by "\n". A line without a mark is written after "# ".
   std::string comment;
 
   std::size_t Rows() const { return columns != 0 ? values.size() / columns : 0; }
@@ -57,7 +57,7 @@ struct Matrix {
 };
 
 enum class MatrixForm {
-  kPlain,  ///< blanks or tabs between values; "1,5" is a decimal comma, a comma before a blank is a separator
+  kPlain,  ///< blanks or tabs between values; the comma of "1,5" is decimal, one before a blank separates
   kCsv,    ///< commas between values; when read also ";", with decimal points or commas, as the first line has it
   kEnr     ///< noise source: first column is a frequency in MHz in memory, with a unit or in Hz in the file
 };
@@ -84,7 +84,7 @@ struct NoisePoint {
   double resistance = 0.0;  ///< effective noise resistance, normalised
 };
 
-/// Parameters over frequency. Y, Z, G and H values stand as in the file, normalised to the reference.
+/// Parameters over frequency. Y, Z, G and H values are those of the file, normalised to the reference.
 struct Network {
   std::size_t ports = 0;
   char parameter = 'S';
@@ -111,13 +111,13 @@ struct TouchstoneOptions {
 };
 
 /// The number of ports comes from the rows; an extension like ".s2p" must agree with it. Frequencies must rise. A
-/// number that is finite in the file but not in memory ("1e300 GHz", "1e5 dB") is refused.
+/// number that is finite in the file but would not be in memory ("1e300 GHz", "1e5 dB") is refused.
 Network ReadTouchstone(const std::filesystem::path& file);
 
-/// Numbers have as many digits as they need; RI and Hz read back to the same bits, the other forms to within rounding.
-/// Zero is "-6500 0" in decibels, which reads back as zero. NaN, infinity, a magnitude that overflows, frequencies that
-/// do not rise, and ports that an extension like ".s2p" contradicts are refused. Not noticed are frequencies that rise
-/// by the last bit or two and become equal in a unit other than Hz: such a file is refused when it is read.
+/// Numbers have as many digits as they need. RI and Hz read back to the same bits, the other forms to within rounding.
+/// Zero is "-6500 0" in decibels, which reads back as zero. Refused are NaN, infinity, a magnitude that overflows,
+/// frequencies that do not rise, and ports that an extension like ".s2p" contradicts. Not noticed are frequencies that
+/// rise by the last bit or two and become equal in a unit other than Hz: such a file is refused when it is read.
 void WriteTouchstone(const std::filesystem::path& file, const Network& network, const TouchstoneOptions& options = {});
 
 }  // namespace scpi_zlt

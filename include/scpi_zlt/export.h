@@ -1,4 +1,5 @@
-// Marks what the shared library exports. Everything else is hidden; scripts compare the result with cmake/exports.txt.
+// Marks the exports of the shared library. Everything else is hidden; scripts compare the result with
+// cmake/exports.txt.
 #pragma once
 
 #if defined(__GNUC__)

@@ -1,9 +1,9 @@
 // String and number helpers, the time-stamped text log, and the fatal checks, as the library exports them (C++ only).
 //
-// Nothing here touches a session. All functions but those of CLogFile may be called from any thread at any time;
-// results are values that the caller owns. Text is a terminated string; a null pointer counts as an empty one. Letters
-// and case are ASCII: no locale changes what a helper does, save the decimal point and the letter of FloatToStrF and
-// the date of CLogFile. Wide forms behave as their narrow twins. Nothing throws but std::bad_alloc.
+// Nothing here touches a session. Any thread may call any function at any time, except those of CLogFile; results are
+// values that the caller owns. Text is a terminated string; a null pointer counts as an empty one. Letters and case are
+// ASCII: no locale changes what a helper does, except the decimal point and the letter of FloatToStrF, and the date of
+// CLogFile. Wide forms behave as their narrow twins. Nothing throws but std::bad_alloc.
 #pragma once
 
 #include <cstddef>
@@ -18,7 +18,7 @@
 
 /// How round_to rounds. Any other number leaves the value as it is.
 enum EDigitRoundMode : int {
-  kRoundNearest = 0,  ///< halves go away from zero
+  kRoundNearest = 0,  ///< halves are rounded away from zero
   kRoundDown = 1,     ///< toward minus infinity
   kRoundUp = 2,       ///< toward plus infinity
 };
@@ -37,8 +37,8 @@ ZLT_API double round_to(double value, int digit, EDigitRoundMode mode);
 /// Upper-cases at most `count` leading characters in place (-1: all of them), stopping at the end. Returns `text`.
 ZLT_API char* ToUpper(char* text, int count);
 
-/// The number in a text: skips to the first digit or "-", then decimal digits, modulo 2^32. "0x" begins a hexadecimal
-/// number, of which lower-case digits are no part: "0x1f" is 1. Without a number: 0.
+/// The number in a text: skips to the first digit or "-", then reads decimal digits, modulo 2^32. "0x" begins a
+/// hexadecimal number, but lower-case digits are no part of it: "0x1f" is 1. Without a number: 0.
 ZLT_API int str2int(const char* text);
 ZLT_API int wcs2int(const wchar_t* text);
 
@@ -53,13 +53,13 @@ ZLT_API int get_parameter_count(const char* text, char separator);
 /// The parts of a resource name, cut at "::". Also assigned to `parts_out` when that is not null.
 ZLT_API std::vector<std::string> ParseAddress(std::string address, std::vector<std::string>* parts_out);
 
-/// The value by swprintf in a field of 6, cut at 511 characters, with the decimal point of the current locale. A
+/// The value by swprintf in a field of 6 characters, cut at 511, with the decimal point of the current locale. A
 /// precision below 0 counts as 0; `digits` is not used.
 ZLT_API std::wstring FloatToStrF(double value, TFloatFormat format, int precision, int digits);
 
 namespace stdex {
 
-/// `text` without the leading, trailing, or both kinds of characters that stand in `set`.
+/// `text` without the leading, trailing, or both kinds of characters that `set` contains.
 ZLT_API std::string trim_left(const char* text, const char* set);
 ZLT_API std::string trim_right(const char* text, const char* set);
 ZLT_API std::string trim(const char* text, const char* set);
@@ -70,12 +70,12 @@ ZLT_API std::wstring wtrim(const wchar_t* text, const wchar_t* set);
 ZLT_API std::size_t strlen(const char* text);
 ZLT_API std::size_t strlen(const wchar_t* text);
 
-/// The value in decimal. `width_hint` is no radix: 16 puts one "0" in front when the number of characters is odd, so
-/// 255 gives "0255". Kept: see "Why odd answers are kept" in docs/architecture.md.
+/// The value in decimal. `width_hint` is no radix: 16 puts one "0" before an odd number of characters, so 255 gives
+/// "0255". Odd, and kept: see "Why odd answers are kept" in docs/architecture.md.
 ZLT_API std::string itos(int value, int width_hint);
 ZLT_API std::wstring itow(int value, int width_hint);
 
-/// As the global twins; mind the other order of arguments.
+/// As the global twins, with the last two arguments exchanged.
 ZLT_API std::string get_parameter(const char* text, char separator, int index);
 ZLT_API std::wstring get_parameterW(const wchar_t* text, wchar_t separator, int index);
 ZLT_API int get_parameter_count(const char* text, char separator);
@@ -103,8 +103,8 @@ std::basic_string<Char> toupper(std::basic_string<Char> text) {
   return text;
 }
 
-/// A copy in which every occurrence of `what` is replaced, going on after what was put in. Nothing for an empty
-/// `what`.
+/// A copy in which every occurrence of `what` is replaced. The search goes on after the replacement. With an empty
+/// `what` nothing is replaced.
 template <class Char>
 std::basic_string<Char> replace(std::basic_string<Char> text, const std::type_identity_t<std::basic_string<Char>>& what,
                                 const std::type_identity_t<std::basic_string<Char>>& with) {
@@ -151,7 +151,8 @@ class ZLT_API CLogFile {
   std::unique_ptr<std::ofstream> m_stream;
 };
 
-/// Ends the process by abort if `condition` is false, after telling on standard error what was expected, and where.
+/// Ends the process by abort if `condition` is false, after it has printed on standard error what was expected and
+/// where.
 ZLT_API void __M_Assert(const char* expected, bool condition, const char* source, int line, const char* message);
 
 /// The same with data: at most `size` bytes of it, up to the first zero.

@@ -1,34 +1,34 @@
 // Names, numbers and texts (C++ only): statuses, parameters and commands of the instrument's protocol by number, name
 // and row, and the routines between a handler's result and its text.
 //
-// Three kinds of failure exist and never mix: VISA statuses (sign-extended to long), SCPI numbers (int, negative or
-// from 103 up) and device statuses (signed 16-bit; widen them with their sign: -32768 is known, 32768 is not).
-// ConvertErrorSorvsToScpi brings the third to the second.
+// There are three kinds of failure, which never mix: VISA statuses (sign-extended to long), SCPI numbers (int, negative
+// or from 103 up) and device statuses (signed 16-bit; widen them with their sign: -32768 is known, 32768 is not).
+// ConvertErrorSorvsToScpi makes an SCPI number of a device status.
 //
-// Everything here is safe from any thread. Returned pointers point at constant text of the library, valid until it is
-// unloaded; nobody frees them. Nothing throws. Wide texts are Russian.
+// Any thread may call everything here. Returned pointers point at constant text of the library, valid until it is
+// unloaded; they must not be freed. Nothing throws. Wide texts are Russian.
 #pragma once
 
 #include <exception>
 
 #include "scpi_zlt/export.h"
 
-/// What a command failed with: an SCPI number, 0 for none, and its text, which is not owned.
+/// The failure of a command: an SCPI number, 0 for none, and its text, which is not owned.
 struct sComErrorInfo {
   int code = 0;
   const char* text = "No error";
 };
 
-// ---- Protocol numbers and their names
-// ------------------------------------------------------------------------------------
+// ---- Protocol numbers and their names ----
 
-/// The name of a command (0 to 7), as "SK_SET"; null for an unknown number.
+/// The name of a command (0 to 7), such as "SK_SET"; null for an unknown number.
 ZLT_API const char* GetCommandName(int id);
-/// The number of a command by its name or its name without the first two or three characters ("SK_SET", "SET"), with
-/// case; -1 if there is none. A text that begins with a digit is a number and is returned as such, known or not.
+/// The number of a command by its name, or by its name without the first two or three characters ("SK_SET", "SET"),
+/// with case; -1 if there is none. A text that begins with a digit is a number, and that number is returned, known or
+/// not.
 ZLT_API int GetCommandID(const char* text);
 
-/// The row of a status. The first row of a run keeps its number: "SE_READ_TIMEOUT = 20486". Mind that an unknown number
+/// The row of a status. The first row of a run holds its number: "SE_READ_TIMEOUT = 20486". Note that an unknown number
 /// gives "NO_ERROR".
 ZLT_API const char* GetErrorName(int id);
 /// The message of a status, or L"Неизвестная ошибка".
@@ -50,14 +50,13 @@ ZLT_API int GetParametersCount();
 /// The parameter in row `row`, counted from 0; -1 outside the table.
 ZLT_API int GetParameterIDByIndex(int row);
 
-// ---- The routines behind them, for tables of the caller's own
-// --------------------------------------------------------------
+// ---- The same routines for tables of the caller's own ----
 //
 // Rows are written like enumerators in source code, "NAME" or "NAME = 20486": the first is number 0, one with "=" has
 // the number after it, any other the number before plus 1. An empty or null row counts as well. Tables are only
 // read.
 
-/// Index of the first row with that number; `count` if there is none, 0 for a count below 1.
+/// Index of the first row with that number; `count` if there is none, 0 if `count` is below 1.
 ZLT_API int GetEnumIndexByID(const char** names, int count, int id);
 /// That row, whole; null if there is none.
 ZLT_API const char* GetEnumName(const char** names, int count, int id);
@@ -69,8 +68,7 @@ ZLT_API int GetEnumID(const char** names, int count, const char* text);
 /// The number of a row; -1 for a negative index. There is no upper bound: the caller stays inside the table.
 ZLT_API int GetEnumID(const char** names, int index);
 
-// ---- Results and errors
-// ----------------------------------------------------------------------------------------------------
+// ---- Results and errors ----
 
 /// What `data` is for ConvertOutputData. Any other number: it points at a terminated string, which is copied as it is.
 enum EResultType : int {

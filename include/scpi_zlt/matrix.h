@@ -1,8 +1,8 @@
-// Tables of doubles in text files: plain tables, CSV, noise-source ENR files, each optionally scrambled.
+// Tables of doubles in text files: plain tables, CSV, and noise-source ENR files. Each may be scrambled.
 //
 // Results of every function here: 0 success, -1 the file cannot be opened, rewound or written whole, -3 data lines with
 // different numbers of values, -4 no data. No exception leaves these functions. They keep no state: threads may call
-// them side by side, each on its own matrix.
+// them at once, each on its own matrix.
 //
 // Numbers have a decimal point whatever the locale of the process. Comment text is decoded and encoded by the
 // environment's locale; a byte that cannot be decoded is read as the character of the same number, a character that
@@ -12,7 +12,7 @@
 // What does not come back as it was saved:
 //  - values are written with 6 significant digits;
 //  - the ENR form writes ", " between values and reads a comma as a decimal point, so "2000, 15.3" loads but "1.5, 2"
-//    loads as 1.5 alone; the frequency is written as it is, but read in the unit that the version line says;
+//    loads as 1.5 alone; the frequency is written as it is, but read in the unit of the version line;
 //  - NaN and infinity are written as words, and a word ends its line on load;
 //  - a comment line without "#", "!" or "[" in front is read as data.
 // The functions of scpi_zlt/datafiles.h do without these surprises.
@@ -50,7 +50,7 @@ class ZLT_API CSimpleMatrix : public ICustomMatrix<double> {
   CSimpleMatrix& operator=(CSimpleMatrix&& other) noexcept;
   ~CSimpleMatrix() override;
 
-  /// Keeps the values when the size is the present one; else every value becomes 0. Always 0.
+  /// Keeps the values if the size does not change; otherwise every value becomes 0. Always 0.
   int SetSize(unsigned int columns, unsigned int rows) override;
   /// Size of the first column; 0 without columns.
   unsigned int Rows() const override;
@@ -66,11 +66,11 @@ class ZLT_API CSimpleMatrix : public ICustomMatrix<double> {
   std::vector<std::vector<double>> m_columns;
 };
 
-/// Form of a file. The file's name never decides it.
+/// Form of a file, whatever its name.
 enum EMatrixFlags : int {
   kMatrixPlain = 0,
   kMatrixStopAtCrc = 1,  ///< a line that starts with "#CRC" ends the data; nothing is checked
-  kMatrixScrambled = 2,  ///< needs the text in memory while it is read
+  kMatrixScrambled = 2,  ///< reading holds the whole text in memory
   kMatrixCsv = 4,        ///< a comma separates values; in the other forms it is a decimal comma
   kMatrixEnr = 8         ///< "[Filetype ENR]", a version line, frequencies read into MHz
 };
@@ -82,14 +82,14 @@ constexpr EMatrixFlags operator|(EMatrixFlags a, EMatrixFlags b) {
 /// 0. Resizes the target if its size differs, then copies every value. A null matrix gives -4.
 ZLT_API int CopyCustomMatrix(ICustomMatrix<double> const* from, ICustomMatrix<double>* to);
 
-/// Reads from the stream's position to count, then from the stream's start to store: the stream must be able to seek
+/// Reads from the stream's position to count, then from the stream's start to store, so the stream must be able to seek
 /// (-1). `matrix` and `comment` may each be null; with both null the data is still checked. The comment lines are
 /// joined by "\n". The last argument has no effect. After a failure the matrix may be resized and partly filled.
 ZLT_API int LoadCustomMatrixFromFile(ICustomMatrix<double>* matrix, std::wistream& stream, std::wstring* comment,
                                      EMatrixFlags flags, bool reserved);
 
-/// The same on a named file, whose UTF-8 mark is skipped if it begins with one (a mark in a stream hides the numbers of
-/// its line). A pipe gives -1 (it cannot be read twice) unless the form is scrambled, a directory -4.
+/// The same on a named file. A UTF-8 mark at its beginning is skipped (in a stream it hides the numbers of its line). A
+/// pipe gives -1 unless the form is scrambled, because it cannot be read twice; a directory gives -4.
 ZLT_API int LoadCustomMatrixFromFile(ICustomMatrix<double>* matrix, wchar_t const* file_name, std::wstring* comment,
                                      EMatrixFlags flags, bool reserved);
 

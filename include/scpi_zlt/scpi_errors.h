@@ -20,7 +20,7 @@ inline constexpr int kBlockDataError = -160;
 inline constexpr int kInvalidBlockData = -161;
 inline constexpr int kBlockDataNotAllowed = -168;
 
-// Execution errors: the message is understood, the instrument can't do it now.
+// Execution errors: the message is understood, but the instrument can't do it now.
 inline constexpr int kTriggerIgnored = -211;
 inline constexpr int kInitIgnored = -213;
 inline constexpr int kSettingsConflict = -221;

@@ -18,18 +18,18 @@
  *     return skClose(session) != VI_SUCCESS;  // takes a second: what was written still takes effect
  *   }
  *
- * What surprises, first:
+ * The surprises first:
  *
  *   - Opening switches the output off, sets the lowest level and the whole range as a sweep. Queries then answer
  *     the library's start values. Write frequency and level before ":OUTP ON".
  *   - An open time-out of 0 fails. 10000 is a good value.
  *   - After a lost link the session sends nothing any more, for good: settings are taken, queries answer, and
  *     ":OUTP OFF" reaches nothing. "*STB?" answers an empty line then. Close the session and open it again.
- *   - What the instrument refuses shows nowhere for most settings. Errors of a command never show in a status;
+ *   - For most settings a refusal by the instrument gives no error. Errors of a command never show in a status;
  *     ask ":SYST:ERR?".
  *   - VI_ATTR_TERMCHAR is set through a pointer to a 32-bit word, VI_ATTR_TMO_VALUE by value.
- *   - Closing takes a second, 1.5 s more after a sweep, and what is left to run: what was acknowledged before
- *     still takes effect. It does not switch the output off. A failed open takes a second too.
+ *   - Closing takes a second, 1.5 s more after a sweep, and the time of the messages that are left: all that was
+ *     acknowledged still takes effect. It does not switch the output off. A failed open takes a second too.
  *   - skWrite returns before the command has run. skRead is where you wait, and only after a query.
  *   - A normal read ends with VI_SUCCESS_TERM_CHAR, never with VI_SUCCESS.
  *   - skReadSTB, skClear, skAssertTrigger and skStatusDesc do not work, like all functions below the word
@@ -43,8 +43,8 @@
  *   2. A session is a random number, never 0. Functions given a number that no session has return
  *      VI_ERROR_INV_OBJECT.
  *   3. Any thread may call anything at any time. Within one session writes and reads are kept apart by locks;
- *      threads that read answers of one session share them out by chance, each answer whole. Closing wins over
- *      calls under way: they are let out first, and a blocked skRead returns VI_ERROR_INV_OBJECT.
+ *      if several threads read one session, chance decides who gets an answer, but each answer comes whole. Closing
+ *      waits for the calls under way; a blocked skRead returns VI_ERROR_INV_OBJECT.
  *   4. The caller owns nothing but its own buffers. A session lives from skOpen to skClose. Sessions still open
  *      at exit, or when the library is unloaded, are closed then, side by side. After fork() the child has none
  *      and can open none: load the library after the last fork.
@@ -116,29 +116,28 @@ extern "C" {
 #endif
 
 /*
- * Opens a session: asks the instrument who it is and what its firmware understands, and takes its limits over. To learn
- * them it programs the instrument: output off, lowest level, the whole frequency range as a sweep.
+ * Opens a session: asks the instrument for its identity, its limits, and the forms that its firmware takes. To find
+ * them out it programs the instrument: output off, lowest level, the whole frequency range as a sweep.
  *
  * manager       ignored; 0 will do
  * name          VISA resource name followed by ::ZLT; text after that is dropped. At most 255 characters.
  * access_mode   ignored
- * open_timeout  milliseconds, low 32 bits, unsigned (0xFFFFFFFF is 49 days); 0 as good as always gives VI_ERROR_TMO.
- *               A call that times out may take twice as long and a second: what was begun is closed first.
+ * open_timeout  milliseconds, low 32 bits, unsigned (0xFFFFFFFF is 49 days); 0 nearly always gives VI_ERROR_TMO.
+ *               A call that times out may take twice that time and a second more: it first closes what it opened.
  * session       receives the handle; left alone on failure
  *
- * VI_SUCCESS: there is a session. Any other status means that there is none, also a positive one: what the VISA
- * provider's open returned, a completion code too, comes back unchanged.
+ * VI_SUCCESS: the session is open. Any other status, a positive one too, means that there is none: what the VISA
+ * provider's open returned comes back unchanged, even a completion code.
  * VI_ERROR_INV_OBJECT (no ::ZLT in the name, session is null, the process is ending, a forked child),
- * VI_ERROR_INV_RSRC_NAME, VI_ERROR_TMO, VI_ERROR_RSRC_NFOUND (nobody there, no answer, or start-up failed),
+ * VI_ERROR_INV_RSRC_NAME, VI_ERROR_TMO, VI_ERROR_RSRC_NFOUND (no instrument, no answer, or start-up failed),
  * VI_ERROR_RAW_RD_PROT_VIOL, VI_ERROR_SYSTEM_ERROR. A failure leaves nothing open and takes a second at least.
  */
 ZLT_API long skOpen(unsigned long manager, const char* name, unsigned long access_mode, unsigned long open_timeout,
                     unsigned long* session);
 
 /*
- * Closes a session. What was written before and is a complete message still runs, for at most ten seconds; then the
- * sweep is stopped and the instrument's session closed. Takes a second, 1.5 s more after a sweep. The output stays as
- * it is.
+ * Closes a session. Complete messages that were written before still run, for at most ten seconds; then the sweep is
+ * stopped and the instrument's session closed. Takes a second, 1.5 s more after a sweep. The output stays as it is.
  *
  * VI_SUCCESS, or VI_ERROR_INV_OBJECT for an unknown or closed handle. If two threads close one session, one of them
  * wins.
@@ -165,9 +164,9 @@ ZLT_API long skWrite(unsigned long session, unsigned char* text, unsigned long c
  *
  * VI_SUCCESS_TERM_CHAR: the response is complete. VI_SUCCESS_MAX_CNT: size bytes came, read on for the rest.
  * VI_ERROR_IO: the response ended without the termination character; it has been delivered.
- * VI_ERROR_TMO: nothing came in time; count is untouched, and a later read may still get it. At once when the last
- * response has been read and nothing was written since; after a setting, and in a new session, only when the time is
- * over. Also when a response is there and size is 0: count is 0 then, and the response stays.
+ * VI_ERROR_TMO: nothing came in time; count is untouched, and a later read may still get the response. Comes at once
+ * if the last response has been read and nothing was written since; after a setting, and in a new session, only after
+ * the whole time. Also if a response is there and size is 0: count is 0 then, and the response stays.
  * VI_ERROR_INV_OBJECT: no such session, or it was closed meanwhile.
  */
 ZLT_API long skRead(unsigned long session, unsigned char* buffer, unsigned long size, unsigned long* count);
@@ -199,7 +198,7 @@ ZLT_API long skOpenDefaultRM(unsigned long* manager);
 
 /*
  * Stubs. Each looks at none of its arguments and returns VI_ERROR_NIMPL_OPER at once; the skPeek and skPoke functions
- * do nothing, as their namesakes return nothing.
+ * do nothing.
  */
 ZLT_API long skFindRsrc(unsigned long session, const char* expression, unsigned long* list, unsigned long* count,
                         char* description);

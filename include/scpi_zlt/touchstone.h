@@ -1,23 +1,22 @@
 // Touchstone files (.s1p to .s4p), read into and written from a matrix.
 //
-// In memory column 0 is the frequency in Hz; columns 1 and 2 are real and imaginary part of the first parameter as the
-// file orders them, 3 and 4 of the second, and so on. A noise matrix has five columns: frequency in Hz, noise figure as
-// a linear ratio, and the three further numbers of the noise block as they stand in the file.
+// In memory column 0 is the frequency in Hz; columns 1 and 2 are real and imaginary part of the first parameter in the
+// order of the file, 3 and 4 of the second, and so on. A noise matrix has five columns: frequency in Hz, noise figure
+// as a linear ratio, and the three further numbers of the noise block as in the file.
 //
 // Results: 0 success, -1 the file cannot be opened, rewound or written whole, -3 lines of unequal length, -5 format
 // error, -6 null matrix or (saving) fewer than two columns. No exception leaves these functions.
 //
-// Loading takes one and two ports, one row per line; the reference impedance is not looked at. A frequency that falls
-// begins the noise block, so rows after a fall never load as data. Saving takes up to four ports, always in Hz and
-// 50 ohm, with 12 digits (13 for the frequency). A pair that is zero or missing is saved as "-200 0" in every format,
-// so in MA and RI it does not come back as zero; NaN is saved as a word, which ends its row on load. In dB a magnitude
-// within about 1e-5 of 1 comes back with fewer than 12 digits of its decibels, so saving it again may differ in the
-// last of them; RI and MA give the same file again. The functions of scpi_zlt/datafiles.h do without these surprises.
+// Loading takes one and two ports, one row per line; the reference impedance is ignored. A frequency that falls begins
+// the noise block, so rows after a fall never load as data. Saving takes up to four ports, always in Hz and 50 ohm,
+// with 12 digits (13 for the frequency). A pair that is zero or missing is saved as "-200 0" in every format, so in MA
+// and RI it does not come back as zero. NaN is saved as a word, which ends its row on load. In dB a magnitude within
+// about 1e-5 of 1 comes back with fewer than 12 digits of its decibels, so saving it again may differ in the last of
+// them; RI and MA give the same file again. The functions of scpi_zlt/datafiles.h do not have these surprises.
 //
-// "!" lines are decoded by the global C++ locale of the program (`std::locale::global`; the classic one when it was
-// never set) and encoded by the environment's: where the two differ, comments beyond ASCII do not come back. A byte
-// that cannot be decoded is read as the character of the same number, a character that cannot be encoded goes out as
-// "?".
+// "!" lines are decoded by the global C++ locale of the program (`std::locale::global`; the classic one if it was never
+// set) and encoded by that of the environment. If the two differ, comments beyond ASCII do not come back. A byte that
+// cannot be decoded is read as the character of the same number; a character that cannot be encoded is written as "?".
 #pragma once
 
 #include <string>
@@ -37,14 +36,14 @@ class ZLT_API SParamMatrix {
   SParamMatrix(const SParamMatrix&) = delete;
   SParamMatrix& operator=(const SParamMatrix&) = delete;
 
-  /// As LoadTouchstone. Option words of an earlier load hold when this file has no option line.
+  /// As LoadTouchstone. Without an option line in this file, the option words of the last load apply.
   int Load(wchar_t const* file_name, wchar_t* comment, int* comment_length, ICustomMatrix<double>* noise);
   /// As SaveTouchstone.
   int Save(wchar_t const* file_name, wchar_t const* comment, ICustomMatrix<double>* noise, ETouchstoneFormat format);
-  /// Turns numbers as they stand in a file into the in-memory form, by the option words of the last load. True without
-  /// option words; false for an unknown unit (nothing changed) or format (frequencies and noise changed).
+  /// Converts numbers of a file to the form in memory, by the option words of the last load. True without option words;
+  /// false for an unknown unit (nothing changed) or format (frequencies and noise changed).
   bool ChangeMatrix(ICustomMatrix<double>* noise);
-  /// Turns pairs of magnitude and degrees into real and imaginary part.
+  /// Converts pairs of magnitude and degrees to real and imaginary part.
   void ConvertToComplex();
 
  private:
@@ -52,10 +51,10 @@ class ZLT_API SParamMatrix {
   ICustomMatrix<double>* m_matrix;
 };
 
-/// `comment_length` is a start position going in: the "!" lines are appended to `comment` from there on, without
-/// anything between them, then a zero; coming out it counts all of that, the zero too. The buffer must hold whatever
-/// the file holds: start position + all "!" lines + 1. Nothing is stored when either is null or the length is negative.
-/// `noise` may be null; it is resized only when the file has a noise block, which then must have five columns (-5).
+/// `comment_length` is a start position on entry: the "!" lines are appended to `comment` from there on, with nothing
+/// between them, and then a zero. On return it counts all of that, the zero too. The buffer must hold the start
+/// position, all "!" lines of the file, and 1. If either is null or the length is negative, nothing is stored. `noise`
+/// may be null; it is resized only when the file has a noise block, which then must have five columns (-5).
 ZLT_API int LoadTouchstone(wchar_t const* file_name, ICustomMatrix<double>* matrix, wchar_t* comment,
                            int* comment_length, ICustomMatrix<double>* noise);
 

@@ -11,30 +11,28 @@ constexpr const char* kKeywordSeconds = "not checked; MIN, MAX and DEF count as 
 constexpr const char* kQueryOnly = "query";
 constexpr const char* kSetOnly = "set";
 constexpr const char* kNoForm = "none (-113)";
-constexpr const char* kStub = "Known word without function: its parameter is checked, then the answer is error -113.";
+constexpr const char* kStub = "Known header without a function: its parameter is checked, then the error is -113.";
 
 const SCommandSentence kSentences[] = {
     {SCPI_IDN,
-     "Maker, model and serial number, from two files of the instrument; a zero byte stands before the line end.", "",
-     "", "*IDN?"},
+     "Maker, model and serial number, from two files of the instrument; a zero byte comes before the line end.", "", "",
+     "*IDN?"},
     {SCPI_OPC, "Answers \"+1\" at once, whatever runs: it is no test of completion.", "", "+1", "*OPC?"},
-    {SCPI_RST, "Sends one reset of its command state to the instrument, which ends a sweep; no setting changes.", "",
-     "", "*RST"},
+    {SCPI_RST, "Resets the instrument's command state, which ends a sweep; no setting changes.", "", "", "*RST"},
     {SCPI_CLS, "Empties the error queue and clears all status registers.", "", "", "*CLS"},
     {SCPI_ESR,
      "The standard event register as a decimal number, cleared by reading: 8 device error or synthesizer not locked, "
-     "16 "
-     "execution error, 32 command error, 128 RF is on. From the start of a sweep on, 8 and 128 are those of its "
+     "16 execution error, 32 command error, 128 RF is on. From the start of a sweep on, 8 and 128 are those of its "
      "replies.",
      "", "", "*ESR?"},
     {SCPI_STB,
      "The status byte as eight digits 0 or 1, bit 0 first, cleared by reading: the third is 1 after an error, the "
-     "sixth "
-     "while a bit of \"*ESR?\" is set. An empty answer: the link is lost. Takes 400 ms while a sweep runs.",
+     "sixth while a bit of \"*ESR?\" is set. An empty answer means that the link is lost. Takes up to 400 ms while a "
+     "sweep runs.",
      "", "", "*STB?"},
     {SCPI_SYST_ERR,
-     "The oldest entry of the error queue, and takes it out. Numbers without a text come from the instrument or the "
-     "link: surprises.md has a table.",
+     "Answers the oldest entry of the error queue and takes it out. Numbers without a text come from the instrument or "
+     "the link: surprises.md has a table.",
      "", "+0,\"No error\"", ":SYST:ERR?"},
     {SCPI_SYST_ERR_COUN, "How many entries the error queue holds.", "", "0", ":SYST:ERR:COUN?"},
     {SCPI_SYST_VERS, "The SCPI version that this language follows.", "", "\"1999.0\"", ":SYST:VERS?"},
@@ -42,19 +40,17 @@ const SCommandSentence kSentences[] = {
     {SCPI_SOUR_FREQ,
      "The frequency in fixed mode; sent at once there, stored in the other modes. Whole Hz. Right after opening the "
      "answer is a start value that was not sent. \"DEF\" means the lower "
-     "limit, and 0 Hz as long as it is only stored.",
+     "limit, and 0 Hz where it is only stored.",
      kFrequencyRange, "the middle of the range", ":FREQ 1.5GHZ"},
     {SCPI_SOUR_FREQ_MODE, "Fixed, sweep or list; a change sends what the mode needs. \"CW\" means fixed.", "", "FIXed",
      ":FREQ:MODE SWE"},
     {SCPI_SOUR_FREQ_STAR,
      "Start of the sweep; stored, and in sweep mode sent, which older firmware refuses: write ':FREQ:MODE SWE' after "
-     "it. "
-     "\"DEF\" means 0 Hz, unchecked.",
+     "it. \"DEF\" means 0 Hz, unchecked.",
      kFrequencyRange, "the lower limit", ":FREQ:STAR 1GHZ"},
     {SCPI_SOUR_FREQ_STOP,
      "Stop of the sweep; stored, and in sweep mode sent, which older firmware refuses: write ':FREQ:MODE SWE' after "
-     "it. "
-     "\"DEF\" means 0 Hz, unchecked.",
+     "it. \"DEF\" means 0 Hz, unchecked.",
      kFrequencyRange, "the upper limit", ":FREQ:STOP 2GHZ"},
     {SCPI_SOUR_FREQ_CENT,
      "Centre of the sweep; the span shrinks on both sides where an end would leave the limits. \"DEF\" means 0 Hz, "
@@ -85,7 +81,7 @@ const SCommandSentence kSentences[] = {
     {SCPI_SOUR_POW_CONT,
      "Internal or external levelling; it reprograms the synchronisation inputs and outputs and the trigger source.", "",
      "INTernal", ":POW:CONT EXT"},
-    {SCPI_UNIT_POW, "The unit in which power queries answer; settings stay dBm.", "", "DBM", ":UNIT:POW W"},
+    {SCPI_UNIT_POW, "The unit of the answers to power queries; settings stay dBm.", "", "DBM", ":UNIT:POW W"},
 
     {SCPI_SOUR_SWE_POIN, "Points of the frequency sweep and of the power sweep. \"DEF\" means the upper limit.",
      "the instrument's point limits, which a query with MIN or MAX answers", "501", ":SWE:POIN 11"},
@@ -94,7 +90,7 @@ const SCommandSentence kSentences[] = {
      "not checked; MIN, MAX and DEF count as 0, 1 and 2 Hz", "0", ":SWE:STEP 1E6"},
     {SCPI_SOUR_SWE_DWEL, "Time at each point.", kKeywordSeconds, "0", ":SWE:DWEL 10MS"},
     {SCPI_SOUR_SWE_SPAC,
-     "Spacing of the points; a new spacing goes out with the next change of the range. The last step of a logarithmic "
+     "Spacing of the points; a new spacing is sent with the next change of the range. The last step of a logarithmic "
      "sweep is larger than the others.",
      "", "LINear", ":SWE:SPAC LOG"},
 
@@ -134,8 +130,7 @@ const SCommandSentence kSentences[] = {
 
     {SCPI_OUTP_STAT,
      "The RF output. A refusal by the instrument reaches the error queue; of all set forms only this one reports it, "
-     "and "
-     "the query answers the new state all the same. Off after opening.",
+     "and the query answers the new state all the same. Off after opening.",
      "", "OFF", ":OUTP ON"},
     {SCPI_INIT_CONT_ALL, "Continuous sweeping: starts polling if a mode sweeps. The text \"1\" means off; say \"ON\".",
      "", "off", ":INIT:CONT ON"},
@@ -152,8 +147,7 @@ const SCommandSentence kSentences[] = {
      "", "", ":TRIG"},
     {SCPI_TRIG_SEQ_SOUR,
      "What a point or a sweep waits for. BUS starts at once, as IMM does, but IMM breaks a sweep off after a second. "
-     "In "
-     "manual list mode EXT and BUS toggle single stepping each time they are written.",
+     "In manual list mode EXT and BUS toggle single stepping each time they are written.",
      "", "BUS", ":TRIG:SOUR EXT"},
     {SCPI_TRIG_SEQ_SLOP, "The edge of the external trigger.", "", "POSitive", ":TRIG:SLOP NEG"},
     {SCPI_TRIG_AUX_OUTP_ENAB, "The auxiliary output.", "", "OFF", ":TRIG:AUX ON"},
