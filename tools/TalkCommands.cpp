@@ -42,11 +42,6 @@ int TalkLines(const ConversationOptions& options) {
   });
 }
 
-/// Throws if the status is a failure, as verbs report it.
-void End(int status) {
-  if (status != kDone) throw CLI::RuntimeError(status);
-}
-
 struct RunArguments {
   std::shared_ptr<TalkArguments> talk;
   bool keep_going = false;
@@ -96,15 +91,6 @@ void AddQuery(CLI::App& app) {
       SayAll(conversation, interruption, talk->words);
     }));
   });
-}
-
-void AddRun(CLI::App& app) {
-  CLI::App& run = *app.add_subcommand("run", "Sends the messages in a file, one a line, up to the first error");
-  const auto arguments = std::make_shared<RunArguments>();
-  arguments->talk = AddTalkOptions(
-      run, "FILE", "Messages, one a line; lines that begin with # are comments; - is the standard input");
-  run.add_flag("-k,--keep-going", arguments->keep_going, "Go on after an error");
-  run.callback([arguments] { Run(*arguments); });
 }
 
 void AddShell(CLI::App& app) {
@@ -188,9 +174,22 @@ int Talk(const ConversationOptions& options, const std::function<void(Conversati
   return conversation.Failed() ? kMessageFailed : kDone;
 }
 
+void AddRunCommand(CLI::App& app, const std::string& name, const std::string& text) {
+  CLI::App& run = *app.add_subcommand(name, text);
+  const auto arguments = std::make_shared<RunArguments>();
+  arguments->talk = AddTalkOptions(
+      run, "FILE", "Messages, one a line; lines that begin with # are comments; - is the standard input");
+  run.add_flag("-k,--keep-going", arguments->keep_going, "Go on after an error");
+  run.callback([arguments] { Run(*arguments); });
+}
+
+void End(int status) {
+  if (status != kDone) throw CLI::RuntimeError(status);
+}
+
 void AddTalkCommands(CLI::App& app) {
   AddQuery(app);
-  AddRun(app);
+  AddRunCommand(app, "run", "Sends the messages in a file, one a line, up to the first error");
   AddShell(app);
   AddHelp(app);
 }

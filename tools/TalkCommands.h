@@ -26,6 +26,12 @@ std::shared_ptr<TalkArguments> AddTalkOptions(CLI::App& app, const std::string& 
 /// Opens, lets `talk` have its say, and says what is left when it was interrupted. Returns the exit status.
 int Talk(const ConversationOptions& options, const std::function<void(Conversation&, Interruption&)>& talk);
 
+/// Throws CLI::RuntimeError if `status`, an exit status, is a failure.
+void End(int status);
+
+/// Adds a verb that sends the messages in a file.
+void AddRunCommand(CLI::App& app, const std::string& name, const std::string& text);
+
 /// Adds the verbs. They run while the command line is parsed, throw ToolError, and CLI::RuntimeError with the exit
 /// status.
 void AddTalkCommands(CLI::App& app);

@@ -10,6 +10,7 @@
 
 #include "tools/DataFilesCommands.h"
 #include "tools/ServeCommand.h"
+#include "tools/SettingsCommands.h"
 #include "tools/TalkCommands.h"
 #include "tools/ToolError.h"
 
@@ -67,6 +68,7 @@ int main(int argc, char** argv) {
       "3 the instrument, server or VISA provider is not there; 4 a file cannot be read or written.");
   const auto arguments = AddTalkOptions(app, "MESSAGE", "SCPI messages, sent in order");
   AddTalkCommands(app);
+  AddSettingsCommands(app);
   AddDataFileCommands(app);
   AddServeCommand(app);
   app.require_subcommand(0, 1);

@@ -1,0 +1,61 @@
+#include "tools/SettingsCommands.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <memory>
+
+#include "tools/Settings.h"
+#include "tools/TalkCommands.h"
+#include "tools/ToolError.h"
+
+namespace {
+
+struct SaveArguments {
+  std::shared_ptr<TalkArguments> talk;
+  std::string file;
+  bool all = false;
+};
+
+std::string SettingsText(Conversation& conversation, Interruption& interruption, bool all) {
+  const AskFunction ask = [&](const std::string& query) {
+    const std::optional<std::string> answer =
+        interruption.Happened() ? std::nullopt : std::optional(conversation.Ask(query));
+    if (answer) return *answer;
+    throw ToolError("no answer to \"" + query + "\"; nothing is saved", kNoInstrument);
+  };
+  std::string text = "# " + ask("*IDN?") + "\n";
+  for (const std::string& message : SettingsAsMessages(ask, all)) text += message + "\n";
+  return text;
+}
+
+void Save(const SaveArguments& arguments) {
+  TalkArguments& talk = *arguments.talk;
+  talk.TakeResource();
+  if (!talk.words.empty()) throw CLI::ExtrasError(talk.words);
+  std::string text;
+  End(Talk(talk.options, [&](Conversation& conversation, Interruption& interruption) {
+    text = SettingsText(conversation, interruption, arguments.all);
+  }));
+  if (arguments.file.empty()) {
+    Print(text);
+    return;
+  }
+  errno = 0;
+  std::ofstream file(arguments.file);
+  if (!(file << text << std::flush)) {
+    throw ToolError(arguments.file + ": cannot write: " + std::strerror(errno), kFileFailed);
+  }
+}
+
+}  // namespace
+
+void AddSettingsCommands(CLI::App& app) {
+  CLI::App& save = *app.add_subcommand("save", "Writes the settings as SCPI text that \"load\" plays back");
+  const auto arguments = std::make_shared<SaveArguments>();
+  arguments->talk = AddTalkOptions(save, "", "");
+  save.add_option("-o,--output", arguments->file, "File to write; the standard output unless given");
+  save.add_flag("-a,--all", arguments->all, "Also settings that are at their start value");
+  save.callback([arguments] { Save(*arguments); });
+  AddRunCommand(app, "load", "Plays saved settings back, as \"run\" does");
+}
