@@ -18,7 +18,7 @@ COMPILE = [f"-I{ROOT}/include", f"-L{BUILD}/library", "-lscpi_zlt", f"-Wl,-rpath
 PYTHON = "/usr/bin/python3"
 ENVIRONMENT = {**os.environ, "SCPI_ZLT_LIBRARY": f"{BUILD}/client/libscpi_zlt_client.so.2",
                "ZLT_VISA_LIBRARY": f"{BUILD}/visa/libzlt_visa.so.1", "PYTHONPATH": f"{ROOT}/python",
-               "PYTHONDONTWRITEBYTECODE": "1"}
+               "LD_LIBRARY_PATH": f"{BUILD}/visa", "PYTHONDONTWRITEBYTECODE": "1"}
 
 # language: (file, commands). The last command is the program.
 LANGUAGES = {
@@ -26,6 +26,7 @@ LANGUAGES = {
     "cpp": ("my.cpp", [["c++", "-Wall", "-Werror", "my.cpp", *COMPILE, "-o", "cpp"], ["./cpp"]]),
     "python": ("my.py", [[PYTHON, "my.py"]]),
     "pytest": ("test_my.py", [[PYTHON, "-m", "pytest", "-q", "-p", "no:cacheprovider", "-p", "scpi_zlt.pytest_plugin"]]),
+    "csharp": ("my.cs", [["mcs", "my.cs"], ["mono", "my.exe"]]),
     "octave": ("my.m", [["octave-cli", "--quiet", "my.m"]]),
 }
 # What says that something is not installed.
@@ -53,7 +54,7 @@ def start(port, number, language, program):
     file, commands = LANGUAGES[language]
     with open(os.path.join(folder, file), "w") as stored:
         stored.write(program.replace("5025", str(port)))
-    if shutil.which(commands[-1][0], path=f"{os.environ['PATH']}:{folder}") is None and not commands[-1][0].startswith("./"):
+    if not all(command[0].startswith("./") or shutil.which(command[0]) for command in commands):
         return None
     for command in commands[:-1]:
         subprocess.run(command, cwd=folder, check=True)

@@ -63,6 +63,9 @@ CHILDREN = {
                       "libscpi_zlt_client.*: cannot open.*\nInstall the library and run ldconfig", 0),
     "no provider": (IMPORT, {"SCPI_ZLT_LIBRARY": "?/lib/libscpi_zlt_client.so.2", "LD_LIBRARY_PATH": "?/lib"},
                     "libSkVisa.so.2: cannot open.*\nThat is the VISA provider.*LD_LIBRARY_PATH", 0),
+    "not the simulator": (IMPORT.replace("scpi_zlt.Generator('SIM0::INSTR::ZLT')", "scpi_zlt.simulator.SimulatedGenerator()")
+                          .replace("import scpi_zlt", "import scpi_zlt.simulator"), {"LD_LIBRARY_PATH": "?/other"},
+                          "the VISA provider that is loaded is not the simulator", 0),
     "another library": (IMPORT, {"SCPI_ZLT_LIBRARY": "libm.so.6"}, "libm.so.6 is another library", 0),
     "fork": (FORK, {}, r"Closed .*forked.*\nOpenFailed .*spawn.*\n0 \+1", 0),
     "spawn": (SPAWN, {}, r"\['Sorvik,ZG-20E,000001', 'Sorvik,ZG-20E,000002'\]", 0),
@@ -81,6 +84,12 @@ def installed(tmp_path_factory):
         pytest.skip(f"not installed: {missing}")
     folder = tmp_path_factory.mktemp("installed")
     subprocess.run(["cmake", "--install", BUILD, "--prefix", folder], check=True, stdout=subprocess.DEVNULL)
+    # A provider that is there and knows no simulated generators.
+    (folder / "other").mkdir()
+    functions = ("OpenDefaultRM", "Open", "Close", "Clear", "Read", "Write", "GetAttribute", "SetAttribute")
+    (folder / "other" / "provider.c").write_text("\n".join(f"long vi{name}(void) {{ return -1; }}" for name in functions))
+    subprocess.run(["cc", "-shared", "-fPIC", "-Wl,-soname,libSkVisa.so.2", "-o", folder / "other" / "libSkVisa.so.2",
+                    folder / "other" / "provider.c"], check=True)
     source = folder / "source"  # building leaves files in it
     shutil.copytree(PACKAGES, source, ignore=shutil.ignore_patterns("__pycache__"))
     subprocess.run([sys.executable, "-m", "pip", "install", "--quiet", "--no-index", "--no-deps", "--no-build-isolation",
