@@ -30,7 +30,7 @@ allow simulator protocol
 allow client
 allow server client
 allow visa client
-allow tools client server
+allow tools client server simulator
 allow examples
 
 # The rooms of the model: handlers call CDevice, nobody reaches into it.

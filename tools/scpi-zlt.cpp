@@ -11,6 +11,7 @@
 #include "tools/DataFilesCommands.h"
 #include "tools/ServeCommand.h"
 #include "tools/SettingsCommands.h"
+#include "tools/TableCommands.h"
 #include "tools/TalkCommands.h"
 #include "tools/ToolError.h"
 
@@ -71,6 +72,7 @@ int main(int argc, char** argv) {
   AddSettingsCommands(app);
   AddDataFileCommands(app);
   AddServeCommand(app);
+  AddTableCommands(app);
   app.require_subcommand(0, 1);
   return Printed(Parse(app, *arguments, argc, argv));
 }
