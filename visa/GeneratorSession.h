@@ -64,6 +64,8 @@ class GeneratorSession : public Object {
   // Formatted input and output (VPP-4.3 section 6.2); bodies in FormattedIo.cpp.
   ViStatus Print(const char* format, va_list arguments);
   ViStatus Scan(const char* format, va_list arguments);
+  /// Both, with what the first leaves of the arguments for the second.
+  ViStatus Query(const char* write_format, const char* read_format, va_list arguments);
   ViStatus BufferedWrite(std::string_view bytes, ViUInt32* written);
   ViStatus BufferedRead(unsigned char* buffer, ViUInt32 count, ViUInt32* got);
   ViStatus Flush(ViUInt16 mask);
