@@ -128,6 +128,8 @@ ViStatus Instrument::Settle(Hold& hold, Deadline deadline) {
   if (answer.outcome != scpi_zlt::Outcome::kComplete) return StatusOf(answer);
   m_outstanding = false;
   std::string response = scpi_zlt::Tidy(m_message, std::move(answer.response));
+  // A query that is not the last unit leaves a ";" and no line end, also when nothing follows, as in ":POW?;".
+  if (response.ends_with(';')) response.back() = '\n';
   if (m_owner != nullptr && !response.empty()) m_owner->answers.push_back(std::move(response));
   m_owner = nullptr;
   return kSuccess;
