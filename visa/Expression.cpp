@@ -1,12 +1,16 @@
 #include "visa/Expression.h"
 
 #include <array>
+#include <bitset>
+#include <cctype>
 #include <charconv>
 
 #include "visa/Names.h"
 
 namespace visa {
 namespace {
+
+constexpr std::size_t kLongestName = kFindLength - 1;
 
 /// Reads a condition and says whether it holds, in one pass: || binds weakest, then &&, then !.
 class Condition {
@@ -112,34 +116,108 @@ class Condition {
   int m_depth = 0;
 };
 
-/// The same expression in the grammar of std::regex: "?" is any character there, the rest has the same signs.
-std::string Translate(std::string_view text) {
-  constexpr std::string_view kSame = "*+|()";
-  std::string result;
-  bool in_list = false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const char c = text[i];
-    if (in_list) {
-      in_list = c != ']';
-      if (c == '\\' || c == '[') result += '\\';
-      result += c;
-    } else if (c == '?') {
-      result += '.';
-    } else if (c == '[') {
-      in_list = true;
-      result += c;
-    } else if (kSame.find(c) != std::string_view::npos) {
-      result += c;
-    } else {
-      // A back slash at the end stands for nothing, which std::regex then refuses.
-      const bool quoted = c == '\\' && i + 1 < text.size();
-      const char literal = quoted ? text[++i] : c;
-      if (std::isalnum(static_cast<unsigned char>(literal)) == 0 && literal != '_') result += '\\';
-      result += literal;
-    }
+/// Where a part of a name may end, as a set: bit n stands for n characters. So nothing is ever tried twice, however the
+/// signs for repetition are nested.
+using Positions = std::bitset<kLongestName + 1>;
+
+/// Reads an expression and follows it through a name in one pass.
+class NameMatch {
+ public:
+  NameMatch(std::string_view expression, std::string_view name) : m_rest(expression), m_name(name) {}
+
+  /// Nothing for an expression with a mistake.
+  std::optional<bool> Value() {
+    Positions begin;
+    begin.set(0);
+    const Positions ends = Alternatives(begin);
+    if (m_wrong || !m_rest.empty()) return std::nullopt;
+    return ends.test(m_name.size());
   }
-  return result;
-}
+
+ private:
+  bool Take(char c) {
+    if (!m_rest.starts_with(c)) return false;
+    m_rest.remove_prefix(1);
+    return true;
+  }
+  Positions Alternatives(const Positions& begins) {
+    Positions ends = Sequence(begins);
+    while (Take('|')) ends |= Sequence(begins);
+    return ends;
+  }
+  Positions Sequence(Positions at) {
+    while (!m_wrong && !m_rest.empty() && m_rest.front() != '|' && m_rest.front() != ')') at = Repeated(at);
+    return at;
+  }
+  Positions Repeated(const Positions& begins) {
+    const std::string_view item = m_rest;
+    Positions ends = Item(begins);
+    const bool any_number = m_rest.starts_with('*');
+    if (!any_number && !m_rest.starts_with('+')) return ends;
+    const std::string_view behind = m_rest.substr(1);
+    if (any_number) ends |= begins;
+    for (Positions before; !m_wrong && before != ends;) {
+      before = ends;
+      m_rest = item;
+      ends |= Item(ends);
+    }
+    m_rest = behind;
+    return ends;
+  }
+  Positions Item(const Positions& begins) {
+    if (Take('(')) {
+      // A bound on the depth: each level is a call.
+      if (++m_depth > kDeepest) return Wrong();
+      const Positions ends = Alternatives(begins);
+      --m_depth;
+      return Take(')') ? ends : Wrong();
+    }
+    if (Take('?')) return Step(begins, [](char) { return true; });
+    if (Take('[')) return List(begins);
+    const bool quoted = Take('\\');
+    if (m_rest.empty() || (!quoted && std::string_view("*+").find(m_rest.front()) != std::string_view::npos)) {
+      return Wrong();
+    }
+    const char literal = m_rest.front();
+    m_rest.remove_prefix(1);
+    return Step(begins, [literal](char c) { return c == literal; });
+  }
+  Positions List(const Positions& begins) {
+    const bool wanted = !Take('^');
+    const std::size_t end = m_rest.find(']');
+    if (end == std::string_view::npos || end == 0) return Wrong();
+    const std::string_view list = m_rest.substr(0, end);
+    m_rest.remove_prefix(end + 1);
+    return Step(begins, [list, wanted](char c) {
+      bool found = false;
+      for (std::size_t i = 0; i < list.size() && !found; ++i) {
+        const bool range = i + 2 < list.size() && list[i + 1] == '-';
+        found = range ? c >= list[i] && c <= list[i + 2] : c == list[i];
+        if (range) i += 2;
+      }
+      return found == wanted;
+    });
+  }
+  template <typename Accepts>
+  Positions Step(const Positions& begins, Accepts accepts) const {
+    Positions ends;
+    for (std::size_t at = 0; at < m_name.size(); ++at) {
+      if (begins.test(at) && accepts(m_name[at])) ends.set(at + 1);
+    }
+    return ends;
+  }
+  Positions Wrong() {
+    m_wrong = true;
+    return {};
+  }
+
+  static constexpr int kDeepest = 16;
+
+  std::string_view m_rest;
+  const std::string_view m_name;
+  bool m_wrong = false;
+  int m_depth = 0;
+};
 
 }  // namespace
 
@@ -154,17 +232,13 @@ std::optional<Expression> Expression::Parse(std::string_view text) {
     const AttributeLookup any = [](std::string_view) { return std::optional<AttributeValue>(AttributeValue{}); };
     if (!Condition(expression.m_condition, any).Value()) return std::nullopt;
   }
-  if (text.empty()) return std::nullopt;
-  try {
-    expression.m_name.assign(Translate(text), std::regex::ECMAScript | std::regex::icase);
-  } catch (const std::regex_error&) {
-    return std::nullopt;
-  }
+  expression.m_name = UpperCase(text);
+  if (text.empty() || !NameMatch(expression.m_name, "").Value()) return std::nullopt;
   return expression;
 }
 
 bool Expression::Matches(const std::string& name, const AttributeLookup& lookup) const {
-  if (!std::regex_match(name, m_name)) return false;
+  if (name.size() > kLongestName || !NameMatch(m_name, UpperCase(name)).Value().value_or(false)) return false;
   return m_condition.empty() || Condition(m_condition, lookup).Value().value_or(false);
 }
 

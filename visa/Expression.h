@@ -4,7 +4,6 @@
 
 #include <functional>
 #include <optional>
-#include <regex>
 #include <string>
 #include <string_view>
 
@@ -27,7 +26,7 @@ class Expression {
   bool Matches(const std::string& name, const AttributeLookup& lookup) const;
 
  private:
-  std::regex m_name;
+  std::string m_name;       ///< in upper case
   std::string m_condition;  ///< between the braces; empty: none
 };
 

@@ -221,6 +221,9 @@ TEST_F(Aliased, NamesStandForGenerators) {
       {Find("GPIB?*INTFC"), "status 17"},
       {Find("?*{VI_ATTR_INTF_NUM ="), "status 16"},
       {Find("[a"), "status 16"},
+      {Find("(a"), "status 16"},
+      {Find("*"), "status 16"},
+      {Find("((s|o|(ur)+)*)+c\\e"), "source"},
   };
   for (const auto& [found, expected] : cases) EXPECT_EQ(found, expected);
   Open("GPIB0::19::0::INSTR");
