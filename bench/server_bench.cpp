@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <poll.h>
 #include <string>
 #include <sys/socket.h>
@@ -102,6 +103,12 @@ class Client {
   int m_socket;
 };
 
+struct Ports {
+  std::uint16_t raw;
+  std::uint16_t hislip;
+  std::uint16_t echo;
+};
+
 double Median(std::vector<double> values, double quantile = 0.5) {
   std::sort(values.begin(), values.end());
   return values[static_cast<std::size_t>(quantile * static_cast<double>(values.size() - 1))];
@@ -113,6 +120,13 @@ struct Protocol {
   std::string question;
   bool hislip = false;
 };
+
+constexpr std::size_t kHislipHeader = 16;
+
+/// With RMT-delivered, as behind an answer that was read.
+std::string HislipQuestion(std::string_view text) {
+  return server::hislip::Encode(server::hislip::Type::kDataEnd, 1, 0xFFFFFF00, text);
+}
 
 /// The second connection of a HiSLIP session, behind which the first one takes questions.
 Client OpenHislip(std::uint16_t port, const Client& synchronous) {
@@ -181,12 +195,35 @@ void PrintRates(const Protocol& protocol, std::uint16_t port, std::uint16_t echo
   }
 }
 
+/// One client's part of CountMisrouted: returns how many answers were not its own.
+long AskLabelled(const Ports& ports, std::size_t number, int queries) {
+  const bool by_hislip = number % 2 == 1;
+  const Client client(by_hislip ? ports.hislip : ports.raw);
+  std::optional<Client> asynchronous;
+  if (by_hislip) asynchronous.emplace(OpenHislip(ports.hislip, client));
+  std::string question = "*OPC?";
+  std::string answer = "+1";
+  for (std::size_t k = 0; k < number; ++k) {
+    question += ";*OPC?";
+    answer += ";+1";
+  }
+  question += '\n';
+  answer += '\n';
+  if (by_hislip) question = HislipQuestion(question);
+  long wrong = 0;
+  for (int k = 0; k < queries; ++k) {
+    client.Send(question);
+    if (client.Receive().substr(by_hislip ? kHislipHeader : 0) != answer) ++wrong;
+  }
+  return wrong;
+}
+
 /// Each client's questions have answers that no other's have: so many "+1".
-void CountMisrouted(std::uint16_t raw, int queries) {
+void CountMisrouted(const Ports& ports, int queries) {
   std::atomic<bool> done{false};
   std::thread churn([&] {
     while (!done) {
-      Client client(raw);
+      Client client(ports.raw);
       client.Send("*IDN?\n*IDN?\n*IDN?\n");
       client.BreakOff();
       std::this_thread::sleep_for(std::chrono::milliseconds(100));  // ten times a second
@@ -195,61 +232,79 @@ void CountMisrouted(std::uint16_t raw, int queries) {
   std::atomic<long> wrong{0};
   std::vector<std::thread> threads;
   for (std::size_t i = 0; i < kClients; ++i) {
-    threads.emplace_back([&, i] {
-      const Client client(raw);
-      std::string question = "*OPC?";
-      std::string answer = "+1";
-      for (std::size_t k = 0; k < i; ++k) {
-        question += ";*OPC?";
-        answer += ";+1";
-      }
-      question += '\n';
-      answer += '\n';
-      for (int k = 0; k < queries; ++k) {
-        client.Send(question);
-        if (client.Receive() != answer) ++wrong;
-      }
-    });
+    threads.emplace_back([&, i] { wrong += AskLabelled(ports, i, queries); });
   }
   for (std::thread& thread : threads) thread.join();
   done = true;
   churn.join();
-  std::printf("%zu clients, %d questions each, one more that connects and dies: %ld misrouted\n", kClients, queries,
-              wrong.load());
+  std::printf("%zu clients by both doors, %d questions each, one more that connects and dies: %ld misrouted\n",
+              kClients, queries, wrong.load());
 }
 
-std::vector<double> Latencies(std::uint16_t raw) {
+void MeasureLatencies(std::uint16_t raw, std::vector<double>& result) {
   const Client client(raw);
-  std::vector<double> result;
-  for (int i = 0; i < 5000; ++i) {
+  for (int i = 0; i < 1000; ++i) {
     const auto start = Clock::now();
     client.Send(":FREQ?\n");
     client.Receive();
     result.push_back(std::chrono::duration<double, std::micro>(Clock::now() - start).count());
   }
-  return result;
 }
 
+/// Sends as much as the server takes, and reads what comes, until the end.
+class Flood {
+ public:
+  Flood(std::uint16_t raw, const std::string& burst)
+      : m_thread([this, raw, &burst] {
+          const Client client(raw);
+          while (!m_done) {
+            client.TrySend(burst);
+            std::array<char, 65536> answers;
+            while (::recv(client.Socket(), answers.data(), answers.size(), MSG_DONTWAIT) > 0) continue;
+            pollfd wait{client.Socket(), POLLIN, 0};
+            ::poll(&wait, 1, 1);
+          }
+        }) {}
+  ~Flood() {
+    m_done = true;
+    m_thread.join();
+  }
+
+ private:
+  std::atomic<bool> m_done{false};
+  std::thread m_thread;
+};
+
+/// Asks for long answers and never reads one. Returns when the server reads nothing more from it.
+Client Stall(std::uint16_t raw) {
+  std::string list = ":LIST:FREQ 1GHZ";
+  for (int i = 1; i < 2500; ++i) list += ",1GHZ";
+  std::string burst;
+  for (int i = 0; i < 20000; ++i) burst += ":LIST:FREQ?\n";
+  Client client(raw);
+  client.Send(list + "\n");
+  constexpr int kQuietMs = 100;
+  for (int quiet = 0; quiet < kQuietMs; ++quiet) {
+    if (client.TrySend(burst)) quiet = 0;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return client;
+}
+
+/// In turns, so that what else the machine does falls on all three alike.
 void PrintLatencies(std::uint16_t raw) {
-  const std::vector<double> alone = Latencies(raw);
   std::string burst;
   for (int i = 0; i < 500; ++i) burst += ":FREQ?\n";
-  const Client stalled(raw);  // asks and never reads
-  while (stalled.TrySend(burst)) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  const std::vector<double> beside_stalled = Latencies(raw);
-  std::atomic<bool> done{false};
-  std::thread flood([&] {
-    const Client client(raw);
-    while (!done) {
-      client.TrySend(burst);
-      std::array<char, 65536> answers;
-      while (::recv(client.Socket(), answers.data(), answers.size(), MSG_DONTWAIT) > 0) continue;
-      std::this_thread::yield();
-    }
-  });
-  const std::vector<double> beside_both = Latencies(raw);
-  done = true;
-  flood.join();
+  std::vector<double> alone;
+  std::vector<double> beside_stalled;
+  std::vector<double> beside_both;
+  for (int round = 0; round < kRepetitions; ++round) {
+    MeasureLatencies(raw, alone);
+    const Client stalled = Stall(raw);
+    MeasureLatencies(raw, beside_stalled);
+    const Flood flood(raw, burst);
+    MeasureLatencies(raw, beside_both);
+  }
   const auto print = [&](const char* name, const std::vector<double>& values) {
     std::printf("%-40s median %6.1f us (%.2f), 99 %% %6.1f us (%.2f)\n", name, Median(values),
                 Median(values) / Median(alone), Median(values, 0.99), Median(values, 0.99) / Median(alone, 0.99));
@@ -267,23 +322,28 @@ long ResidentKiB() {
   return resident * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
-void PrintMemory(std::uint16_t raw) {
+/// Connects, asks once, and returns the connections of one client.
+std::vector<Client> ConnectAndAsk(std::uint16_t port, bool hislip) {
+  std::vector<Client> client;
+  client.emplace_back(port);
+  if (hislip) client.push_back(OpenHislip(port, client[0]));
+  client[0].Send(hislip ? HislipQuestion("*OPC?\n") : "*OPC?\n");
+  client[0].Receive();
+  return client;
+}
+
+void PrintMemory(const char* door, std::uint16_t port, bool hislip) {
+  constexpr int kConnected = 400;
   const long before = ResidentKiB();
   {
-    std::vector<Client> clients;
-    for (int i = 0; i < 500; ++i) {
-      clients.emplace_back(raw).Send("*OPC?\n");
-      clients.back().Receive();
-    }
-    std::printf("%-40s %6.1f KiB\n", "memory per connected client", static_cast<double>(ResidentKiB() - before) / 500);
+    std::vector<std::vector<Client>> clients;
+    for (int i = 0; i < kConnected; ++i) clients.push_back(ConnectAndAsk(port, hislip));
+    std::printf("%-6s memory per connected client %6.1f KiB", door,
+                static_cast<double>(ResidentKiB() - before) / kConnected);
   }
   const long connected = ResidentKiB();
-  for (int i = 0; i < 10000; ++i) {
-    const Client client(raw);
-    client.Send("*OPC?\n");
-    client.Receive();
-  }
-  std::printf("%-40s %6ld KiB more\n", "after 10000 connections", ResidentKiB() - connected);
+  for (int i = 0; i < 10000; ++i) ConnectAndAsk(port, hislip);
+  std::printf(", after 10000 clients %ld KiB more\n", ResidentKiB() - connected);
 }
 
 }  // namespace
@@ -302,21 +362,19 @@ int main(int argc, char** argv) {
   server::RawDoor raw(broker, {});
   server::HislipDoor hislip(loop, broker, {});
   EchoDoor echo;
-  const std::uint16_t raw_port = loop.Listen(raw, "127.0.0.1", 0);
-  const std::uint16_t hislip_port = loop.Listen(hislip, "127.0.0.1", 0);
-  const std::uint16_t echo_port = loop.Listen(echo, "127.0.0.1", 0);
+  const Ports ports{loop.Listen(raw, "127.0.0.1", 0), loop.Listen(hislip, "127.0.0.1", 0),
+                    loop.Listen(echo, "127.0.0.1", 0)};
   std::thread runner([&] { loop.Run(); });
 
   unsigned long session = 0;
   if (skOpen(0, "SIM21::INSTR::ZLT", 0, 20000, &session) != VI_SUCCESS) return 1;
-  Client(raw_port).Send("*OPC?\n");
-  PrintRates({"raw", ":FREQ?\n"}, raw_port, echo_port, session);
-  // RMT-delivered, as behind an answer that was read.
-  const std::string data_end = server::hislip::Encode(server::hislip::Type::kDataEnd, 1, 0xFFFFFF00, ":FREQ?\n");
-  PrintRates({"hislip", data_end, true}, hislip_port, echo_port, session);
-  CountMisrouted(raw_port, queries);
-  PrintLatencies(raw_port);
-  PrintMemory(raw_port);
+  Client(ports.raw).Send("*OPC?\n");
+  PrintRates({"raw", ":FREQ?\n"}, ports.raw, ports.echo, session);
+  PrintRates({"hislip", HislipQuestion(":FREQ?\n"), true}, ports.hislip, ports.echo, session);
+  CountMisrouted(ports, queries);
+  PrintLatencies(ports.raw);
+  PrintMemory("raw", ports.raw, false);
+  PrintMemory("hislip", ports.hislip, true);
   skClose(session);
   loop.Stop();
   runner.join();

@@ -34,7 +34,7 @@ Outcome Sendable(std::string_view message, bool& needs_end) {
   return scanner.InBlock() ? Outcome::kUnfinished : Outcome::kComplete;
 }
 
-Answer MessageExchange::Exchange(std::string_view message, milliseconds timeout) {
+Answer MessageExchange::Exchange(std::string_view message, milliseconds timeout, const OnAnswer& early) {
   const auto start = steady_clock::now();
   if (!InStep()) {
     Answer late = Await(timeout);
@@ -44,13 +44,17 @@ Answer MessageExchange::Exchange(std::string_view message, milliseconds timeout)
   Answer sent = Begin(message);
   if (sent.outcome != Outcome::kComplete) return sent;
   if (timeout != kForever) timeout -= std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
-  return Await(timeout);
+  return Await(timeout, early);
 }
 
 Answer MessageExchange::Begin(std::string_view message) {
   if (!InStep()) return {Outcome::kBusy, {}, 0};
   m_received.clear();
   m_appended = false;
+  m_query = message.find('?') != std::string_view::npos;
+  m_one_message = message.find('\n') >= message.size() - 1;
+  m_lone_query = m_query && m_one_message && message.find_first_of(";#") == std::string_view::npos;
+  m_handed_out = false;
   return Send(message);
 }
 
@@ -75,7 +79,7 @@ Answer MessageExchange::Send(std::string_view message) {
   return {};
 }
 
-Answer MessageExchange::Await(milliseconds timeout) {
+Answer MessageExchange::Await(milliseconds timeout, const OnAnswer& early) {
   if (InStep()) return {};
   const auto start = steady_clock::now();
   for (;;) {
@@ -86,7 +90,11 @@ Answer MessageExchange::Await(milliseconds timeout) {
     const milliseconds longest = m_unsent.empty() ? kLongestWait : milliseconds(1);
     const milliseconds left = std::clamp(timeout - used, milliseconds(1), longest);
     const long status = Read(left.count());
-    if (status >= VI_SUCCESS || status == VI_ERROR_IO) continue;
+    if (status >= VI_SUCCESS || status == VI_ERROR_IO) {
+      if (FenceHasCome()) return Finish();
+      if (early) HandOutEarly(early);
+      continue;
+    }
     if (status != VI_ERROR_TMO) return {Outcome::kFailed, {}, status};
     // A failure at once tells that nothing is under way; one after the whole wait tells nothing.
     const auto now = steady_clock::now();
@@ -95,10 +103,26 @@ Answer MessageExchange::Await(milliseconds timeout) {
   }
 }
 
+/// True if what was received last can only be the answer of the fence. Otherwise reading on tells; that takes longer.
+bool MessageExchange::FenceHasCome() const {
+  if (!m_unsent.empty() || m_appended || !m_received.ends_with(kFenceAnswer)) return false;
+  if (!m_query) return true;
+  // One message has one line at the most, so a second one is the fence's.
+  const std::size_t before = m_received.size() - kFenceAnswer.size();
+  return m_handed_out || (m_one_message && before > 0 && m_received[before - 1] == '\n');
+}
+
+/// The answer of a lone query is one line. A line like that of the fence may be the fence's.
+void MessageExchange::HandOutEarly(const OnAnswer& early) {
+  if (!m_lone_query || m_appended || m_handed_out || !m_received.ends_with('\n') || m_received == kFenceAnswer) return;
+  m_handed_out = early(m_received);
+  if (m_handed_out) m_received.clear();
+}
+
 /// Everything has come: cuts the answer of the fence off.
 Answer MessageExchange::Finish() {
   m_step = Step::kInStep;
-  if (m_appended) m_received.clear();
+  if (m_appended || m_handed_out) m_received.clear();
   if (m_received.ends_with(kFenceAnswer)) m_received.resize(m_received.size() - kFenceAnswer.size());
   Answer answer{Outcome::kComplete, {}, 0};
   answer.response.swap(m_received);

@@ -31,6 +31,7 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -57,6 +58,9 @@ struct Answer {
   long status = 0;       ///< VISA status, with kFailed
 };
 
+/// Takes the answer of a message before its fence has come. False: not now; it comes with the outcome then.
+using OnAnswer = std::function<bool(std::string& response)>;
+
 /// One thread at a time per object. While it lives, nobody else writes to the session, reads from it, or sets its
 /// attributes: the object keeps VI_ATTR_TMO_VALUE for itself, and VI_ATTR_TERMCHAR has to be LF. Closing the session
 /// from another thread is fine: it ends a wait with kFailed.
@@ -68,7 +72,9 @@ class MessageExchange {
   /// Sends one message and waits for its whole answer. A line end is added if it has none. `message` may hold several
   /// messages with their line ends; the answer is then that of all of them. First waits for a message that is still
   /// outstanding, and drops what that answers. `timeout` is the limit for both; 0 waits for a millisecond at most.
-  Answer Exchange(std::string_view message, std::chrono::milliseconds timeout);
+  /// `early`, if given, may get the answer of a lone query as soon as it is whole, while the fence is still awaited;
+  /// the response that is returned is empty then.
+  Answer Exchange(std::string_view message, std::chrono::milliseconds timeout, const OnAnswer& early = nullptr);
 
   /// The first half of Exchange: sends and does not wait. kComplete if the message was sent (the exchange is
   /// outstanding then), kBusy at once if another one is outstanding.
@@ -76,7 +82,7 @@ class MessageExchange {
 
   /// The second half: waits for the answer of what was sent last. kComplete with an empty response if nothing is
   /// outstanding.
-  Answer Await(std::chrono::milliseconds timeout);
+  Answer Await(std::chrono::milliseconds timeout, const OnAnswer& early = nullptr);
 
   /// Sends one more message behind an outstanding one and does not wait. What both answer is of no use then: Await
   /// gives an empty response when all have run. Not while some of the text is still unsent, because the ring is full:
@@ -91,14 +97,20 @@ class MessageExchange {
 
   long SendOn();
   long Read(long timeout_ms);
+  bool FenceHasCome() const;
+  void HandOutEarly(const OnAnswer& early);
   Answer Finish();
   Answer Send(std::string_view message);
 
   unsigned long m_session;
   Step m_step = Step::kInStep;
-  bool m_appended = false;  ///< the response is that of several messages
-  std::string m_unsent;     ///< what the input ring had no room for yet
-  std::string m_received;   ///< since the message was sent
+  bool m_appended = false;     ///< the response is that of several messages
+  std::string m_unsent;        ///< what the input ring had no room for yet
+  std::string m_received;      ///< since the message was sent
+  bool m_one_message = false;  ///< what was sent last is one program message, not several
+  bool m_lone_query = false;   ///< and that is a single query
+  bool m_query = false;        ///< it may ask for an answer
+  bool m_handed_out = false;   ///< what has been received was handed out early
   std::array<unsigned char, 4096> m_piece{};
   long m_timeout_ms = -1;  ///< VI_ATTR_TMO_VALUE as last set
 };

@@ -8,8 +8,9 @@
 namespace server {
 namespace {
 
-/// Messages handed to a worker ahead of time, so that it does not wait for the loop between two.
-constexpr std::size_t kAhead = 2;
+/// Messages handed to a worker ahead of time, so that it does not wait for the loop between two. They are of as many
+/// clients: one that comes waits for a single message of each other one.
+constexpr std::size_t kAhead = 64;
 
 /// What starts an armed run.
 constexpr const char* kTriggerMessage = ":INIT";
@@ -121,7 +122,7 @@ void Broker::Schedule() {
       continue;
     }
     m_round.push_back(id);
-    if (m_locks.MayUse(id) && client.worker->Pending() < kAhead) {
+    if (m_locks.MayUse(id) && client.started.empty() && client.worker->Pending() < kAhead) {
       Start(id, client);
       passed = 0;
     } else {
@@ -141,12 +142,14 @@ void Broker::Start(ClientId id, Client& client) {
 }
 
 void Broker::Completed(ClientId id, RequestId request, Reply reply) {
-  Schedule();
+  OnReply done;
   const auto client = m_clients.find(id);
   if (client != m_clients.end()) {
     if (m_log_messages) LogMessage(client->second, "<-", reply.response);
-    if (auto started = client->second.started.extract(request)) started.mapped()(std::move(reply));
+    if (auto started = client->second.started.extract(request)) done = std::move(started.mapped());
   }
+  Schedule();
+  if (done) done(std::move(reply));
   LookForEnd();
 }
 

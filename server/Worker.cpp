@@ -75,16 +75,24 @@ class Worker::Session {
     m_session.Close();
   }
 
-  /// One message of a client. Sets `lost` to the reason if it shows that the instrument is not there.
-  scpi_zlt::Answer Exchange(std::string_view message, const WorkerOptions& options, std::string& lost) {
+  /// One message of a client. Sets `lost` to the reason if it shows that the instrument is not there. `early` gets
+  /// answers that need no second look before the message is over.
+  scpi_zlt::Answer Exchange(std::string_view message, const WorkerOptions& options, std::string& lost,
+                            const std::function<void(std::string)>& early) {
     const auto start = steady_clock::now();
-    scpi_zlt::Answer answer = m_exchange->Exchange(message, options.give_up);
+    const std::string command = Normalised(message);
+    const bool asks_instrument = command == "*STB?" || command == "*ESR?";
+    const auto hand_out = [&](std::string& response) {
+      if (asks_instrument || steady_clock::now() - start >= options.slow) return false;
+      early(std::move(response));
+      return true;
+    };
+    scpi_zlt::Answer answer = m_exchange->Exchange(message, options.give_up, hand_out);
     const bool slow = steady_clock::now() - start >= options.slow;
     if (answer.outcome == scpi_zlt::Outcome::kTimeout) lost = "a message did not end in time: it is given up";
     if (answer.outcome == scpi_zlt::Outcome::kFailed) lost = scpi_zlt::StatusText(answer.status);
     if (answer.outcome != scpi_zlt::Outcome::kComplete) return answer;
-    const std::string command = Normalised(message);
-    if (command == "*STB?" || command == "*ESR?") {
+    if (asks_instrument) {
       if (answer.response == "\n") lost = "the link is lost, or the instrument does not answer";
       if (!lost.empty()) return answer;
       m_last_heard = steady_clock::now();
@@ -260,10 +268,15 @@ void Worker::Serve(Session& session) {
       }
     }
     if (job.done) {
-      const scpi_zlt::Answer answer = session.Exchange(job.message, m_options, lost);
-      Reply reply{lost.empty() ? KindOf(answer.outcome) : Reply::Kind::kNoInstrument, answer.response};
-      if (job.tidy) reply.response = scpi_zlt::Tidy(job.message, std::move(reply.response));
-      Complete(job, std::move(reply));
+      const auto hand_out = [&](Reply reply) {
+        if (job.tidy) reply.response = scpi_zlt::Tidy(job.message, std::move(reply.response));
+        Complete(job, std::move(reply));
+      };
+      scpi_zlt::Answer answer = session.Exchange(job.message, m_options, lost, [&](std::string response) {
+        hand_out({Reply::Kind::kDone, std::move(response)});
+      });
+      const Reply::Kind kind = lost.empty() ? KindOf(answer.outcome) : Reply::Kind::kNoInstrument;
+      if (job.done) hand_out({kind, std::move(answer.response)});
     } else {
       lost = session.Check();
       if (lost.empty()) m_status_byte = session.StatusByte();

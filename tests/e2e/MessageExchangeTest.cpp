@@ -81,6 +81,39 @@ TEST_F(Exchanges, EndAtOnceHoweverTheReadersTurnFalls) {
   }
 }
 
+TEST_F(Exchanges, HandOutALoneQueryEarlyAndNothingElse) {
+  Open(74);
+  const struct {
+    std::string message;
+    std::string early;
+    std::string response;
+  } cases[] = {
+      {":FREQ?", "1000000000\n", ""},
+      {"*IDN?\n", "Sorvik,ZG-20E,000074\0\n"s, ""},
+      {":NONSENSE?", "\n", ""},
+      {"*OPC?", "", "+1\n"},  // like the fence's own
+      {":FREQ 1GHZ", "", ""},
+      {":FREQ 1GHZ;:OUTP OFF", "", "\n"},
+      {":FREQ?;:FREQ 1GHZ", "", "1000000000;"},
+      {":FREQ?\n:FREQ?", "", "1000000000\n1000000000\n"},
+  };
+  Ask(":FREQ 1GHZ");
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.message);
+    std::string early;
+    const Answer answer = exchange->Exchange(row.message, kLong, [&](std::string& response) {
+      EXPECT_TRUE(early.empty());
+      early.swap(response);
+      return true;
+    });
+    EXPECT_EQ(answer.outcome, Outcome::kComplete);
+    EXPECT_EQ(answer.response, row.response);
+    EXPECT_EQ(early, row.early);
+  }
+  const auto later = [](std::string&) { return false; };
+  EXPECT_EQ(exchange->Exchange(":FREQ?", kLong, later).response, "1000000000\n");
+}
+
 TEST_F(Exchanges, RefuseWhatWouldSwallowTheFence) {
   Open(71);
   const struct {
