@@ -1,0 +1,127 @@
+#!/usr/bin/env python3
+"""How the server is run: who may come in, limits, locks over doors, the service manager, signals, a lost instrument.
+
+Usage: server_run.py SCPI_ZLT. Prints one line per check and fails at the first thing that is wrong."""
+import os
+import signal
+import socket
+import sys
+import tempfile
+import time
+
+from hislip_client import Session
+from server_process import Server, ask, closed
+
+PROGRAM = sys.argv[1]
+
+
+def eventually(condition, what, seconds=20):
+    until = time.monotonic() + seconds
+    while not condition():
+        assert time.monotonic() < until, what
+        time.sleep(0.02)
+
+
+class Manager:
+    """The service manager's end of NOTIFY_SOCKET."""
+
+    def __init__(self):
+        self.place = tempfile.TemporaryDirectory()
+        self.path = os.path.join(self.place.name, "notify")
+        self.socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.socket.bind(self.path)
+        self.socket.settimeout(20)
+
+    def lines(self):
+        return self.socket.recv(4096).decode().splitlines()
+
+
+def allow(server):
+    assert ask(server.connect(source="127.0.0.2"), "*OPC?") == "+1\n"
+    for door in ("raw", "hislip"):
+        assert closed(server.connect(door, source="127.0.0.3")), f"{door}: an address that is not allowed"
+    assert "127.0.0.3" in server.log() and "is not allowed" in server.log()
+
+
+def locks_over_doors(server):
+    address = ("127.0.0.1", server.ports["hislip"])
+    with Session(address) as holder, Session(address) as other, server.connect() as raw:
+        assert holder.lock() == 1 and other.lock() == 0
+        raw.sendall(b":FREQ 2GHZ\n:FREQ?\n")
+        assert holder.query(b":FREQ 1GHZ;:FREQ?\n") == b"1000000000\n"
+        raw.settimeout(0.2)
+        try:
+            assert not raw.recv(1), "a message came past the lock of another door"
+        except TimeoutError:
+            pass
+        raw.settimeout(20)
+        assert holder.release() == 1
+        assert raw.recv(100) == b"2000000000\n"
+
+
+def clients_and_silence(server):
+    """Five may be connected; who is silent for the limit of a second is closed, an open HiSLIP session is not."""
+    eventually(lambda: server.log().count(": disconnected") == server.log().count(": connected"), "connections left")
+    with Session(("127.0.0.1", server.ports["hislip"])) as resting:
+        links = [server.connect() for _ in range(4)]
+        assert closed(links[3]) and "too many clients" in server.log()
+        for link in links[:3]:
+            assert closed(link)
+        assert server.log().count("silent for too long") == 3
+        assert resting.query(b"*OPC?\n") == b"+1\n"
+
+
+def notified(manager):
+    assert "READY=1" in manager.lines()
+
+
+def second_signal(server):
+    """A message of many seconds is under way: the first signal waits for it, the second one does not."""
+    link = server.connect()
+    link.sendall(b"*STB?;" * 100 + b"*STB?\n*IDN?\n")
+    eventually(lambda: "-> *STB?" in server.log(), "the message starts")
+    server.process.send_signal(signal.SIGTERM)
+    eventually(lambda: "messages under way finish" in server.log(), "the first signal")
+    assert server.process.poll() is None
+    start = time.monotonic()
+    server.process.send_signal(signal.SIGTERM)
+    assert server.process.wait(10) == 1 and time.monotonic() - start < 3
+    assert "second signal" in server.log() and "-> *IDN?" not in server.log()
+
+
+def lost(server):
+    """The instrument misses one packet: the loss is said once, clients told, opened again by itself."""
+    link = server.connect()
+    with Session(("127.0.0.1", server.ports["hislip"])) as session:
+        eventually(lambda: "instrument lost" in server.log(), "the loss is noticed")
+        session.write(b"*IDN?\n")
+        assert session.sync.receive()[:2] == (3, 128), "an Error of the device's own"
+        link.sendall(b"*IDN?\n")
+        assert closed(link)
+        eventually(lambda: "open again" in server.log(), "opened again")
+        assert session.query(b"*OPC?\n") == b"+1\n"
+    assert server.log().count("instrument lost") == server.log().count("open again") == 1
+    server.end()
+
+
+def main():
+    # Noticing a loss takes the server five seconds, so this one is left alone meanwhile.
+    losing = Server(PROGRAM, "--raw", "0", "--hislip", "0", "--check", "100", resource="SIM2::silent=60x1::INSTR::ZLT")
+    manager = Manager()
+    server = Server(PROGRAM, "--raw", "0", "--hislip", "0", "--allow", "127.0.0.0/31", "--allow", "127.0.0.2", "--idle", "1",
+                    "--max-clients", "5", environment={"NOTIFY_SOCKET": manager.path})
+    notified(manager)
+    for check in (allow, locks_over_doors, clients_and_silence):
+        check(server)
+        print("ok", check.__name__, flush=True)
+    server.end()
+    assert manager.lines() == ["STOPPING=1"]
+    print("ok service manager", flush=True)
+    second_signal(Server(PROGRAM, "--raw", "0", "--log-messages", resource="SIM1::latency=50::INSTR::ZLT"))
+    print("ok second signal", flush=True)
+    lost(losing)
+    print("ok lost", flush=True)
+
+
+if __name__ == "__main__":
+    main()
