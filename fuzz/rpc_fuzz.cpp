@@ -19,6 +19,8 @@ using server_test::session;
 using server_test::Word;
 using std::chrono::milliseconds;
 
+constexpr unsigned kCore = 0x0607AF;
+
 /// The input, a byte after the other; zeros behind its end.
 class Input {
  public:
@@ -47,7 +49,9 @@ class World {
   void Run(Input input) {
     while (!input.Empty()) {
       const unsigned choice = input.Byte();
-      if (choice < 0xA0) {
+      if (choice < 0x20) {
+        Ask(m_clients.at(choice % 2), choice);
+      } else if (choice < 0xA0) {
         Call(m_clients.at(choice % m_clients.size()), input.Byte(), input);
       } else if (choice < 0xC0) {
         if (!session.jobs.empty()) session.Answer({choice == 0xA0 ? Kind::kNoInstrument : Kind::kDone, Text(choice)});
@@ -58,10 +62,11 @@ class World {
       } else {
         session.set_state(choice % 2 == 0 ? server::WorkerState::kUp : server::WorkerState::kLost);
       }
-      m_loop.Settle();
+      if (choice % 16 != 15) m_loop.Settle();
       for (Client& client : m_clients) Read(client);
     }
     for (Client& client : m_clients) client = {};
+    m_loop.Settle();
     if (m_broker.Clients() != 0 || m_door.HasLinks() || m_broker.Locks().Holders() != 0) std::abort();
   }
 
@@ -79,21 +84,43 @@ class World {
   /// Mostly well-formed: words that are small, then data; now and then a wrong head, a wrong length, or raw bytes.
   void Call(Client& client, unsigned shape, Input& input) {
     const bool core = &client != &m_clients.back();
-    const unsigned program = core ? 0x0607AF : 0x0607B0;
-    if (!client.peer) client.peer = std::make_unique<server_test::Peer>(core ? m_door : m_door.AbortChannel(), program);
+    const unsigned program = core ? kCore : 0x0607B0;
+    if (!client.peer) Connect(client, core, program);
     const unsigned procedure = input.Byte() % 28;
     std::string arguments;
-    for (unsigned word = 0; word < shape % 8; ++word) arguments += Word(input.Byte());
+    // The first one is mostly a link, and there are few.
+    for (unsigned word = 0; word < shape % 8; ++word) arguments += Word(word == 0 ? input.Byte() % 8 : input.Byte());
     const std::string data = input.Bytes(shape >> 3 & 7);
     if (!data.empty()) arguments += Word((shape & 0x40) != 0 ? 0xFFFFFFF0u : static_cast<unsigned>(data.size()));
     arguments += data + std::string((4 - data.size() % 4) % 4, '\0');
-    ++client.called;
     if ((shape & 0x80) != 0 && procedure == 0) {
       client.spoilt = true;
       return client.peer->Receive(arguments);
     }
     const unsigned version = (shape & 0x80) != 0 && procedure == 1 ? 2 : 1;
+    Send(client, program, version, procedure, arguments);
+  }
+
+  /// A write or a read as they should be.
+  void Ask(Client& client, unsigned choice) {
+    if (!client.peer) Connect(client, true, kCore);
+    const unsigned link = choice >> 3;
+    const std::string arguments = (choice & 4) != 0 ? server_test::Words({link, 9, 9, 8}) + server_test::Opaque("A?\nA")
+                                                    : server_test::Words({link, 1 + choice / 16, 9, 9, 0x80, ';'});
+    Send(client, kCore, 1, (choice & 4) != 0 ? 11 : 12, arguments);
+  }
+
+  static void Send(Client& client, unsigned program, unsigned version, unsigned procedure,
+                   const std::string& arguments) {
+    ++client.called;
     client.peer->Send(server_test::Words({client.called, 0, 2, program, version, procedure, 0, 0, 0, 0}) + arguments);
+  }
+
+  /// A client of the core channel makes a link before all else.
+  void Connect(Client& client, bool core, unsigned program) {
+    client.peer = std::make_unique<server_test::Peer>(core ? m_door : m_door.AbortChannel(), program);
+    if (!core) return;
+    Send(client, program, 1, 10, server_test::Words({1, 0, 0, 0}));
   }
 
   static void Read(Client& client) {
@@ -114,6 +141,19 @@ class World {
   server::Vxi11Door m_door{m_loop, m_broker, {true, 20}};
   std::array<Client, 3> m_clients;  ///< two of the core channel, one of the abort channel
 };
+
+/// A call of the port mapper.
+std::string Question(Input& input) {
+  using server_test::Words;
+  const unsigned shape = input.Byte();
+  std::string arguments;
+  for (unsigned word = 0; word < shape % 8; ++word) {
+    const unsigned value = input.Byte();
+    arguments += Word(value == 1 ? 395183 : value == 2 ? 100000 : value % 32);
+  }
+  const std::string call = Words({shape, 0, 2, 100000, shape < 16 ? 3u : 2u, input.Byte() % 8, 0, 0, 0, 0}) + arguments;
+  return Word(0x80000000 | static_cast<unsigned>(call.size())) + call;
+}
 
 /// What a door sends for a stream that comes in pieces.
 std::string Stream(server::Door& door, server_test::DrivenLoop& loop, const std::string& text, std::size_t piece) {
@@ -138,11 +178,14 @@ std::string Printable(std::string_view text, std::size_t) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Input input(data, size);
-  if (input.Byte() % 4 != 0) {
+  const unsigned choice = input.Byte() % 8;
+  if (choice > 1) {
     World().Run(input);
     return 0;
   }
-  const std::string text = input.Bytes(size);
+  // Whatever it is, or calls with these arguments.
+  std::string text = choice == 0 ? input.Bytes(size) : "";
+  while (!input.Empty()) text += Question(input);
   server_test::DrivenLoop loop;
   server::PortMapper mapper(loop, {{395183, 1, 3002}});
   mapper.AnswerDatagram(text);
