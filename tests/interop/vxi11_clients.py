@@ -256,6 +256,21 @@ def bad_clients(server):
     return "ok: wrong calls are answered, wrong records dropped, the others served"
 
 
+def alone():
+    server = Server(PROGRAM, "--vxi11")
+    assert "--portmapper answers there" in server.log(), server.log()
+    Rpc(server.ports["vxi11"], CORE).create()
+    server.end()
+    return "ok: without a port mapper it says so, and serves"
+
+
+def taken(server):
+    second = subprocess.run([PROGRAM, "serve", "SIM0::INSTR::ZLT", "--vxi11", "--portmapper"], capture_output=True, text=True,
+                            timeout=30)
+    assert second.returncode == 1 and "port 111" in second.stderr, second
+    return "ok: " + second.stderr.strip().splitlines()[-1]
+
+
 def registration():
     """With the port mapper that runs: an entry, which a killed server leaves behind and a new one replaces."""
     rpcbind = shutil.which("rpcbind", path=os.environ["PATH"] + ":/sbin:/usr/sbin")
@@ -284,10 +299,11 @@ def registration():
 
 def main():
     server = Server(PROGRAM, "--vxi11", "--portmapper", "--raw", "0")
-    for check in (pyvisa, lxi, octave, locks, port_mapper, bad_clients):
+    for check in (pyvisa, lxi, octave, locks, port_mapper, taken, bad_clients):
         print(f"{check.__name__:12} {check(server)}", flush=True)
     server.end()
-    print(f"{'registration':12} {registration()}")
+    for check in (alone, registration):
+        print(f"{check.__name__:12} {check()}", flush=True)
 
 
 if __name__ == "__main__":
