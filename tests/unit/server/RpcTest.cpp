@@ -10,9 +10,7 @@
 namespace {
 
 using namespace std::string_literals;
-using server_test::Number;
 using server_test::Peer;
-using server_test::Word;
 using server_test::Words;
 
 TEST(RpcRecord, IsCutOutOfWhateverPiecesCome) {
