@@ -13,6 +13,9 @@ set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g")
 set(CMAKE_C_FLAGS_DEBUG "-O1 -g")
 
 include(GNUInstallDirs)
+# The simulated generator is a provider under the provider's own name, so it has a folder of its own, where the loader finds
+# it only when it is named: it never stands in for a real one.
+set(ZLT_SIMULATOR_DIR ${CMAKE_INSTALL_LIBDIR}/scpi-zlt/simulator)
 
 set(ZLT_SANITIZE "" CACHE STRING "Comma-separated list for -fsanitize")
 
@@ -52,14 +55,21 @@ function(zlt_room name)
   target_link_libraries(${name} PUBLIC zlt_options ${ARG_LINK})
 endfunction()
 
-# zlt_install(target destination libraries...): installs a program or library. In the build tree its RUNPATH names the folders
-# of the libraries, the installed file has none. CMake's own change of a RUNPATH at installation is not used: for that it
-# ends the build tree's with an empty element, which to the loader is the working directory.
-function(zlt_install target destination)
+# zlt_install(target destination RUNPATH libraries...): installs a program or library, as part of the CMake package where it
+# is a library. In the build tree its RUNPATH names the folders of the libraries; the installed file has RUNPATH ("" for
+# none, and none at all with CMAKE_SKIP_INSTALL_RPATH, for packages that install where the loader looks anyway). CMake's own
+# change of a RUNPATH at installation is not used: for that it ends the build tree's with an empty element, which to the
+# loader is the working directory.
+function(zlt_install target destination runpath)
   set(folders ${ARGN})
   list(TRANSFORM folders REPLACE "(.+)" "$<TARGET_FILE_DIR:\\1>")
   set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "${folders}")
-  install(TARGETS ${target} DESTINATION ${destination})
-  install(CODE "file(RPATH_REMOVE FILE
-    \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${destination}/$<TARGET_FILE_NAME:${target}>\")")
+  # NAMELINK_SKIP: what a program is linked with is installed by the room itself.
+  install(TARGETS ${target} EXPORT scpi_zlt DESTINATION ${destination} LIBRARY NAMELINK_SKIP)
+  set(file "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${destination}/$<TARGET_FILE_NAME:${target}>")
+  if(NOT runpath OR CMAKE_SKIP_INSTALL_RPATH)
+    install(CODE "file(RPATH_REMOVE FILE \"${file}\")")
+  else()
+    install(CODE "file(RPATH_SET FILE \"${file}\" NEW_RPATH \"${runpath}\")")
+  endif()
 endfunction()

@@ -1,5 +1,6 @@
 // Matrix and Touchstone files for C++ programs: value objects, std::filesystem paths, UTF-8 text, and errors that name
-// file, line and reason. Not part of the shared library: link the static library zlt_datafiles_modern.
+// file, line and reason. Not part of the shared library: link the static library scpi_zlt_datafiles (in CMake
+// scpi_zlt::datafiles).
 //
 //   const auto network = scpi_zlt::ReadTouchstone("filter.s2p");
 //   std::cout << std::abs(network.At(0, 2, 1)) << '\n';  // |S21| at the first frequency
