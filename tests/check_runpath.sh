@@ -26,7 +26,7 @@ if grep -vE ': (/|\$ORIGIN)[^:]*(:(/|\$ORIGIN)[^:]*)*$' <<<"$built"; then
   echo "has an element that is neither absolute nor relative to the file"
   failed=1
 fi
-if runpaths "$installed" | grep -vE ': \$ORIGIN/\.\./lib$'; then
+if runpaths "$installed" | grep -vE ': \$ORIGIN(/\.\./lib)?$'; then
   echo "is installed with a RUNPATH that leaves the installed tree"
   failed=1
 fi

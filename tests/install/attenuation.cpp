@@ -3,4 +3,6 @@
 #include <iostream>
 #include <scpi_zlt/datafiles.h>
 
-int main(int, char** arguments) { std::cout << std::abs(scpi_zlt::ReadTouchstone(arguments[1]).At(0, 2, 1)) << '\n'; }
+int main(int, char** arguments) {
+  std::cout << std::abs(scpi_zlt::ReadTouchstone(arguments[1]).At(0, 2, 1)) << '\n';
+}
