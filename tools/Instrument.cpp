@@ -39,7 +39,7 @@ class OpeningNotice {
 class SessionInstrument : public Instrument {
  public:
   explicit SessionInstrument(const InstrumentOptions& options) {
-    LoadLibrary();
+    LoadLibrary(options.resource);
     const OpeningNotice notice(options.resource, options.open_timeout);
     const long status = m_session.Open(options.resource, options.open_timeout);
     if (status != VI_SUCCESS) {

@@ -23,8 +23,10 @@ Function* Find(const char* name) {
 
 }  // namespace
 
-void LoadLibrary() {
+void LoadLibrary(const std::string& resource) {
   if (g_library != nullptr) return;
+  // Once it is loaded the library takes it by its name, and looks for no other.
+  if (resource.starts_with("SIM")) dlopen(SCPI_ZLT_SIMULATOR, RTLD_NOW);
   g_library = dlopen(kName, RTLD_NOW);
   if (g_library != nullptr) return;
   const char* const reason = dlerror();

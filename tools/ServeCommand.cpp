@@ -72,7 +72,7 @@ void AddServeCommand(CLI::App& app) {
           "Milliseconds between two looks at an instrument that nobody asks");
   AddTime(serve, "--give-up", options->worker.give_up, "Milliseconds that one message may take");
   serve.callback([options] {
-    LoadLibrary();
+    LoadLibrary(options->worker.resource);
     if (!options->raw && !options->hislip && !options->vxi11) options->raw = 5025;
     if (const int status = server::Serve(*options); status != EXIT_SUCCESS) throw CLI::RuntimeError(status);
   });

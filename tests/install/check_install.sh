@@ -33,8 +33,8 @@ try() {
 export PKG_CONFIG_PATH=$tree/lib/pkgconfig
 simulator=$(pkg-config --variable=simulatordir scpi_zlt)
 run=$tree/lib:$simulator
-# The program itself finds the library; a user names the provider.
-identity=$(LD_LIBRARY_PATH=$simulator "$tree/bin/scpi-zlt" SIM0::INSTR::ZLT '*IDN?' | tr -d '\0')
+# The tool finds the library, and the simulator by the name of the resource.
+identity=$("$tree/bin/scpi-zlt" SIM0::INSTR::ZLT '*IDN?' | tr -d '\0')
 [ -n "$identity" ]
 
 mkdir "$work/cmake" "$work/pkgconfig" "$work/plain"
