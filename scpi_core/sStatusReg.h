@@ -25,6 +25,7 @@ enum EStandardEventBit : short {
 };
 
 /// Bits of the status byte (IEEE 488.2, 11.2; SCPI-99, volume 1, 9).
+/// The summaries of the questionable and the operation register never come up: nothing lifts the guard of sStatusReg.
 enum EStatusByteBit : short {
   kErrorQueueBit = 2,
   kQuestionableSummaryBit = 3,

@@ -87,7 +87,7 @@ class CDevice : public CGenericDevice {
   int SCPI_SYST_ERR();
   int GetErrCount() const;
 
-  // Status registers (Device/StatusRegisters.cpp).
+  // Status registers (Device/StatusQueries.cpp).
   int SCPI_ESR(int& value);
   int SCPI_STB();
   int SCPI_CLS();
