@@ -8,10 +8,16 @@
 
 namespace {
 
+/// A row one level down.
+struct Child {
+  int row;
+  std::uint32_t initials;  ///< beside the row, so that most children are passed over without a look at their nodes
+};
+
 /// What the walk asks of a row, worked out once.
 struct Node {
-  std::vector<int> children;   ///< rows one level down, in their order
-  std::uint32_t initials = 0;  ///< of the tokens that the row, or one reached by passing over it, could take
+  std::vector<Child> children;  ///< in their order
+  std::uint32_t initials = 0;   ///< of the tokens that the row, or one reached by passing over it, could take
 };
 
 /// Never destroyed: a session whose own thread ends the process still walks the tree while statics go.
@@ -69,8 +75,9 @@ void BuildIndex() {
       const STree& below = CommandTree[level + 1];
       for (int child = 0; child < below.count; ++child) {
         if (below.rows[child].parent != row.id) continue;
-        node.children.push_back(child);
-        if (row.optional) node.initials |= node_index.levels[level + 1][static_cast<std::size_t>(child)].initials;
+        const std::uint32_t initials = NodeOf(static_cast<int>(level) + 1, child).initials;
+        node.children.push_back({child, initials});
+        if (row.optional) node.initials |= initials;
       }
     }
   }
@@ -167,13 +174,13 @@ bool CheckTree(sCommand* command, int& level, int& row, int token, void* device)
     if (token == command->level_count - 1) return Execute(*command, node, level, device);
   }
   const int next_token = matched ? token + 1 : token;
-  const std::vector<int>& children = NodeOf(level, row).children;
+  const std::vector<Child>& children = NodeOf(level, row).children;
   if (children.empty()) return false;
   const std::uint32_t initial = InitialOf(*command, next_token);
-  for (const int child : children) {
-    if ((NodeOf(level + 1, child).initials & initial) == 0) continue;
+  for (const Child& child : children) {
+    if ((child.initials & initial) == 0) continue;
     int child_level = level + 1;
-    int child_row = child;
+    int child_row = child.row;
     if (CheckTree(command, child_level, child_row, next_token, device)) {
       level = child_level;
       row = child_row;
@@ -192,9 +199,10 @@ void FindNodes(sCommand* command, int& level, int& parent, void* device) {
   }
   const bool all = level == 0 || parent == -1;
   const std::uint32_t initial = InitialOf(*command, 0);
+  const std::vector<Node>& nodes = node_index.levels[static_cast<std::size_t>(level)];
   for (int i = 0; i < tree->count; ++i) {
+    if ((nodes[static_cast<std::size_t>(i)].initials & initial) == 0) continue;
     if (!all && tree->rows[i].parent != parent) continue;
-    if ((NodeOf(level, i).initials & initial) == 0) continue;
     int row_level = level;
     int row = i;
     if (CheckTree(command, row_level, row, 0, device)) {

@@ -43,7 +43,6 @@ void Parse(char* text, int length, IResponseStream* stream, void* device) {
   int level = 0;
   int parent = -1;
   SubStringParams cursor;
-  cursor.delimiters = ";";
   std::array<char, kUsualLength> usual;
   std::unique_ptr<char[]> longer;
   sUnitCommand command;

@@ -14,6 +14,7 @@
 namespace {
 
 constexpr std::size_t kUsualTokens = 8;  // of all that is no list
+constexpr int kShortUnit = 64;           // shorter ones are no lists worth counting
 
 /// The block at a place of a text, as far as it lies in the text; 0 if there is none.
 int BlockAt(const char* text, int length, int at) {
@@ -22,46 +23,44 @@ int BlockAt(const char* text, int length, int at) {
   return static_cast<int>(std::min<unsigned int>(size, static_cast<unsigned int>(length - at)));
 }
 
-/// True for the characters that can shield what follows them: the quotes, and the start of a block.
-bool IsShield(char c) {
-  return c == '#' || IsQuote(c);
-}
+/// The characters that a scan stops at: its marks, and the shields.
+template <char... Marks>
+constexpr auto kStopsAt = [] {
+  std::array<bool, 256> stops{};
+  for (const char c : {'#', '"', '\'', Marks...}) stops[static_cast<unsigned char>(c)] = true;
+  return stops;
+}();
 
 /// The first character from `at` on that is a shield or one of the marks, or the length of the text. Every scan of the
-/// tokeniser rests on it, so it takes sixteen characters in one step.
-template <class... Chars>
-int NextMark(const char* text, int at, int length, Chars... marks) {
+/// tokeniser rests on it: sixteen characters in one step where there are as many, a look into a table for each of the
+/// rest, which is all of a short unit.
+template <char... Marks>
+int NextMark(const char* text, int at, int length) {
   for (; at + 16 <= length; at += 16) {
     const __m128i step = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + at));
     const auto hit = [&step](char c) { return _mm_cmpeq_epi8(step, _mm_set1_epi8(c)); };
-    const __m128i hits = ((hit('#') | hit('"') | hit('\'')) | ... | hit(marks));
+    const __m128i hits = ((hit('#') | hit('"') | hit('\'')) | ... | hit(Marks));
     if (const int found = _mm_movemask_epi8(hits)) return at + std::countr_zero(static_cast<unsigned int>(found));
   }
-  while (at < length && !IsShield(text[at]) && ((text[at] != marks) && ...)) ++at;
+  while (at < length && !kStopsAt<Marks...>[static_cast<unsigned char>(text[at])]) ++at;
   return at;
 }
 
-/// The first place from `at` on where a character stands outside of quotes and blocks, or the length of the text. `at`
-/// has to lie outside of them.
-int FindUnshielded(char wanted, const char* text, int at, int length) {
+/// The first place from `at` on where one of the marks stands outside of quotes and blocks, or the length of the text.
+/// `at` has to lie outside of them.
+template <char... Marks>
+int FindUnshielded(const char* text, int at, int length) {
   bool quoted = false;
-  for (; (at = NextMark(text, at, length, wanted)) < length; ++at) {
+  for (; (at = NextMark<Marks...>(text, at, length)) < length; ++at) {
     if (const int block = BlockAt(text, length, at)) {
       at += block - 1;
     } else if (IsQuote(text[at])) {
       quoted = !quoted;
-    } else if (text[at] == wanted && !quoted) {
+    } else if (text[at] != '#' && !quoted) {
       return at;
     }
   }
   return length;
-}
-
-/// How often a character stands outside of quotes and blocks.
-int CountUnshielded(char wanted, const char* text, int length) {
-  int count = 0;
-  for (int at = 0; (at = FindUnshielded(wanted, text, at, length)) < length; ++at) ++count;
-  return count;
 }
 
 /// How often a character occurs, anywhere. In steps that the compiler can do at one go.
@@ -77,11 +76,6 @@ std::size_t CountBytes(char wanted, const char* text, int length) {
   return count + static_cast<std::size_t>(std::count(text + at, text + length, wanted));
 }
 
-/// Moves the cursor over the piece and one delimiter; not at all over an empty piece.
-void StepOver(SubStringParams& params) {
-  if (params.length != 0) params.position += params.length + 1;
-}
-
 /// Where a unit's header tokens begin: behind a leading "*" or ":".
 int HeaderStart(const char* text, int length) {
   return length > 0 && (text[0] == '*' || text[0] == ':') ? 1 : 0;
@@ -90,7 +84,7 @@ int HeaderStart(const char* text, int length) {
 /// Cuts the first "?" outside of blocks out of the text; -1 if there is none. Quotes do not protect it, and callers
 /// rely on that.
 int CutQuestionMark(char* text, int& length) {
-  for (int at = 0; (at = NextMark(text, at, length, '?')) < length; ++at) {
+  for (int at = 0; (at = NextMark<'?'>(text, at, length)) < length; ++at) {
     if (const int block = BlockAt(text, length, at)) {
       at += block - 1;
     } else if (text[at] == '?') {
@@ -147,7 +141,7 @@ unsigned int BinaryBlockSize(const char* text, int length, eBBS what) {
 int GetComCount(const char* text, int length) {
   int count = 1;
   bool quoted = false;
-  for (int at = 0; (at = NextMark(text, at, length, ';', '\n', '\0')) < length; ++at) {
+  for (int at = 0; (at = NextMark<';', '\n', '\0'>(text, at, length)) < length; ++at) {
     if (const int block = BlockAt(text, length, at)) {
       at += block - 1;
     } else if (IsQuote(text[at])) {
@@ -162,14 +156,8 @@ int GetComCount(const char* text, int length) {
 }
 
 void FindSubString(const char* text, int length, SubStringParams& params) {
-  StepOver(params);
-  params.position = std::min(params.position, length);
-  int end = params.position;
-  for (const char* delimiter = params.delimiters; *delimiter != '\0'; ++delimiter) {
-    end = FindUnshielded(*delimiter, text, params.position, length);
-    if (end < length) break;
-  }
-  params.length = end - params.position;
+  if (params.length != 0) params.position = std::min(params.position + params.length + 1, length);
+  params.length = FindUnshielded<';'>(text, params.position, length) - params.position;
 }
 
 void Trim(char* text, int& length) {
@@ -185,7 +173,7 @@ void Trim(char* text, int& length) {
   bool quoted = false;
   for (int at = first; at < end;) {
     // What is copied on: all up to the next mark, and the mark itself unless it is a blank to be dropped.
-    const int mark = NextMark(text, at, end, ' ');
+    const int mark = NextMark<' '>(text, at, end);
     int next = mark;
     const bool blank = mark < end && text[mark] == ' ' && !quoted;
     if (mark < end) {
@@ -224,36 +212,46 @@ int GetChannel(const char* token, int& length) {
   return static_cast<int>(std::clamp<long>(value, INT_MIN, INT_MAX));
 }
 
-// The pieces are those of FindSubString with the delimiters ": ,": each is searched for ":" to the end of the unit,
-// then for a blank, then for a comma. A delimiter that is not found once is not found later, so that the three scans
-// together pass over the unit three times at most.
+// A unit is cut at ":" as long as there is one, then at blanks, then at commas. One pass does it: a ":" takes back the
+// cuts at blanks and commas that were made since the ":" before it, a blank those at commas.
 void GetSubStrings(const char* text, int length, sCommand* command) {
   const int start = HeaderStart(text, length);
   text += start;
   length -= start;
+  std::vector<sSubString>& pieces = command->substrings;
   // The exact size of a long list: one that grew would leave so much free memory behind that the allocator gives it
   // back and faults it in again with every message.
-  command->substrings.reserve(kUsualTokens + CountBytes(',', text, length));
-  SubStringParams cursor;
-  const char* delimiter = ": ,";
-  for (int token = 0; cursor.position + cursor.length < length; ++token) {
-    StepOver(cursor);
-    int end = FindUnshielded(*delimiter, text, cursor.position, length);
-    while (end == length && delimiter[1] != '\0') {
-      end = FindUnshielded(*++delimiter, text, cursor.position, length);
+  pieces.reserve(kUsualTokens + (length < kShortUnit ? 0 : CountBytes(',', text, length)));
+  std::size_t headers = 0;  // pieces in front of the last ":"
+  std::size_t words = 0;    // pieces in front of the last ":" or blank
+  int header_start = 0;     // of what follows them
+  int word_start = 0;
+  int piece_start = 0;
+  const auto end_piece = [&](int from, int to) {
+    sSubString& piece = pieces.emplace_back();
+    piece.offset = from;
+    piece.length = to - from;
+    piece_start = to + 1;
+  };
+  for (int at = 0; (at = FindUnshielded<':', ' ', ','>(text, at, length)) < length; ++at) {
+    if (text[at] == ',') {
+      end_piece(piece_start, at);
+      continue;
     }
-    cursor.length = end - cursor.position;
-    if (cursor.length == 0) {
-      command->error = scpi_error::kUndefinedHeader;
-      return;
-    }
-    sSubString& piece = command->substrings.emplace_back();
-    piece.offset = cursor.position;
-    piece.length = cursor.length;
-    if (token < command->level_count) piece.channel = GetChannel(text + piece.offset, piece.length);
-    ++command->substring_count;
+    const bool header = text[at] == ':';
+    pieces.erase(pieces.begin() + static_cast<std::ptrdiff_t>(header ? headers : words), pieces.end());
+    end_piece(header ? header_start : word_start, at);
+    words = pieces.size();
+    word_start = piece_start;
+    if (!header) continue;
+    headers = words;
+    header_start = word_start;
   }
-  command->error = command->substrings.empty() ? scpi_error::kUndefinedHeader : 0;
+  end_piece(piece_start, length);
+  command->level_count = static_cast<std::int32_t>(headers) + 1;
+  command->substring_count = static_cast<std::int32_t>(pieces.size());
+  const bool gap = std::any_of(pieces.begin(), pieces.end(), [](const sSubString& piece) { return piece.length == 0; });
+  command->error = gap ? scpi_error::kUndefinedHeader : 0;
 }
 
 void GetCommandInstance(char* text, int length, sUnitCommand& command) {
@@ -262,9 +260,12 @@ void GetCommandInstance(char* text, int length, sUnitCommand& command) {
   command.Begin(text, length);
   command.query = question >= 0;
   command.first_character = length > 0 ? text[0] : '\0';
-  command.level_count = 1 + CountUnshielded(':', text + start, length - start);
   GetSubStrings(text, length, &command);
   if (command.error != 0) return;
+  for (int token = 0; token < command.level_count; ++token) {
+    sSubString& keyword = command.substrings[static_cast<std::size_t>(token)];
+    keyword.channel = GetChannel(text + start + keyword.offset, keyword.length);
+  }
   command.parameter_count = command.substring_count - command.level_count;
   if (command.first_character == '*' && command.level_count > 1) {
     command.error = scpi_error::kUndefinedHeader;

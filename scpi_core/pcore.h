@@ -16,7 +16,8 @@ extern std::vector<STree>& CommandTree;
 /// At unload, once no interpreter is left that could walk it; nothing destroys it before.
 void ReleaseCommandTree();
 
-/// Replaces a level that exists, appends the next one; a negative level is ignored.
+/// Replaces a level that exists, appends the next one; a negative level is ignored. The rows are not copied: they, and
+/// all they point at, need static lifetime.
 void AddTreeLevel(int level, const sCommandTreeNode* rows, std::size_t count);
 
 /// Executes one program message, its LF included. Responses and errors go to `stream`; the handlers get `device`.
@@ -28,14 +29,14 @@ void Parse(char* text, int length, IResponseStream* stream, void* device);
 unsigned int BinaryBlockSize(const char* text, int length, eBBS what);
 /// Number of program message units up to the LF, a NUL or the end; at least 1.
 int GetComCount(const char* text, int length);
-/// Moves the cursor to the next piece.
+/// Moves the cursor to the next program message unit.
 void FindSubString(const char* text, int length, SubStringParams& params);
 /// Trims a unit in place; the length becomes 0 if nothing remains.
 void Trim(char* text, int& length);
 /// The numeric suffix of a header token, which is taken off the length: 0 if there is none, -1 if the token does not
 /// begin with a letter. Odd, and kept: only a suffix of one digit is read whole.
 int GetChannel(const char* token, int& length);
-/// Fills the token list of a command whose level count is known.
+/// Fills the token list and counts the header tokens, which keep their numeric suffixes.
 void GetSubStrings(const char* text, int length, sCommand* command);
 /// The command that a message's units are read into, one after the other. Its text and its error record are borrowed,
 /// and its vectors keep their memory, so that a unit costs no allocation of its own. A copy owns all of it.

@@ -121,9 +121,9 @@ struct Literal {
   }
 
   /// Each delimiter in turn, from the cursor to the end.
-  void Next(SubStringParams& cursor) const {
+  void Next(SubStringParams& cursor, const char* delimiters) const {
     if (cursor.length != 0) cursor.position = std::min(cursor.position + cursor.length + 1, Size());
-    for (const char* delimiter = cursor.delimiters; *delimiter != '\0'; ++delimiter) {
+    for (const char* delimiter = delimiters; *delimiter != '\0'; ++delimiter) {
       bool quoted = false;
       int at = cursor.position;
       for (; at < Size(); at += std::max(Block(at), 1)) {
@@ -138,9 +138,8 @@ struct Literal {
   std::vector<std::string> Pieces() const {
     std::vector<std::string> pieces;
     SubStringParams cursor;
-    cursor.delimiters = ": ,";
     while (cursor.position + cursor.length < Size()) {
-      Next(cursor);
+      Next(cursor, ": ,");
       if (cursor.length == 0) return {};
       pieces.push_back(text.substr(static_cast<std::size_t>(cursor.position), static_cast<std::size_t>(cursor.length)));
     }
@@ -195,10 +194,9 @@ TEST(Tokeniser, FastScansAgreeWithTheLiteralOnes) {
     ASSERT_EQ(GetComCount(text.data(), length), literal.Units());
 
     SubStringParams fast, slow;
-    fast.delimiters = slow.delimiters = ";";
     for (int unit = 0; unit < 4; ++unit) {
       FindSubString(text.data(), length, fast);
-      literal.Next(slow);
+      literal.Next(slow, ";");
       ASSERT_EQ(std::pair(fast.position, fast.length), std::pair(slow.position, slow.length));
     }
 
