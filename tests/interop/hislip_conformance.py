@@ -8,6 +8,7 @@ import contextlib
 import sys
 import time
 
+from client_table import ClientTable
 from hislip_client import *  # the message types are meant to be read by name
 from server_process import Server
 
@@ -580,6 +581,11 @@ def serve_and_walk(program, names):
     server = Server(program, "--hislip", "0", resource="SIM7::latency=20::INSTR::ZLT")
     result = walk(("127.0.0.1", server.ports["hislip"]), True, names)
     server.end()
+    if not names:
+        table = ClientTable("HiSLIP")
+        print(table.tried("`tests/interop/hislip_client.py`", "HiSLIP",
+                          f"{len(CHECKS + SLOW_CHECKS)} checks from the standard's tables"))
+        table.finish()
     return result
 
 

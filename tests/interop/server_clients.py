@@ -11,9 +11,11 @@ import subprocess
 import sys
 import time
 
+from client_table import ClientTable
 from server_process import Server, ask, closed
 
 PROGRAM = sys.argv[1]
+TABLE = ClientTable("raw")
 
 
 def pyvisa(server):
@@ -31,7 +33,8 @@ def pyvisa(server):
     generator.write(":LIST:FREQ " + ",".join(["1GHZ"] * 2500))
     assert generator.query(":LIST:FREQ:POIN?") == "2500"
     generator.close()
-    return f"ok: pyvisa {pyvisa.__version__}, pyvisa-py {pyvisa_py.__version__}"
+    return TABLE.tried(f"pyvisa {pyvisa.__version__} with pyvisa-py {pyvisa_py.__version__}",
+                       "raw (`TCPIP::HOST::PORT::SOCKET`)", "query, set, a list of 2500 points")
 
 
 def lxi(server):
@@ -44,7 +47,8 @@ def lxi(server):
     run("scpi", "--raw", "-a", "127.0.0.1", "-p", str(server.ports["raw"]), ":FREQ 2.5GHZ")
     with server.connect() as link:
         assert ask(link, ":FREQ?") == "2500000000\n", "a setting of lxi is seen by others"
-    return "ok: " + run("--version").stdout.splitlines()[0]
+    version = run("--version").stdout.split()[1].lstrip("v")
+    return TABLE.tried(f"lxi-tools {version}", "raw (`lxi scpi --raw`)", "query, set")
 
 
 def octave(server):
@@ -62,7 +66,7 @@ printf("%s", answer); tcp_close(link);"""
     if "package" in result.stderr and "not" in result.stderr:
         return "skipped: octave-instrument-control is not installed"
     assert result.stdout == "3000000000\n", result
-    return "ok: octave tcp"
+    return TABLE.tried("octave instrument-control", "raw (`tcp`)", "set, query")
 
 
 def bad_clients(server):
@@ -140,8 +144,13 @@ def fails():
 def main():
     server = Server(PROGRAM, "--raw", "0")
     assert server.first_line.startswith("serving SIM0::INSTR::ZLT by raw on 127.0.0.1 port "), server.first_line
+    skipped = False
     for check in (pyvisa, lxi, octave, bad_clients, several, ends):
-        print(f"{check.__name__:12} {check(server)}", flush=True)
+        result = check(server)
+        print(f"{check.__name__:12} {result}", flush=True)
+        skipped = skipped or result.startswith("skipped")
+    if not skipped:
+        TABLE.finish()
     print(f"{'fails':12} {fails()}")
 
 
