@@ -1,5 +1,5 @@
-// The wire form of HiSLIP, fed with whatever comes, whole and in pieces: both must give the same messages, and no more
-// may be kept than the limits say.
+// libFuzzer harness of the HiSLIP wire form: any bytes, once whole and once in pieces. Both must give the same
+// messages, and no more may be kept than the limits say.
 #include <cstdint>
 #include <cstdlib>
 #include <string>

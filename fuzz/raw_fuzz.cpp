@@ -1,6 +1,5 @@
-// libFuzzer harness of the raw socket's framing: whatever the pieces that bytes come in, and however late answers are,
-// the door hands on exactly the messages that a look at the whole text finds, in order, and nothing of a browser's
-// request.
+// libFuzzer harness of the raw socket's framing. However the bytes are cut into pieces and however late the answers
+// are, the door passes on exactly the messages of the whole text, in order, and nothing of a browser's request.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -58,7 +57,7 @@ std::vector<std::string> Expected(std::string text) {
 
 }  // namespace
 
-// The broker of this harness keeps what it is handed; the door meets no other.
+// A broker for this harness only: it keeps what it gets.
 namespace server {
 Broker::Broker(Loop& loop, WorkerOptions, bool, bool log_messages, Worker::OnState)
     : m_loop(loop), m_log_messages(log_messages) {}
@@ -92,7 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   AnswerAll();
   const std::vector<std::string> expected = wire.closed ? std::vector<std::string>() : Expected(text);
-  // A beginning that may become a browser's request is held back.
+  // The door keeps back a beginning that may become a browser's request.
   if (submitted != expected && !(submitted.empty() && text.size() < 8)) std::abort();
   return 0;
 }

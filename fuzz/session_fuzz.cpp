@@ -1,4 +1,4 @@
-// Throws generated text at a session over the simulated generator, for as long as asked: broken headers, numbers,
+// Writes generated text to a session over the simulated generator, for as long as asked: broken headers, numbers,
 // blocks, quotes, NUL and 8-bit bytes, half messages. After each burst the session has to take a message and answer it.
 // Prints the seed of a failure, so that it can be repeated.
 //
@@ -78,7 +78,7 @@ std::string Burst(Random& random) {
     }
     text += '\n';
   }
-  // A block that says it is longer than the ring would end the session's conversation for good, as it should.
+  // No block that says it is longer than the ring: it would end the session's conversation for good, as it should.
   for (std::size_t at = text.find('#'); at < text.size() - 1; at = text.find('#', at + 1)) {
     if (text[at + 1] >= '3' && text[at + 1] <= '9') text[at + 1] = '2';
   }
@@ -94,7 +94,7 @@ class Session {
  public:
   explicit Session(unsigned seed) : m_seed(seed) {
     if (skOpen(0, "SIM0::INSTR::ZLT", 0, 20000, &m_session) != VI_SUCCESS) Fail(seed, "does not open");
-    // Every setting under a running sweep takes two and a half seconds.
+    // A setting during a sweep takes two and a half seconds.
     skSetAttribute(m_session, VI_ATTR_TMO_VALUE, 60000);
   }
   ~Session() { skClose(m_session); }
@@ -108,7 +108,7 @@ class Session {
     }
   }
 
-  /// Reads until the answer of a last query is there; everything in front of it belongs to the burst.
+  /// Reads until the answer to a last query is there; everything before it belongs to the burst.
   void ExpectAlive() {
     // The burst may have left a block or a quote open: a long run of line ends closes every block of up to two digits.
     Write(std::string(128, '\n'));
@@ -117,7 +117,7 @@ class Session {
     for (int reads = 0; reads < 4096; ++reads) {
       std::array<unsigned char, 65536> piece{};
       unsigned long count = 0;
-      if ((skRead(m_session, piece.data(), piece.size(), &count) & 0xFFFFFFFF) == 0xBFFF0015) Fail(m_seed, "no answer");
+      if (skRead(m_session, piece.data(), piece.size(), &count) == VI_ERROR_TMO) Fail(m_seed, "no answer");
       text.append(reinterpret_cast<const char*>(piece.data()), count);
       if (text.ends_with("\"1999.0\"\n")) return;
     }

@@ -1,4 +1,4 @@
-// Rows of packet forms, and the ranges of what they carry.
+// The packet forms, one row each, and the ranges of their values.
 #include "simulator/Forms.h"
 
 namespace sim {

@@ -1,5 +1,5 @@
-// The packet forms of all parameters that carry a fixed record of values: which value lies in which place, in what
-// format, which firmware knows the form, and what a firmware that does not know it answers. Data only.
+// The packet forms of all parameters that carry a fixed record of values: which value is in which place, in what
+// format, which firmware knows the form, and what other firmware answers. Data only.
 #pragma once
 
 #include <array>
@@ -79,7 +79,7 @@ struct Form {
 
 std::span<const Form> Forms();
 
-/// The form of a request, whether the firmware knows it or not; null if nobody does.
+/// The form of a request, whether this firmware knows it or not; null if no firmware does.
 const Form* FindForm(std::uint16_t parameter, Format format, int count);
 
 /// The longest form of the same parameter and format that the firmware knows and that has fewer values; null if none.
@@ -88,7 +88,7 @@ const Form* KnownPart(const Form& form, const Profile& profile);
 /// Does any form of the parameter exist for this firmware?
 bool KnowsParameter(std::uint16_t parameter, const Profile& profile);
 
-/// Range of a slot and whether its integer is read with a sign. A quantum of 0 leaves the value as the wire has it.
+/// Range of a slot, and whether its integer is read with a sign. A quantum of 0: the value is not rounded.
 struct SlotRule {
   double low = 0;
   double high = 0;

@@ -10,7 +10,8 @@ namespace {
 
 using enum Slot;
 
-/// The four-byte step has no room for a sign beside its range: it is negative when only that keeps the sweep inside.
+/// Four bytes hold the range of a step, but no sign. The step is taken as negative when only that keeps the sweep in
+/// range.
 double NarrowStep(View body, const Limits& limits) {
   const auto start = static_cast<double>(ReadInteger(body, 2, 4, false));
   const auto intervals = static_cast<double>(ReadInteger(body, 6, 4, false)) - 1;
@@ -67,7 +68,7 @@ Bytes GeneratorModel::Answer(View request) {
 }
 
 Bytes GeneratorModel::RunReply(View request) const {
-  // The status of a pass rides behind its data, of which there is none here.
+  // The status of a pass follows its data, and there is no data here.
   std::int16_t status = SK_NO_ERROR;
   if (!m_states.level) status = SK_UNLEVEL;
   if (!m_states.reference) status = SK_EXTREF_NO_PLL;
@@ -84,9 +85,18 @@ RunPlan GeneratorModel::Plan() const {
   const double powers = m_power_from_list ? static_cast<double>(m_power_list.size()) : At(kPowerPoints);
   plan.points = static_cast<std::uint64_t>(std::max({frequencies, powers, 1.0}));
   plan.dwell_ns = static_cast<std::uint64_t>(At(kDwell));
-  const double code = At(kSyncIn);
-  if (code == 1 || code == 4) plan.trigger = RunPlan::Trigger::kPass;
-  if (code == 2 || code == 3) plan.trigger = RunPlan::Trigger::kPoint;
+  switch (static_cast<int>(At(kSyncIn))) {
+    case kInputExternal:
+    case kInputBus:
+      plan.trigger = RunPlan::Trigger::kPass;
+      break;
+    case kInputStep:
+    case kInputStepForm:
+      plan.trigger = RunPlan::Trigger::kPoint;
+      break;
+    default:
+      break;
+  }
   plan.rising = At(kSyncInSlope) == 0;
   return plan;
 }
@@ -131,10 +141,10 @@ Bytes GeneratorModel::Refuse(View request, const Head& head, const Form& form) {
   if (part != nullptr && head.command == SK_SET) Store(corrected, *part);
   if (m_profile.refusal_body != RefusalBody::kLimits) return RefuseUnknown(request, status);
   if (head.command == SK_SET) return MakeReply(request, status, corrected);
-  // A query is answered with what there is, so the caller sees fewer values than it asked for.
+  // A query gets the values that exist, so fewer than it asked for.
   if (part == nullptr) return MakeReply(request, status, {});
   Bytes reply = MakeReply(request, status, Encode(*part));
-  reply[8] = static_cast<std::uint8_t>(part->Count());
+  reply[kCountAt] = static_cast<std::uint8_t>(part->Count());
   return reply;
 }
 
@@ -150,7 +160,7 @@ std::int16_t GeneratorModel::QueryStatus(std::uint16_t parameter) const {
   return SK_NO_ERROR;
 }
 
-/// The body as the instrument takes it: same form, each value clamped and rounded.
+/// The body as the instrument takes it: the same form, each value clamped and rounded.
 Bytes GeneratorModel::Corrected(View body, const Form& form) const {
   Bytes corrected(body.begin(), body.end());
   for (int i = 0; i < form.Count(); ++i) {
@@ -169,8 +179,8 @@ void GeneratorModel::Store(View corrected, const Form& form) {
   Complete(form);
 }
 
-/// Fills in what a shorter form leaves unsaid: a lone value is a sweep of one point, a sweep without stop ends where
-/// its steps end.
+/// Fills in what a shorter form leaves out: a single value is a sweep of one point; a sweep without a stop value ends
+/// where its steps end.
 void GeneratorModel::Complete(const Form& form) {
   const bool frequency = form.parameter == P_FREQUENCY;
   if (!frequency && form.parameter != P_RF_OUT && form.parameter != P_RF_OUT2) return;
@@ -200,8 +210,8 @@ Bytes GeneratorModel::Encode(const Form& form) const {
   return body;
 }
 
-/// Body: id, offset, wanted, name with its zero; the reply has the delivered count for the wanted one and the data
-/// behind.
+/// Body of a request: parameter id, offset, wanted count, name with its zero. The reply has the delivered count in the
+/// place of the wanted one, and the data after the name.
 Bytes GeneratorModel::File(View request, const Head& head) const {
   constexpr std::size_t kName = 10;
   const View body = request.subspan(kHeadSize);

@@ -1,8 +1,9 @@
-// The simulated generator itself: request bytes in, reply bytes out. No clock, no thread, no log; how long a sweep
-// takes is told by Plan() and kept by whoever runs it (Instrument.h).
+// The simulated generator itself: request bytes in, reply bytes out. No clock, no thread, no log. Plan() says how long
+// a sweep takes; Instrument.h keeps the time.
 //
-// It stores what it is sent, clamps and rounds it as an instrument does and answers SK_PARAMETER_CORRECTED then. A form
-// that its firmware does not know is refused as the profile says; a refusal by "ignored" takes the part that is known.
+// It stores what it is sent. Like a real instrument it clamps and rounds values, and then answers
+// SK_PARAMETER_CORRECTED. A form that its firmware does not know is refused as the profile says; a refusal by "ignored"
+// takes the part that is known.
 #pragma once
 
 #include <array>
@@ -38,10 +39,10 @@ class GeneratorModel {
  public:
   GeneratorModel(const Profile& profile, std::string model, std::string serial, bool has_files = true);
 
-  /// Any bytes at all are answered; SK_RUN as if its pass had just ended.
+  /// Answers any bytes at all; SK_RUN as if its pass had just ended.
   Bytes Answer(View request);
 
-  /// The reply to an SK_RUN whose pass ends now.
+  /// The reply to an SK_RUN whose pass has just ended.
   Bytes RunReply(View request) const;
 
   RunPlan Plan() const;
@@ -49,8 +50,8 @@ class GeneratorModel {
   Conditions& States() { return m_states; }
   const Conditions& States() const { return m_states; }
 
-  /// What the instrument holds for a parameter, decoded: for a record the values of its longest form, for a list its
-  /// points, for the modulation mode, source, polarity and then width and gap of each pulse. Empty for other numbers.
+  /// What the instrument holds for a parameter, decoded. A record: the values of its longest form. A list: its points.
+  /// The modulation: mode, source, polarity, then width and gap of each pulse. Any other number: empty.
   std::vector<double> Values(std::uint16_t parameter) const;
 
  private:

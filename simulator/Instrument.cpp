@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "protocol/visa.h"
 #include "simulator/PacketText.h"
 
 namespace sim {
@@ -46,12 +47,12 @@ void Instrument::Detach(Link* link) {
   m_changed.notify_all();
 }
 
-std::int32_t Instrument::Write(Link& link, View request) {
+long Instrument::Write(Link& link, View request) {
   {
     const Lock lock(m_lock);
     const std::uint64_t packet = m_packets++;
     if (m_settings.faults.lost.Hits(packet)) m_lost = true;
-    if (m_lost) return kErrorConnectionLost;
+    if (m_lost) return VI_ERROR_CONN_LOST;
     if (m_settings.record) {
       if (m_record.size() >= kRecordedPackets) m_record.pop_front();
       m_record.push_back(RequestText(request));
@@ -74,7 +75,7 @@ std::int32_t Instrument::Write(Link& link, View request) {
     }
   }
   m_changed.notify_all();
-  return kSuccess;
+  return VI_SUCCESS;
 }
 
 void Instrument::NoteSet(View request, View reply) {
@@ -96,7 +97,7 @@ void Instrument::StartRun(Link& link, View request, std::uint64_t packet) {
   link.m_run = std::move(run);
 }
 
-/// Makes the reply of a run whose time has come.
+/// If the run's time has come, ends the run and delivers its reply.
 void Instrument::FinishRun(Link& link, Clock::time_point now) {
   if (!link.m_run || link.m_run->end > now) return;
   const Link::Run run = std::move(*link.m_run);
@@ -122,7 +123,7 @@ Bytes Instrument::AnswerWithFaults(View request, std::uint64_t packet) {
   const bool has_body = request.size() > kHeadSize;
   if (status < 0) return MakeReply(request, status, has_body ? request.subspan(kHeadSize) : View{});
   Bytes reply = m_model.Answer(request);
-  WriteWord(reply, 4, static_cast<std::uint16_t>(status));
+  WriteWord(reply, kStatusAt, static_cast<std::uint16_t>(status));
   return reply;
 }
 
@@ -143,7 +144,7 @@ void Instrument::Deliver(Link& link, Bytes reply, std::uint64_t packet) {
   }
 }
 
-/// Moves what lies ready into the buffer. `early` tells that the next bytes are still under way, until `ready`.
+/// Moves what has come into the buffer. `early` means that the next bytes are still under way, until `ready`.
 std::size_t Instrument::Take(Link& link, std::span<std::uint8_t> buffer, bool& early, Clock::time_point& ready) {
   std::size_t got = 0;
   early = false;
@@ -163,23 +164,23 @@ std::size_t Instrument::Take(Link& link, std::span<std::uint8_t> buffer, bool& e
   return got;
 }
 
-std::int32_t Instrument::Read(Link& link, std::span<std::uint8_t> buffer, std::uint32_t timeout_ms, std::size_t& got) {
+long Instrument::Read(Link& link, std::span<std::uint8_t> buffer, std::uint32_t timeout_ms, std::size_t& got) {
   constexpr std::uint32_t kForEver = 0xFFFFFFFF;
   Lock lock(m_lock);
   got = 0;
   Clock::time_point deadline = Clock::time_point::max();
   bool has_deadline = false;
   for (;;) {
-    if (link.m_closed) return kErrorInvalidObject;
-    if (m_lost) return kErrorConnectionLost;
+    if (link.m_closed) return VI_ERROR_INV_OBJECT;
+    if (m_lost) return VI_ERROR_CONN_LOST;
     if (link.m_run) FinishRun(link, Clock::now());
     bool early = false;
     Clock::time_point wake = Clock::time_point::max();
     got += Take(link, buffer.subspan(got), early, wake);
-    if (got == buffer.size()) return kSuccess;
+    if (got == buffer.size()) return VI_SUCCESS;
     if (!has_deadline && timeout_ms != kForEver) deadline = Clock::now() + std::chrono::milliseconds(timeout_ms);
     has_deadline = true;
-    if (Clock::now() >= deadline) return kErrorTimeout;
+    if (Clock::now() >= deadline) return VI_ERROR_TMO;
     if (link.m_run) wake = std::min(wake, link.m_run->end);
     wake = std::min(wake, deadline);
     if (wake == Clock::time_point::max()) {
@@ -190,7 +191,7 @@ std::int32_t Instrument::Read(Link& link, std::span<std::uint8_t> buffer, std::u
   }
 }
 
-std::int32_t Instrument::Clear(Link& link) {
+long Instrument::Clear(Link& link) {
   ClearResult result = ClearResult::kWorks;
   {
     const Lock lock(m_lock);
@@ -198,11 +199,11 @@ std::int32_t Instrument::Clear(Link& link) {
     link.m_chunks.clear();
     link.m_run.reset();
     result = m_settings.clear;
-    if (m_lost) return kErrorConnectionLost;
+    if (m_lost) return VI_ERROR_CONN_LOST;
   }
   m_changed.notify_all();
-  if (result == ClearResult::kWorks) return kSuccess;
-  return result == ClearResult::kFails ? kErrorInputOutput : kErrorNotImplemented;
+  if (result == ClearResult::kWorks) return VI_SUCCESS;
+  return result == ClearResult::kFails ? VI_ERROR_IO : VI_ERROR_NIMPL_OPER;
 }
 
 }  // namespace sim

@@ -1,9 +1,9 @@
 // One simulated instrument in time: the model behind a lock, the links that talk to it, runs that take their time or
 // wait for a trigger, latency and faults.
 //
-// There is no thread here. A reply is made on the thread that writes the request and lies ready until it is read; a run
-// ends when somebody looks after its time has come. Who waits, waits on one condition variable that every reply,
-// trigger, clear and change wakes.
+// There is no thread here. A reply is made on the thread that writes the request, and kept until it is read. A run is
+// ended by the first look at it after its time has come. All waits are on one condition variable; every reply, trigger,
+// clear and change wakes it.
 #pragma once
 
 #include <chrono>
@@ -21,16 +21,6 @@
 #include "simulator/Settings.h"
 
 namespace sim {
-
-inline constexpr std::int32_t kSuccess = 0;
-inline constexpr std::int32_t kErrorInvalidObject = static_cast<std::int32_t>(0xBFFF000E);
-inline constexpr std::int32_t kErrorNotFound = static_cast<std::int32_t>(0xBFFF0011);
-inline constexpr std::int32_t kErrorInvalidName = static_cast<std::int32_t>(0xBFFF0012);
-inline constexpr std::int32_t kErrorTimeout = static_cast<std::int32_t>(0xBFFF0015);
-inline constexpr std::int32_t kErrorUnknownAttribute = static_cast<std::int32_t>(0xBFFF001D);
-inline constexpr std::int32_t kErrorInputOutput = static_cast<std::int32_t>(0xBFFF003E);
-inline constexpr std::int32_t kErrorNotImplemented = static_cast<std::int32_t>(0xBFFF0081);
-inline constexpr std::int32_t kErrorConnectionLost = static_cast<std::int32_t>(0xBFFF00A6);
 
 class Instrument {
  public:
@@ -64,22 +54,24 @@ class Instrument {
   bool IsNarrow() const { return m_narrow; }
 
   void Attach(Link* link);
-  /// Wakes whoever reads from the link; it gets kErrorInvalidObject.
+  /// Wakes a blocked Read of the link; it returns VI_ERROR_INV_OBJECT.
   void Detach(Link* link);
 
-  /// The request is carried out and answered here, unless it starts a run.
-  std::int32_t Write(Link& link, View request);
+  // Each of these three returns a VISA status (scpi_zlt.h, protocol/visa.h).
 
-  /// Waits until `buffer` is full or the time is over; `got` is what came in either case.
-  std::int32_t Read(Link& link, std::span<std::uint8_t> buffer, std::uint32_t timeout_ms, std::size_t& got);
+  /// Carries the request out and answers it, unless it starts a run.
+  long Write(Link& link, View request);
+
+  /// Waits until `buffer` is full or the time is over; `got` is the number of bytes that came in either case.
+  long Read(Link& link, std::span<std::uint8_t> buffer, std::uint32_t timeout_ms, std::size_t& got);
 
   /// Drops what has not been read and gives up a run.
-  std::int32_t Clear(Link& link);
+  long Clear(Link& link);
 
-  /// One word of a control call: "trigger[=n]", "await=...", "mark", or key=value. Empty, or what is wrong.
+  /// One word of a control call: "trigger[=n]", "await=...", "mark", or key=value. Returns what is wrong, else empty.
   std::string Control(std::string_view word);
 
-  /// The answer to a question; `known` is false for one that nobody understands.
+  /// The answer to a question; `known` is false if there is no such question.
   std::string Query(std::string_view what, bool& known);
 
  private:
@@ -110,7 +102,7 @@ class Instrument {
   std::uint64_t m_passes = 0;
   bool m_lost = false;
   std::deque<std::string> m_record;
-  std::map<int, std::int16_t> m_set_status;  ///< of the last SK_SET of each parameter
+  std::map<int, std::int16_t> m_set_status;  ///< by parameter: the reply's status to its last SK_SET
 };
 
 }  // namespace sim

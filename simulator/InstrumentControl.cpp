@@ -1,4 +1,4 @@
-// What tests and people at the bench do to an instrument while it lives: triggers, states, faults, questions.
+// What tests and people at the bench do to an instrument in use: triggers, states, faults, questions.
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -53,7 +53,7 @@ std::string Instrument::Control(std::string_view word) {
   return error;
 }
 
-/// A fault given while the instrument lives counts packets from now on; lifting it mends the link.
+/// A fault that is set on an instrument in use counts packets from now on. Lifting "lost" or "drop" mends the link.
 void Instrument::CountFromNow(std::string_view key) {
   struct Row {
     std::string_view key;
@@ -73,7 +73,8 @@ void Instrument::CountFromNow(std::string_view key) {
   if (m_settings.faults.lost.Hits(m_packets)) m_lost = true;
 }
 
-/// "held": a run waits for a trigger. "run": a run is under way or held. "packets:N", "passes:N": so many were seen.
+/// "held": until a run waits for a trigger. "run": until one is under way or held. "packets:N", "passes:N": until N
+/// have been counted.
 std::string Instrument::Await(std::string_view what) {
   std::uint64_t wanted = 0;
   const std::size_t colon = what.find(':');

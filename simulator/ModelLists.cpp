@@ -1,5 +1,5 @@
-// Point lists, which arrive in chunks, and the pulses of the modulator. In these packets the count in the head tells
-// how many fixed fields stand in front of the points, so the number of values follows from the length of the body.
+// Point lists, which arrive in chunks, and the pulses of the modulator. In these packets the count in the head is the
+// number of fixed fields before the points, so the number of values follows from the length of the body.
 #include <algorithm>
 #include <cmath>
 
@@ -12,7 +12,7 @@ using enum Slot;
 struct GeneratorModel::ListForm {
   std::uint16_t parameter;
   Format format;
-  int fixed;  ///< fields in front of index and count
+  int fixed;  ///< fields before index and count
   Slot point;
   int chunk;
 };
@@ -82,7 +82,7 @@ Bytes GeneratorModel::SetList(View request, const Head& head, const ListForm& fo
   return MakeReply(request, TakenStatus(request, body), body);
 }
 
-/// The points from the index in the request on; as many as it says, or as fit.
+/// The points from the request's index on: as many as it asks for, or as fit.
 Bytes GeneratorModel::GetList(View request, const Head& head, const ListForm& form) const {
   const std::vector<double>& points = form.point == kPower ? m_power_list : m_frequency_list;
   const View asked = request.subspan(kHeadSize);
@@ -112,7 +112,7 @@ Bytes GeneratorModel::OldPowerList(View request, const Head& head) {
     WriteWord(body, 0, P_RF_OUT_LIST);
     for (int i = 0; i < count; ++i) PutPoint(body, i, kFormat, m_power_list[static_cast<std::size_t>(i)]);
     Bytes reply = MakeReply(request, SK_NO_ERROR, body);
-    reply[8] = static_cast<std::uint8_t>(count);
+    reply[kCountAt] = static_cast<std::uint8_t>(count);
     return reply;
   }
   Bytes body(request.begin() + kHeadSize, request.end());

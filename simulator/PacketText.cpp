@@ -19,7 +19,7 @@ namespace {
 
 constexpr int kShownValues = 16;
 
-/// A row stands for the number behind its "=", or for one more than the row before.
+/// One row of a table of names. Its number is the one after its "=", or one more than that of the row before.
 struct Row {
   int number;
   std::string_view name;

@@ -1,5 +1,5 @@
-// Packets as a person reads them, and the log made of them. SCPI_ZLT_SIM_LOG names the file ("-" or "stderr": the error
-// stream); each line is flushed, and lines of several threads never mix.
+// Packets as readable text, and the log of them. SCPI_ZLT_SIM_LOG names the file ("-" or "stderr": the error stream).
+// Each line is flushed, and lines of several threads never mix.
 #pragma once
 
 #include <cstdint>
@@ -11,14 +11,14 @@
 
 namespace sim {
 
-/// "SET P_FREQUENCY 6.0 [1000000000]"; with a status behind it for a reply. Any bytes have a text.
+/// "SET P_FREQUENCY 6.0 [1000000000]"; for a reply a status follows. Any bytes have a text.
 std::string RequestText(View packet);
 std::string ReplyText(View packet);
 
 /// The name of a status, or its number.
 std::string StatusText(std::int16_t status);
 
-/// The number of a parameter's name ("P_FREQUENCY"), -1 for none.
+/// The number of the parameter with this name ("P_FREQUENCY"); -1 if there is none.
 int ParameterNumber(std::string_view name);
 
 /// Values with blanks between them; each reads back as the same number.

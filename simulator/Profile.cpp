@@ -1,4 +1,4 @@
-// The firmware generations. Two names may stand for the same one.
+// The firmware generations. Two names may mean the same one.
 #include "simulator/Profile.h"
 
 #include <array>
@@ -13,7 +13,7 @@ constexpr auto kBody = RefusalBody::kLimits;
 constexpr Limits kFine{};
 constexpr Limits kCoarse{.power_step = 0.1};
 
-// Refusals by "ignored" wherever a part of the values is known; by "incorrect" where the format is.
+// "ignored" where the firmware knows a part of the values, "incorrect" where it knows the format.
 constexpr Refusals kIgnores{};
 constexpr Refusals kRejects{.four_fields = SK_PARAMETER_INCORRECT, .ten_values = SK_PARAMETER_INCORRECT};
 constexpr Refusals kMixed{.four_fields = SK_PARAMETER_INCORRECT};

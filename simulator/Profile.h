@@ -1,5 +1,5 @@
-// Firmware generations as rows of data: which packet forms one knows, how it answers those it does not know, its
-// limits. A new generation is a row in Profile.cpp; a new packet form is a row in Forms.cpp.
+// Firmware generations as rows of data: the packet forms a generation knows, its answers to the others, its limits. A
+// new generation is a row in Profile.cpp; a new packet form is a row in Forms.cpp.
 #pragma once
 
 #include <cstdint>
@@ -13,8 +13,7 @@ namespace sim {
 
 enum class FrequencyForm { kNarrow, kWide, kExtended };
 
-/// What a refusal carries behind its head: nothing, the values as they came, or the values that the instrument could
-/// do.
+/// What follows the head of a refusal: nothing, the values as they came, or the values that the instrument could set.
 enum class RefusalBody { kNone, kEcho, kLimits };
 
 struct Limits {
@@ -32,7 +31,7 @@ struct Limits {
   double dwell_high = 4294967295.0;  ///< nanoseconds
 };
 
-/// Statuses that answer a packet form which the firmware does not know.
+/// The statuses that answer packet forms which the firmware does not know.
 struct Refusals {
   std::int16_t four_fields = SK_PARAMETER_IGNORED;    ///< range with a stop frequency
   std::int16_t six_bytes = SK_PARAMETER_INCORRECT;    ///< range in six-byte values
@@ -58,7 +57,7 @@ struct Profile {
 
 std::span<const Profile> Profiles();
 
-/// Null for a name that no row has.
+/// Null if no row has the name.
 const Profile* FindProfile(std::string_view name);
 
 }  // namespace sim

@@ -1,6 +1,6 @@
-// The vi functions and the control calls over the instruments. A read ends when it has all it asked for (status 0) or
-// when the session's time is over (VI_ERROR_TMO, with the count that came); replies are one stream of bytes, so a head
-// and its body can be read with two calls and no status says that there is more.
+// The vi functions and the control calls. A read ends when it has all the bytes it asked for (VI_SUCCESS), or when the
+// session's time-out is over (VI_ERROR_TMO, with the count that came). Replies are one stream of bytes: a head and its
+// body can be read by two calls, and no status says that more bytes are left.
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
@@ -22,7 +22,6 @@ namespace sim {
 namespace {
 
 constexpr std::size_t kMostMessages = 1000;
-constexpr unsigned long kAttributeTimeout = 0x3FFF001A;
 
 struct Session {
   unsigned long manager = 0;               ///< 0 for a manager itself
@@ -31,7 +30,7 @@ struct Session {
   std::atomic<std::uint32_t> timeout_ms{2000};
 };
 
-/// Made once and never destroyed: sessions may be used until the last thread of the process is gone.
+/// Made once and never destroyed: sessions may be used until the last thread of the process has ended.
 struct Registry {
   std::mutex lock;
   unsigned long next = 1;
@@ -45,7 +44,7 @@ Registry& TheRegistry() {
   return *registry;
 }
 
-/// Each message once: a caller that tries the same name for ever fills no screen.
+/// Each message once, so that a caller that keeps trying one name does not fill the screen.
 void Say(const std::string& text) {
   Registry& registry = TheRegistry();
   const std::lock_guard hold(registry.lock);
@@ -68,7 +67,8 @@ unsigned long Add(std::shared_ptr<Session> session) {
   return handle;
 }
 
-/// The instrument of that number, made if there is none; a later open may name other keys, which is said.
+/// The instrument with this number, made if there is none. A later open that gives other keys is told that they change
+/// nothing.
 std::shared_ptr<Instrument> Meet(const Resource& resource) {
   std::shared_ptr<Instrument> instrument;
   {
@@ -88,8 +88,9 @@ bool IsNarrow(const Session& session) {
   return session.instrument != nullptr && session.instrument->IsNarrow();
 }
 
-long Status(std::int32_t status, bool narrow = false) {
-  return narrow ? static_cast<long>(static_cast<std::uint32_t>(status)) : static_cast<long>(status);
+/// A narrow session returns statuses without their sign extended.
+long Status(long status, bool narrow) {
+  return narrow ? static_cast<long>(static_cast<std::uint32_t>(status)) : status;
 }
 
 void Store(void* place, unsigned long value, bool narrow) {
@@ -102,16 +103,16 @@ void Store(void* place, unsigned long value, bool narrow) {
   }
 }
 
-std::int32_t Close(unsigned long handle) {
+long Close(unsigned long handle) {
   std::vector<std::shared_ptr<Session>> closed;
   {
     Registry& registry = TheRegistry();
     const std::lock_guard hold(registry.lock);
     const auto found = registry.sessions.find(handle);
-    if (found == registry.sessions.end()) return kErrorInvalidObject;
+    if (found == registry.sessions.end()) return VI_ERROR_INV_OBJECT;
     closed.push_back(found->second);
     registry.sessions.erase(found);
-    // A manager takes the sessions that were opened through it along.
+    // Closing a manager closes the sessions that were opened through it.
     if (closed.front()->instrument == nullptr) {
       std::erase_if(registry.sessions, [&](const auto& entry) {
         if (entry.second->manager != handle) return false;
@@ -125,17 +126,17 @@ std::int32_t Close(unsigned long handle) {
     session->instrument->Detach(&session->link);
     if (LogIsOn()) LogLine(session->instrument->Number(), "-- close");
   }
-  return kSuccess;
+  return VI_SUCCESS;
 }
 
-std::int32_t Open(unsigned long manager, const char* name, unsigned long& handle, bool& narrow) {
+long Open(unsigned long manager, const char* name, unsigned long& handle, bool& narrow) {
   const std::shared_ptr<Session> owner = Find(manager);
-  if (owner == nullptr || owner->instrument != nullptr) return kErrorInvalidObject;
-  if (name == nullptr) return kErrorInvalidName;
+  if (owner == nullptr || owner->instrument != nullptr) return VI_ERROR_INV_OBJECT;
+  if (name == nullptr) return VI_ERROR_INV_RSRC_NAME;
   const ParsedResource parsed = ParseResource(name);
   if (!parsed.error.empty()) {
     Say("\"" + std::string(name) + "\": " + parsed.error);
-    return parsed.is_ours ? kErrorInvalidName : kErrorNotFound;
+    return parsed.is_ours ? VI_ERROR_INV_RSRC_NAME : VI_ERROR_RSRC_NFOUND;
   }
   const auto session = std::make_shared<Session>();
   session->manager = manager;
@@ -144,10 +145,10 @@ std::int32_t Open(unsigned long manager, const char* name, unsigned long& handle
   if (LogIsOn()) LogLine(parsed.resource.number, "-- open " + std::string(name));
   narrow = IsNarrow(*session);
   handle = Add(session);
-  return kSuccess;
+  return VI_SUCCESS;
 }
 
-/// "SIM3 rest": the number and the rest; -1 without it.
+/// Of "SIM3 rest" the number and the rest; -1 if there is no number.
 int ReadNumber(std::string_view text, std::string_view& rest) {
   const std::size_t blank = text.find(' ');
   rest = blank == std::string_view::npos ? std::string_view() : text.substr(blank + 1);
@@ -188,58 +189,58 @@ extern "C" {
 
 SIM_EXPORT long viOpenDefaultRM(void* session_out) {
   sim::Store(session_out, sim::Add(std::make_shared<sim::Session>()), false);
-  return sim::kSuccess;
+  return VI_SUCCESS;
 }
 
 SIM_EXPORT long viOpen(unsigned long manager, const char* name, unsigned long, unsigned long, void* session_out) {
   unsigned long handle = 0;
   bool narrow = false;
-  const std::int32_t status = sim::Open(manager, name, handle, narrow);
+  const long status = sim::Open(manager, name, handle, narrow);
   sim::Store(session_out, handle, narrow);
   return sim::Status(status, narrow);
 }
 
 SIM_EXPORT long viClose(unsigned long session) {
-  return sim::Status(sim::Close(session));
+  return sim::Close(session);
 }
 
 SIM_EXPORT long viClear(unsigned long session) {
   const auto found = sim::Find(session);
-  if (found == nullptr || found->instrument == nullptr) return sim::Status(sim::kErrorInvalidObject);
+  if (found == nullptr || found->instrument == nullptr) return VI_ERROR_INV_OBJECT;
   return sim::Status(found->instrument->Clear(found->link), sim::IsNarrow(*found));
 }
 
 SIM_EXPORT long viRead(unsigned long session, unsigned char* buffer, unsigned long count, void* count_out) {
   const auto found = sim::Find(session);
-  if (found == nullptr || found->instrument == nullptr) return sim::Status(sim::kErrorInvalidObject);
+  if (found == nullptr || found->instrument == nullptr) return VI_ERROR_INV_OBJECT;
   std::size_t got = 0;
-  const std::int32_t status = found->instrument->Read(found->link, {buffer, count}, found->timeout_ms, got);
+  const long status = found->instrument->Read(found->link, {buffer, count}, found->timeout_ms, got);
   sim::Store(count_out, got, sim::IsNarrow(*found));
   return sim::Status(status, sim::IsNarrow(*found));
 }
 
 SIM_EXPORT long viWrite(unsigned long session, const unsigned char* buffer, unsigned long count, void* count_out) {
   const auto found = sim::Find(session);
-  if (found == nullptr || found->instrument == nullptr) return sim::Status(sim::kErrorInvalidObject);
-  const std::int32_t status = found->instrument->Write(found->link, {buffer, count});
-  sim::Store(count_out, status == sim::kSuccess ? count : 0, sim::IsNarrow(*found));
+  if (found == nullptr || found->instrument == nullptr) return VI_ERROR_INV_OBJECT;
+  const long status = found->instrument->Write(found->link, {buffer, count});
+  sim::Store(count_out, status == VI_SUCCESS ? count : 0, sim::IsNarrow(*found));
   return sim::Status(status, sim::IsNarrow(*found));
 }
 
 SIM_EXPORT long viGetAttribute(unsigned long session, unsigned long attribute, void* value_out) {
   const auto found = sim::Find(session);
-  if (found == nullptr) return sim::Status(sim::kErrorInvalidObject);
-  if (attribute != sim::kAttributeTimeout) return sim::Status(sim::kErrorUnknownAttribute, sim::IsNarrow(*found));
+  if (found == nullptr) return VI_ERROR_INV_OBJECT;
+  if (attribute != VI_ATTR_TMO_VALUE) return sim::Status(VI_ERROR_NSUP_ATTR, sim::IsNarrow(*found));
   sim::Store(value_out, found->timeout_ms, sim::IsNarrow(*found));
-  return sim::kSuccess;
+  return VI_SUCCESS;
 }
 
 SIM_EXPORT long viSetAttribute(unsigned long session, unsigned long attribute, unsigned long value) {
   const auto found = sim::Find(session);
-  if (found == nullptr) return sim::Status(sim::kErrorInvalidObject);
-  if (attribute != sim::kAttributeTimeout) return sim::Status(sim::kErrorUnknownAttribute, sim::IsNarrow(*found));
+  if (found == nullptr) return VI_ERROR_INV_OBJECT;
+  if (attribute != VI_ATTR_TMO_VALUE) return sim::Status(VI_ERROR_NSUP_ATTR, sim::IsNarrow(*found));
   found->timeout_ms = static_cast<std::uint32_t>(value);
-  return sim::kSuccess;
+  return VI_SUCCESS;
 }
 
 SIM_EXPORT int simControl(const char* command) {

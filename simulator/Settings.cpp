@@ -25,7 +25,7 @@ bool ReadInt(std::string_view text, Integer& value, int base = 10) {
   return error == std::errc() && end == text.data() + text.size() && !text.empty();
 }
 
-// Each setter returns what it would have wanted, empty when it is content.
+// Each setter returns what it would accept ("0 or 1") when it refuses a value, else an empty text.
 using Wanted = std::string;
 
 Wanted Number(std::string_view text, double low, double high, double& value) {
@@ -52,17 +52,18 @@ Wanted Milliseconds(std::string_view text, std::chrono::nanoseconds& value) {
   return wanted;
 }
 
+template <class Value>
 struct Choice {
   std::string_view word;
-  int value;
+  Value value;
 };
 
 template <class Value, std::size_t kSize>
-Wanted Pick(std::string_view text, const std::array<Choice, kSize>& choices, Value& value) {
+Wanted Pick(std::string_view text, const std::array<Choice<Value>, kSize>& choices, Value& value) {
   Wanted wanted = "one of";
-  for (const Choice& choice : choices) {
+  for (const Choice<Value>& choice : choices) {
     if (choice.word == text) {
-      value = static_cast<Value>(choice.value);
+      value = choice.value;
       return {};
     }
     wanted += " " + std::string(choice.word);
@@ -70,7 +71,7 @@ Wanted Pick(std::string_view text, const std::array<Choice, kSize>& choices, Val
   return wanted;
 }
 
-constexpr std::array<Choice, 3> kRefusalWords{
+constexpr std::array<Choice<std::int16_t>, 3> kRefusalWords{
     {{"ignored", SK_PARAMETER_IGNORED}, {"unknown", SK_UNKNOWN_PARAMETER}, {"incorrect", SK_PARAMETER_INCORRECT}}};
 
 Wanted Firmware(std::string_view text, Settings& settings) {
@@ -139,12 +140,15 @@ struct Key {
 // clang-format off
 constexpr auto kFirst = When::kFirstOpen;
 constexpr auto kAny = When::kAnyTime;
-constexpr std::array<Choice, 3> kForms{{{"narrow", 0}, {"wide", 1}, {"extended", 2}}};
-constexpr std::array<Choice, 3> kBodies{{{"none", 0}, {"echo", 1}, {"limits", 2}}};
-constexpr std::array<Choice, 3> kClears{{{"ok", 0}, {"nimpl", 1}, {"fail", 2}}};
-constexpr std::array<Choice, 2> kWidths{{{"64", 0}, {"32", 1}}};
-constexpr std::array<Choice, 2> kSyncs{{{"5", 0}, {"10", 1}}};
-constexpr std::array<Choice, 6> kGenerations{{{"0", 0}, {"1", 1}, {"2", 2}, {"3", 3}, {"4", 4}, {"5", 5}}};
+constexpr std::array<Choice<FrequencyForm>, 3> kForms{
+    {{"narrow", FrequencyForm::kNarrow}, {"wide", FrequencyForm::kWide}, {"extended", FrequencyForm::kExtended}}};
+constexpr std::array<Choice<RefusalBody>, 3> kBodies{
+    {{"none", RefusalBody::kNone}, {"echo", RefusalBody::kEcho}, {"limits", RefusalBody::kLimits}}};
+constexpr std::array<Choice<ClearResult>, 3> kClears{
+    {{"ok", ClearResult::kWorks}, {"nimpl", ClearResult::kNotImplemented}, {"fail", ClearResult::kFails}}};
+constexpr std::array<Choice<bool>, 2> kWidths{{{"64", false}, {"32", true}}};
+constexpr std::array<Choice<bool>, 2> kSyncs{{{"5", false}, {"10", true}}};
+constexpr std::array<Choice<int>, 6> kGenerations{{{"0", 0}, {"1", 1}, {"2", 2}, {"3", 3}, {"4", 4}, {"5", 5}}};
 using Text = std::string_view;
 
 constexpr std::array kKeys{

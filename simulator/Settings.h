@@ -1,5 +1,5 @@
-// What a resource name or a control call can say about an instrument, and the text form of it. docs/simulator.md is the
-// page for users; the table of keys in Settings.cpp is what holds.
+// What a resource name or a control call can set on an instrument, and how it is written. docs/simulator.md is the page
+// for users; the table of keys in Settings.cpp decides.
 #pragma once
 
 #include <chrono>
@@ -13,7 +13,7 @@
 
 namespace sim {
 
-/// A fault that strikes `times` packets after the first `after` ones.
+/// A fault that leaves the first `after` packets alone and hits the next `times`.
 struct Fault {
   bool on = false;
   std::uint64_t after = 0;
@@ -25,8 +25,8 @@ struct Fault {
 
 struct Faults {
   Fault silent;  ///< takes the packet and does nothing
-  Fault lost;    ///< the write finds no link any more
-  Fault drop;    ///< the write succeeds, the link goes while the reply is awaited
+  Fault lost;    ///< the link is gone at the write
+  Fault drop;    ///< the write succeeds, the link is lost while the reply is awaited
   Fault cut;     ///< only the first `value` bytes of the reply come
   Fault babble;  ///< the reply starts with a wrong signature
   Fault pieces;  ///< the first `value` bytes of the reply come, the rest after the gap
@@ -53,20 +53,20 @@ struct Settings {
 
 Settings DefaultSettings();
 
-/// When a key may be given: with the first open only, or also while the instrument lives.
+/// When a key may be given: at the first open only, or also on an instrument in use.
 enum class When { kFirstOpen, kAnyTime };
 
-/// Puts one "key=value" into `settings`. Empty if that went well, else what is wrong, for a person to read.
+/// Puts one "key=value" into `settings`. Returns what is wrong, in words for a person; empty if nothing is.
 std::string ApplyKey(std::string_view key, std::string_view value, When when, Settings& settings);
 
 struct Resource {
   int number = 0;
-  std::string keys;  ///< as written, to see whether a later open says something else
+  std::string keys;  ///< as written, to see whether a later open gives others
   Settings settings;
 };
 
-/// Reads "SIM<n>[::key=value[,key=value...]]::INSTR". On failure `error` says what is wrong; `is_ours` is false for
-/// names that do not start with SIM and a number.
+/// "SIM<n>[::key=value[,key=value...]]::INSTR", taken apart. On failure `error` says what is wrong; `is_ours` is false
+/// for names that do not start with SIM and a number.
 struct ParsedResource {
   Resource resource;
   std::string error;
@@ -77,7 +77,7 @@ ParsedResource ParseResource(std::string_view name);
 /// ASCII letters only, whatever the locale.
 std::string Lower(std::string_view text);
 
-/// Cuts at a separator, trims nothing; the parts stay views into `text`.
+/// Splits at each separator and trims nothing. The parts are views into `text`.
 std::vector<std::string_view> Split(std::string_view text, std::string_view separator);
 
 }  // namespace sim

@@ -10,12 +10,12 @@ namespace sim {
 
 Head ReadHead(View packet) {
   Head head;
-  head.signature = ReadWord(packet, 0);
-  head.command = ReadWord(packet, 2);
-  head.status = static_cast<std::int16_t>(ReadWord(packet, 4));
-  head.body_length = ReadWord(packet, 6);
-  head.count = packet[8];
-  head.format = {packet[9] >> 4, packet[9] & 15};
+  head.signature = ReadWord(packet, kSignatureAt);
+  head.command = ReadWord(packet, kCommandAt);
+  head.status = static_cast<std::int16_t>(ReadWord(packet, kStatusAt));
+  head.body_length = ReadWord(packet, kBodyLengthAt);
+  head.count = packet[kCountAt];
+  head.format = {packet[kFormatAt] >> 4, packet[kFormatAt] & 15};
   return head;
 }
 
@@ -68,9 +68,9 @@ Bytes MakeReply(View request, std::int16_t status, View body) {
   Bytes reply(kHeadSize + (body.size() + 1) / 2 * 2);
   std::copy_n(request.begin(), std::min(request.size(), kHeadSize), reply.begin());
   std::copy(body.begin(), body.end(), reply.begin() + kHeadSize);
-  WriteWord(reply, 0, kSignature);
-  WriteWord(reply, 4, static_cast<std::uint16_t>(status));
-  WriteWord(reply, 6, static_cast<std::uint16_t>(reply.size() - kHeadSize));
+  WriteWord(reply, kSignatureAt, kSignature);
+  WriteWord(reply, kStatusAt, static_cast<std::uint16_t>(status));
+  WriteWord(reply, kBodyLengthAt, static_cast<std::uint16_t>(reply.size() - kHeadSize));
   return reply;
 }
 

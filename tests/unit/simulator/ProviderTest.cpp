@@ -13,17 +13,12 @@
 
 namespace {
 
-constexpr long kTimeout = static_cast<long>(0xFFFFFFFFBFFF0015);
-constexpr long kLost = static_cast<long>(0xFFFFFFFFBFFF00A6);
-constexpr long kInvalidObject = static_cast<long>(0xFFFFFFFFBFFF000E);
-constexpr unsigned long kTimeoutAttribute = 0x3FFF001A;
-
 class Session {
  public:
   explicit Session(const std::string& resource, unsigned long timeout_ms = 5000) {
     viOpenDefaultRM(&m_manager);
     m_status = viOpen(m_manager, resource.c_str(), 1, 0, &m_session);
-    viSetAttribute(m_session, kTimeoutAttribute, timeout_ms);
+    viSetAttribute(m_session, VI_ATTR_TMO_VALUE, timeout_ms);
   }
   ~Session() { viClose(m_manager); }
   Session(const Session&) = delete;
@@ -49,15 +44,16 @@ class Session {
 
   /// Writes, reads head and body; the text of the reply, or of what went wrong.
   std::string Ask(const std::string& words) const {
-    if (const long status = Write(words); status != 0) return status == kLost ? "write: lost" : "write failed";
+    if (const long status = Write(words); status != 0)
+      return status == VI_ERROR_CONN_LOST ? "write: lost" : "write failed";
     return ReadReply();
   }
 
   std::string ReadReply() const {
     long status = 0;
     sim::Bytes bytes = Read(16, status);
-    if (status == kLost) return "head: lost";
-    if (status == kInvalidObject) return "head: closed";
+    if (status == VI_ERROR_CONN_LOST) return "head: lost";
+    if (status == VI_ERROR_INV_OBJECT) return "head: closed";
     if (status != 0) return "head: " + std::to_string(bytes.size()) + " bytes";
     const unsigned long length = sim::ReadWord(bytes, 6);
     const sim::Bytes body = Read(length, status);
@@ -126,41 +122,41 @@ TEST(Provider, ReadsGiveWhatWasAskedFor) {
   const Session session("SIM131::INSTR", 0);
   long status = 0;
   EXPECT_EQ(session.Read(16, status).size(), 0U);
-  EXPECT_EQ(status, kTimeout);
+  EXPECT_EQ(status, VI_ERROR_TMO);
   session.Write("SET P_MODE 2.0 1");
   EXPECT_EQ(session.Read(10, status).size(), 10U);
   EXPECT_EQ(status, 0);
   EXPECT_EQ(session.Read(0, status).size(), 0U);
   EXPECT_EQ(status, 0);
   EXPECT_EQ(session.Read(100, status).size(), 10U);
-  EXPECT_EQ(status, kTimeout);
+  EXPECT_EQ(status, VI_ERROR_TMO);
   session.Write("SET P_MODE 2.0 1");
   EXPECT_EQ(viClear(session.Handle()), 0);
   EXPECT_EQ(session.Read(1, status).size(), 0U);
   unsigned long value = 77;
-  EXPECT_EQ(viGetAttribute(session.Handle(), kTimeoutAttribute, &value), 0);
+  EXPECT_EQ(viGetAttribute(session.Handle(), VI_ATTR_TMO_VALUE, &value), 0);
   EXPECT_EQ(value, 0U);
-  EXPECT_EQ(viSetAttribute(session.Handle(), 1, 0), static_cast<long>(0xFFFFFFFFBFFF001D));
+  EXPECT_EQ(viSetAttribute(session.Handle(), 1, 0), VI_ERROR_NSUP_ATTR);
 }
 
 TEST(Provider, NarrowOneSpeaks32Bits) {
   const Session session("SIM132::width=32::INSTR", 0);
   unsigned char byte = 0;
   unsigned long count = 0xFFFFFFFFFFFFFFFF;
-  EXPECT_EQ(viRead(session.Handle(), &byte, 1, &count), 0xBFFF0015L);
+  EXPECT_EQ(viRead(session.Handle(), &byte, 1, &count), VI_ERROR_TMO & 0xFFFFFFFFL);
   EXPECT_EQ(count, 0xFFFFFFFF00000000UL);
 }
 
 TEST(Provider, RefusesNamesAndHandlesThatAreNone) {
   testing::internal::CaptureStderr();
-  EXPECT_EQ(Session("SIM133::fmni=1::INSTR").Status(), static_cast<long>(0xFFFFFFFFBFFF0012));
-  EXPECT_EQ(Session("SIM133::fmni=1::INSTR").Status(), static_cast<long>(0xFFFFFFFFBFFF0012));
-  EXPECT_EQ(Session("GPIB0::5::INSTR").Status(), static_cast<long>(0xFFFFFFFFBFFF0011));
+  EXPECT_EQ(Session("SIM133::fmni=1::INSTR").Status(), VI_ERROR_INV_RSRC_NAME);
+  EXPECT_EQ(Session("SIM133::fmni=1::INSTR").Status(), VI_ERROR_INV_RSRC_NAME);
+  EXPECT_EQ(Session("GPIB0::5::INSTR").Status(), VI_ERROR_RSRC_NFOUND);
   const std::string said = testing::internal::GetCapturedStderr();
   EXPECT_TRUE(said.starts_with("simulator: \"SIM133::fmni=1::INSTR\": unknown key \"fmni\"; the keys are fw")) << said;
   EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 2) << said;
-  EXPECT_EQ(viClose(123456), kInvalidObject);
-  EXPECT_EQ(viClear(0), kInvalidObject);
+  EXPECT_EQ(viClose(123456), VI_ERROR_INV_OBJECT);
+  EXPECT_EQ(viClear(0), VI_ERROR_INV_OBJECT);
 }
 
 TEST(Provider, TheNumberIsTheInstrument) {
@@ -185,12 +181,12 @@ TEST(Provider, ControlAndQuestions) {
   EXPECT_EQ(session.Ask("GET P_RF_BUTTON 2.0 0"), "GET P_RF_BUTTON 2.0 [0] SK_NO_ERROR");
   EXPECT_EQ(session.Ask("RUN"), "RUN SK_LO1_NO_PLL SK_NO_ERROR");
   EXPECT_EQ(simControl("SIM135 pll=1 silent=0x1"), 0);
-  viSetAttribute(session.Handle(), kTimeoutAttribute, 0);
+  viSetAttribute(session.Handle(), VI_ATTR_TMO_VALUE, 0);
   EXPECT_EQ(session.Ask("RESET"), "head: 0 bytes");
   EXPECT_EQ(simControl("SIM135 mark lost=1"), 0);
   EXPECT_EQ(session.Ask("SET P_FREQUENCY 6.0 1e9"), "SET P_FREQUENCY 6.0 [1000000000] SK_NO_ERROR");
   EXPECT_EQ(session.Ask("RESET"), "write: lost");
-  EXPECT_EQ(viClear(session.Handle()), kLost);
+  EXPECT_EQ(viClear(session.Handle()), VI_ERROR_CONN_LOST);
   EXPECT_EQ(simControl("SIM135 heal"), 0);
   EXPECT_EQ(session.Ask("RESET"), "RESET SK_NO_ERROR");
   EXPECT_EQ(Query("SIM135 requests"), "SET P_FREQUENCY 6.0 [1000000000]\nRESET\n");

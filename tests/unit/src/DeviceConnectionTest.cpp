@@ -78,7 +78,7 @@ TEST(Connection, ADeviceThatWasNeverOpened) {
 
 TEST(Connection, LostLinkRefusesWithoutTouchingIt) {
   OpenBench bench;
-  bench.provider.writes = {test::ScriptedProvider::kConnectionLost};
+  bench.provider.writes = {VI_ERROR_CONN_LOST};
   int mode = 1;
   EXPECT_EQ(bench.device.HW_SetMode(mode), SE_CONNECTION_LOST);
   EXPECT_FALSE(bench.device.GetConnected());
@@ -207,7 +207,7 @@ TEST(InstrumentFile, Reads) {
       if (chunk.lacks == 0) return reply;
       bench.provider.QueueRead(Bytes(reply.begin(), reply.begin() + 16));
       bench.provider.QueueRead(Bytes(reply.begin() + 16, reply.end() - static_cast<std::ptrdiff_t>(chunk.lacks)),
-                               test::ScriptedProvider::kTimeOut);
+                               VI_ERROR_TMO);
       return Bytes{};
     });
     std::string content = kKept;

@@ -234,7 +234,7 @@ TEST(LinkTest, RefusesToSend) {
       {"timed out", {VI_ERROR_TMO}, write, "TMO 20487"},
       {"positive", {VI_SUCCESS_MAX_CNT}, write, "MAX_CNT 20487"},
       {"no session", {}, "", "CONN_LOST -32768", false, 0},
-      {"no slices", {}, write + " T500", "IO 20486", false, kSession, ScriptedProvider::kIo},
+      {"no slices", {}, write + " T500", "IO 20486", false, kSession, VI_ERROR_IO},
       {"stopping resends until a write fails", {0, 0, lost}, round + round + write, "CONN_LOST 20506 lost", true},
   };
   for (const Case& c : cases) {
@@ -265,15 +265,19 @@ TEST(LinkTest, ProbesOnlyWhereItMay) {
 }
 
 TEST(LinkTest, ConvertsStatuses) {
-  const std::pair<unsigned, int> cases[] = {{0, 0},
-                                            {0x3FFF0005, 0},
-                                            {0x3FFF0006, 0},
-                                            {0xBFFF00A6, 20506},
-                                            {0xBFFF0015, 20486},
-                                            {0xBFFF0030, 20505},
-                                            {0xBFFF000E, 20503},
-                                            {0x3FFF0084, 20503}};
-  for (const auto& [visa, status] : cases) EXPECT_EQ(ConvertErrorVisaToSorvs(provider::ToStatus(visa)), status) << visa;
+  constexpr long kWarning = 0x3FFF0084;
+  const std::pair<long, int> cases[] = {{VI_SUCCESS, 0},
+                                        {VI_SUCCESS_TERM_CHAR, 0},
+                                        {VI_SUCCESS_MAX_CNT, 0},
+                                        {VI_ERROR_CONN_LOST, SE_CONNECTION_LOST},
+                                        {VI_ERROR_TMO, SE_READ_TIMEOUT},
+                                        {VI_ERROR_ABORT, SE_OPERATION_CANCELED},
+                                        {VI_ERROR_INV_OBJECT, SE_UNKNOWN_ERROR},
+                                        {kWarning, SE_UNKNOWN_ERROR}};
+  for (const auto& [visa, status] : cases) {
+    for (const unsigned long raw : {static_cast<unsigned long>(visa), visa & 0xFFFFFFFFUL})
+      EXPECT_EQ(ConvertErrorVisaToSorvs(provider::ToStatus(raw)), status) << visa;
+  }
 }
 
 }  // namespace

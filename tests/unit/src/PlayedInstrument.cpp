@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "protocol/visa.h"
 #include "scpi_core/pcore.h"
 #include "src/plib/CommandTable.h"
 
@@ -52,7 +53,7 @@ PlayedInstrument::PlayedInstrument(Firmware firmware, int generation) : m_firmwa
 
 void PlayedInstrument::Answers(std::deque<Reply> replies) {
   provider.writes.clear();
-  for (const Reply& reply : replies) provider.writes.push_back(reply.is_lost ? ScriptedProvider::kConnectionLost : 0);
+  for (const Reply& reply : replies) provider.writes.push_back(reply.is_lost ? VI_ERROR_CONN_LOST : 0);
   std::erase_if(replies, [](const Reply& reply) { return reply.is_lost; });
   m_replies = std::move(replies);
 }

@@ -175,7 +175,7 @@ TEST(Probing, RFOutDeadEndSendsNothingMore) {
       test::Bytes head = test::Answer(request, Status16(0x8003));
       head.resize(16);
       bench.provider.QueueRead(head);
-      bench.provider.QueueRead({}, test::ScriptedProvider::kIo);
+      bench.provider.QueueRead({}, VI_ERROR_IO);
       return test::Bytes{};
     }
     return test::Answer(request);

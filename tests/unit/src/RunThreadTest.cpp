@@ -118,7 +118,7 @@ TEST(RunThread, FailedPollClearsResetsAndEnds) {
   provider.Respond([&](Request request) {
     if (test::Describe(request) != "RUN" || ++polls > 1) return test::Answer(request);
     provider.QueueRead(RunReply(request, 0, 14, 6));
-    provider.QueueRead({}, test::ScriptedProvider::kIo);
+    provider.QueueRead({}, VI_ERROR_IO);
     return Bytes{};
   });
   run.Run(2);
@@ -205,7 +205,7 @@ TEST_F(WaitingRun, CancelledPollResetsOnce) {
   EXPECT_EQ(bench.device.Reset(), 0);
   EXPECT_EQ(bench.provider.TakeLines(), (Strings{"RESET"}));
   // A link that can't be cleared is no reason to leave the instrument waiting.
-  bench.provider.clear_status = test::ScriptedProvider::kNotImplemented;
+  bench.provider.clear_status = VI_ERROR_NIMPL_OPER;
   bench.device.Start(0);
   polling.acquire();
   EXPECT_EQ(bench.device.Stop(), 0);

@@ -1,4 +1,4 @@
-// See ScriptedProvider.h. Decodes requests by itself, so that a mistake in the packet classes shows.
+// See ScriptedProvider.h. Decodes requests with code of its own, so that a mistake in the packet classes shows.
 #include "tests/unit/src/ScriptedProvider.h"
 
 #include <algorithm>
@@ -34,7 +34,7 @@ std::string Format(const char* format, Arguments... arguments) {
   return text;
 }
 
-/// A row of a name table without what stands behind its blank.
+/// A row of a table of names, up to its blank.
 std::string Name(const char* row, std::size_t skipped, unsigned number) {
   if (row == nullptr) return std::to_string(number);
   return std::string(row + skipped, std::strcspn(row + skipped, " "));
@@ -61,15 +61,15 @@ struct NamedStatus {
   long status;
 };
 constexpr NamedStatus kStatuses[] = {
-    {"0", 0},
-    {"TMO", ScriptedProvider::kTimeOut},
-    {"CONN_LOST", ScriptedProvider::kConnectionLost},
-    {"IO", ScriptedProvider::kIo},
-    {"NIMPL", ScriptedProvider::kNotImplemented},
-    {"ABORT", 0xBFFF0030},
-    {"RAW_RD_PROT_VIOL", 0xBFFF0035},
-    {"TERM_CHAR", ScriptedProvider::kTermChar},
-    {"MAX_CNT", ScriptedProvider::kMaxCount},
+    {"0", VI_SUCCESS},
+    {"TMO", VI_ERROR_TMO},
+    {"CONN_LOST", VI_ERROR_CONN_LOST},
+    {"IO", VI_ERROR_IO},
+    {"NIMPL", VI_ERROR_NIMPL_OPER},
+    {"ABORT", VI_ERROR_ABORT},
+    {"RAW_RD_PROT_VIOL", VI_ERROR_RAW_RD_PROT_VIOL},
+    {"TERM_CHAR", VI_SUCCESS_TERM_CHAR},
+    {"MAX_CNT", VI_SUCCESS_MAX_CNT},
 };
 
 }  // namespace
@@ -120,11 +120,11 @@ std::string Describe(std::span<const unsigned char> request) {
 }
 
 std::string StatusName(long status) {
-  const long bits = static_cast<std::uint32_t>(status);
+  const auto bits = static_cast<std::uint32_t>(status);
   for (const NamedStatus& named : kStatuses) {
-    if (named.status == bits) return named.name;
+    if (static_cast<std::uint32_t>(named.status) == bits) return named.name;
   }
-  return Format("%lX", static_cast<unsigned long>(bits));
+  return Format("%X", bits);
 }
 
 Bytes Answer(std::span<const unsigned char> request, std::int16_t status) {
@@ -239,21 +239,21 @@ long ScriptedProvider::Read(std::span<unsigned char> buffer, void* count) {
   if (!m_script.empty()) {
     step = m_script.front();
     m_script.pop_front();
-    step.status = static_cast<std::uint32_t>(step.status);
+    step.status = static_cast<std::int32_t>(step.status);
     Record(wanted + ":" + std::to_string(step.bytes.size()) + "/" + StatusName(step.status));
   } else {
     const auto end = m_stream.begin() + static_cast<std::ptrdiff_t>(std::min(buffer.size(), m_stream.size()));
     step.bytes.assign(m_stream.begin(), end);
     m_stream.erase(m_stream.begin(), end);
     const bool silent = step.bytes.empty() && !buffer.empty();
-    step.status = silent ? kTimeOut : 0;
+    step.status = silent ? VI_ERROR_TMO : 0;
     Record(silent ? wanted : wanted + ":" + std::to_string(step.bytes.size()) + "/0", silent);
   }
   std::copy_n(step.bytes.begin(), std::min(buffer.size(), step.bytes.size()), buffer.begin());
   Store(count, step.bytes.size());
   const auto slice = static_cast<std::int64_t>(time_out);
   lock.unlock();
-  if (step.status == kTimeOut) Advance(slice);
+  if (step.status == VI_ERROR_TMO) Advance(slice);
   return Status(step.status);
 }
 

@@ -1,8 +1,9 @@
-// A provider for unit tests: defines the eight vi functions, plays what a test told it and records every call as text.
+// A provider for unit tests: it defines the eight vi functions, answers them as the test has set and records every call
+// as text.
 //
 // Reads come from a script (exact bytes and status, read by read) or from a responder (request bytes in, reply bytes
-// out, read as a stream). A read that finds nothing is a slice that times out: it moves the driven clock on by the
-// session's time-out. Use one per test: it registers itself as long as it lives.
+// out, read as a stream). A read that finds nothing times out and moves the driven clock on by the session's time-out.
+// One per test: while it exists, it is the provider.
 //
 // Trace: "T500 R16:10/TMO R6 W(SET P_MODE 2.0 [1]) C": attribute set, read wanted:got/status, write, clear. A silent
 // slice is "R6" alone, "R16x21" is 21 of them in a row. Lines(): the requests alone, "SET P_MODE 2.0 [1]".
@@ -20,47 +21,41 @@ namespace test {
 
 using Bytes = std::vector<unsigned char>;
 
-/// "AA 55 03" as bytes; anything but hexadecimal digits separates nothing and is skipped.
+/// "AA 55 03" as bytes. Skips everything but hexadecimal digits.
 Bytes FromHex(const std::string& text);
 /// Bytes as "AA 55 03".
 std::string ToHex(std::span<const unsigned char> bytes);
 
-/// "TMO" for 0xBFFF0015, sign-extended or not; hexadecimal digits for one that no test uses.
+/// "TMO" for VI_ERROR_TMO, sign-extended or not; hexadecimal digits for a status that has no name here.
 std::string StatusName(long status);
 
-/// A request as a line: command, parameter, format, values as they stand on the wire, the name of a file.
+/// A request as a line: command, parameter, format, the values on the wire, the name of a file.
 std::string Describe(std::span<const unsigned char> request);
 
-/// What an instrument answers that takes everything: the request with this status; with `values`, those in the
-/// request's format (and as many as there are).
+/// The reply of an instrument that takes everything: the request with this status. With `values`: these in the
+/// request's format.
 Bytes Answer(std::span<const unsigned char> request, std::int16_t status = 0);
 Bytes Answer(std::span<const unsigned char> request, std::int16_t status, const std::vector<double>& values);
-/// A head alone.
+/// A reply that is a head alone.
 Bytes BareAnswer(std::span<const unsigned char> request, std::int16_t status);
 
 class ScriptedProvider {
  public:
   using Responder = std::function<Bytes(std::span<const unsigned char> request)>;
-  static constexpr long kTimeOut = 0xBFFF0015;
-  static constexpr long kConnectionLost = 0xBFFF00A6;
-  static constexpr long kIo = 0xBFFF003E;
-  static constexpr long kNotImplemented = 0xBFFF0081;
-  static constexpr long kTermChar = 0x3FFF0005;
-  static constexpr long kMaxCount = 0x3FFF0006;
 
   ScriptedProvider();
   ~ScriptedProvider();
   ScriptedProvider(const ScriptedProvider&) = delete;
   ScriptedProvider& operator=(const ScriptedProvider&) = delete;
 
-  /// The next reads, in order. When they are used up the responder answers; without one all is silent.
+  /// The next reads, in order. When they are used up, the responder answers; without one nothing does.
   void QueueRead(Bytes bytes, long status = 0) { m_script.push_back({std::move(bytes), status}); }
-  /// The reads with bytes that a trace shows ("R16:10/TMO"), the bytes taken from `reply` in order.
+  /// Queues the reads of a trace that have bytes ("R16:10/TMO"), with the bytes of `reply` in order.
   void QueueReadsOf(const std::string& trace, const Bytes& reply);
-  /// An empty answer is silence.
+  /// An empty answer is no answer.
   void Respond(Responder responder) { m_responder = std::move(responder); }
 
-  /// Is told every request as it is written, and nothing when the link is cleared.
+  /// Calls `watcher` with every request as it is written, and with no bytes when the link is cleared.
   void Watch(std::function<void(std::span<const unsigned char> request)> watcher) { m_watcher = std::move(watcher); }
 
   /// Statuses of the calls, sign-extended or not; `writes` are used up one by one, then writes succeed.
@@ -70,7 +65,7 @@ class ScriptedProvider {
   long open_manager_status = 0;
   long open_status = 0;
   long close_status = 0;
-  /// Statuses and out variables of 64 bits; else only 32 bits are meant and the rest of a status is rubbish.
+  /// Statuses and out variables have 64 bits; if false only 32, and the rest of a status is rubbish.
   bool wide = true;
   unsigned long time_out = 1000;
 
@@ -81,7 +76,7 @@ class ScriptedProvider {
   std::vector<std::string> TakeLines();
   std::size_t WriteCount() const;
 
-  // What the vi functions call.
+  // For the vi functions.
   long Read(std::span<unsigned char> buffer, void* count);
   long Write(std::span<const unsigned char> bytes, void* count);
   long Clear();

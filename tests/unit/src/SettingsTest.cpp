@@ -80,7 +80,7 @@ TEST(Settings, SendersWithoutASetter) {
 
 TEST(Settings, APositiveStatusOfTheLinkIsASuccessWithoutAReply) {
   PlayedInstrument instrument(kNew);
-  instrument.provider.QueueRead(Bytes(10), ScriptedProvider::kTermChar);
+  instrument.provider.QueueRead(Bytes(10), VI_SUCCESS_TERM_CHAR);
   double dwell = 0.5;
   EXPECT_EQ(instrument.device.HW_SetDwell(dwell), 0);
   EXPECT_EQ(dwell, 0.5);
