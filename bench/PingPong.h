@@ -1,5 +1,5 @@
-// The bound of every round trip: two threads that hand one token to and fro over two condition variables, notified
-// outside their locks. Nothing that wakes another thread and waits for it can be faster on this machine.
+// The bound of every round trip: two threads that pass one token to and fro over two condition variables, notified
+// outside their locks. No exchange that wakes another thread and waits for it can be faster on this machine.
 #pragma once
 
 #include <condition_variable>

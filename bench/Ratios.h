@@ -1,5 +1,5 @@
-// Google Benchmark with one thing more: after the run, the ratios that are promised, each against a bound measured in
-// the same run. Times are medians of repetitions.
+// Google Benchmark, and after the run the promised ratios, each against a bound measured in the same run. Times are
+// medians of repetitions.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -16,7 +16,7 @@ struct Ratio {
   double goal;                     ///< the ratio is meant to be at most this
 };
 
-/// What time is compared. That of the processor is the steadier one, and right where nothing waits.
+/// Which time is compared. Processor time is the steadier one, and right where nothing waits.
 enum class Clock { kWall, kProcessor };
 
 /// Keeps the median of each benchmark while the usual table is printed.
@@ -33,7 +33,7 @@ class MedianReporter : public benchmark::ConsoleReporter {
     ConsoleReporter::ReportRuns(runs);
   }
 
-  /// Prints the ratios; those whose benchmarks were filtered out are left out.
+  /// Prints the ratios, without those whose benchmarks were filtered out.
   void PrintRatios(const std::vector<Ratio>& ratios) const {
     std::printf("\n%-44s %12s %12s %8s %8s\n", "ratio", "measured", "bound", "ratio", "goal");
     for (const Ratio& ratio : ratios) {
@@ -56,7 +56,7 @@ class MedianReporter : public benchmark::ConsoleReporter {
 };
 
 /// The body of a bench program's main. Repetitions of different benchmarks take turns: the scheduler places a pair of
-/// threads well or badly for seconds on end, and a bound is worth nothing unless it meets the same weather.
+/// threads well or badly for seconds on end, and a bound must be measured under the same conditions.
 inline int Main(int argc, char** argv, const std::vector<Ratio>& ratios, Clock clock = Clock::kWall) {
   std::vector<char*> arguments(argv, argv + argc);
   char interleaving[] = "--benchmark_enable_random_interleaving=true";

@@ -138,7 +138,7 @@ int PrintPeak(const std::string& what, const std::filesystem::path& file) {
   return 0;
 }
 
-/// Seconds that the independent reader needs for a file; 0 when it is not installed. It chats on its standard output.
+/// Seconds that the independent reader needs for a file; 0 when it is not installed. It prints other text too.
 double IndependentSeconds(const char* file) {
   const std::string command =
       "/usr/bin/python3 -W ignore -c 'import sys, time, skrf\n"

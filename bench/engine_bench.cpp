@@ -24,7 +24,7 @@ std::atomic<long> allocations{0};
 
 }  // namespace
 
-// Not inlined: the compiler would see free() called on what new gave, and warn.
+// Not inlined: otherwise the compiler sees free() called on memory from new, and warns.
 [[gnu::noinline]] void* operator new(std::size_t size) {
   ++allocations;
   if (void* memory = std::malloc(size)) return memory;
@@ -39,7 +39,7 @@ std::atomic<long> allocations{0};
 
 namespace {
 
-/// Takes the place of a session: drops what is sent.
+/// In place of a session: drops what is sent.
 class NullStream : public IResponseStream {
  public:
   int SendResponse(const char*, int length) override { return length; }
@@ -50,14 +50,14 @@ class NullStream : public IResponseStream {
   int SendEnd() override { return 0; }
 };
 
-/// Stands for every handler: what is measured ends where a handler is called.
+/// In place of every handler: the measurement ends where a handler is called.
 int Handle(std::vector<sParamInfo> parameters, bool query, void* device, sComErrorInfo*) {
   benchmark::DoNotOptimize(parameters.data());
   if (query) static_cast<NullStream*>(device)->SendResponse("1", 1);
   return 0;
 }
 
-/// The command tree as it is shipped, but for its handlers.
+/// The command tree as it is shipped, except for its handlers.
 void RegisterTree() {
   scpi_lib::RegisterCommandTree();
   static std::vector<std::vector<sCommandTreeNode>> levels;
@@ -92,7 +92,7 @@ void ParseMessage(benchmark::State& state, const std::string& message) {
       benchmark::Counter(static_cast<double>(allocations - before), benchmark::Counter::kAvgIterations);
 }
 
-/// All of them in turn, so that no branch is learnt by heart.
+/// All messages in turn, so that the processor cannot learn the branches of one.
 void AllMessages(benchmark::State& state) {
   NullStream stream;
   std::vector<std::string> copies(std::begin(kMessages), std::end(kMessages));
@@ -101,7 +101,7 @@ void AllMessages(benchmark::State& state) {
   }
 }
 
-/// The least that could tell these messages apart: one pass that hashes them, and a look into a table.
+/// The least work that tells these messages apart: one pass that hashes them, and a look into a table.
 void HashMessages(benchmark::State& state) {
   std::unordered_map<std::uint64_t, int> table;
   const auto hash = [](const std::string& message) {

@@ -1,5 +1,6 @@
-// The server's raw socket and HiSLIP against what a bare echo on the same loop and the library called directly predict
-// together; misrouted answers; latency beside bad clients; memory. All in one process, clients on blocking sockets.
+// The server's raw socket and HiSLIP, each against a prediction: the time of a bare echo on the same loop plus that of
+// the library called directly. Also misrouted answers, latency beside bad clients, and memory. All in one process, with
+// clients on blocking sockets.
 //
 //   server_bench [QUERIES_PER_CLIENT]     for the count of misrouted answers; 2000 unless given
 #include <algorithm>
@@ -37,7 +38,7 @@ constexpr auto kRun = std::chrono::milliseconds(300);
 constexpr int kRepetitions = 5;
 constexpr std::size_t kClients = 32;
 
-/// What a loop and a socket cost without an instrument: sends back what comes.
+/// A loop and a socket without an instrument: sends back what comes.
 class EchoDoor : public server::Door {
  public:
   const char* Name() const override { return "echo"; }
@@ -114,7 +115,7 @@ double Median(std::vector<double> values, double quantile = 0.5) {
   return values[static_cast<std::size_t>(quantile * static_cast<double>(values.size() - 1))];
 }
 
-/// How one door is asked.
+/// How to ask a question through one door.
 struct Protocol {
   const char* name;
   std::string question;
@@ -123,12 +124,12 @@ struct Protocol {
 
 constexpr std::size_t kHislipHeader = 16;
 
-/// With RMT-delivered, as behind an answer that was read.
+/// With RMT-delivered, as after an answer that was read.
 std::string HislipQuestion(std::string_view text) {
   return server::hislip::Encode(server::hislip::Type::kDataEnd, 1, 0xFFFFFF00, text);
 }
 
-/// The second connection of a HiSLIP session, behind which the first one takes questions.
+/// The second connection of a HiSLIP session; once it is open, the first one takes questions.
 Client OpenHislip(std::uint16_t port, const Client& synchronous) {
   using namespace server::hislip;
   synchronous.Send(Encode(Type::kInitialize, 0, 0x01000000, "hislip0"));
@@ -218,7 +219,7 @@ long AskLabelled(const Ports& ports, std::size_t number, int queries) {
   return wrong;
 }
 
-/// Each client's questions have answers that no other's have: so many "+1".
+/// Each client's questions have answers that no other client's have: a number of "+1" of its own.
 void CountMisrouted(const Ports& ports, int queries) {
   std::atomic<bool> done{false};
   std::thread churn([&] {

@@ -1,5 +1,5 @@
 // Round trips, settings, memory and opening of the shared library over the simulated generator, each against a bound in
-// the same process. bench/engine_bench.cpp measures what lies below a session.
+// the same process. bench/engine_bench.cpp measures what is below a session.
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -85,7 +85,7 @@ void FrequencyQuery(benchmark::State& state) {
   Query(state, ":FREQ?\n");
 }
 
-/// The query with the fence behind it that tells where its answer ends.
+/// A query, then a fence that shows where its answer ends.
 void FencedQuery(benchmark::State& state) {
   const Session session("SIM4::INSTR::ZLT");
   scpi_zlt::MessageExchange exchange(session.Handle());
@@ -103,7 +103,7 @@ void FrequencySetting(benchmark::State& state) {
   }
 }
 
-/// A session with the provider itself: what an exchange costs without the library.
+/// A session with the provider itself: an exchange without the library.
 class BareLink {
  public:
   BareLink() {
@@ -167,7 +167,7 @@ std::string ListText(int points) {
   return text;
 }
 
-/// The list in list mode, so that it goes out, up to the answer that shows the last packet acknowledged.
+/// A list in list mode, so that it is sent, up to the answer that shows that the last packet was acknowledged.
 void ListSetting(benchmark::State& state) {
   const Session session("SIM2::INSTR::ZLT");
   session.Write(":FREQ:MODE LIST\n");
@@ -293,7 +293,7 @@ void PrintRoundTrips(const char* where, double goal) {
   }
 }
 
-/// Two loops that never sleep take the processors away.
+/// Two loops that never sleep keep the processors busy.
 void PrintRoundTripsUnderLoad() {
   std::atomic<bool> stop{false};
   const auto spin = [&stop] {
@@ -328,7 +328,7 @@ void PrintIdle(const char* what, bool reads) {
 
 }  // namespace
 
-// Round trips are timed in many short runs: a single one is at the mercy of the scheduler.
+// Round trips are timed in many short runs, because the scheduler can spoil a single one.
 #define ROUND_TRIP(function) \
   BENCHMARK(function)->UseRealTime()->MinTime(0.05)->Repetitions(41)->ReportAggregatesOnly(true)
 ROUND_TRIP(PingPongBound);
@@ -341,8 +341,8 @@ ROUND_TRIP(FrequencySetting);
 ROUND_TRIP(BareList);
 ROUND_TRIP(ListSetting);
 
-/// All threads on one processor: there a round trip costs the same every time, and waking an idle processor, ten times
-/// the work of either side, hides nothing.
+/// All threads on one processor. There a round trip costs the same every time. On two, waking an idle processor takes
+/// ten times the work of either side and hides it.
 void StayOnOneProcessor() {
   cpu_set_t one;
   CPU_ZERO(&one);

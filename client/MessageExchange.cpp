@@ -86,7 +86,7 @@ Answer MessageExchange::Await(milliseconds timeout, const OnAnswer& early) {
     if (const long status = SendOn(); status != VI_SUCCESS) return {Outcome::kFailed, {}, status};
     const auto before = steady_clock::now();
     const auto used = std::chrono::duration_cast<milliseconds>(before - start);
-    // Nothing tells when the ring has room again, so that is looked after every millisecond.
+    // No event says when the ring has room again, so it is tried every millisecond.
     const milliseconds longest = m_unsent.empty() ? kLongestWait : milliseconds(1);
     const milliseconds left = std::clamp(timeout - used, milliseconds(1), longest);
     const long status = Read(left.count());
@@ -96,7 +96,7 @@ Answer MessageExchange::Await(milliseconds timeout, const OnAnswer& early) {
       continue;
     }
     if (status != VI_ERROR_TMO) return {Outcome::kFailed, {}, status};
-    // A failure at once tells that nothing is under way; one after the whole wait tells nothing.
+    // A time-out at once means that nothing is under way; one after the whole wait means nothing.
     const auto now = steady_clock::now();
     if (now - before < left && m_unsent.empty()) return Finish();
     if (now - start >= timeout) return {Outcome::kTimeout, {}, 0};
@@ -135,7 +135,7 @@ long MessageExchange::SendOn() {
   unsigned long stored = 0;
   const long status = skWrite(m_session, reinterpret_cast<unsigned char*>(m_unsent.data()), m_unsent.size(), &stored);
   m_unsent.erase(0, stored);
-  // The ring was locked for as long as the time-out says, a millisecond perhaps: it is tried again.
+  // The ring was locked for the whole time-out, which may be a millisecond: it is tried again.
   return status == VI_ERROR_TMO ? VI_SUCCESS : status;
 }
 

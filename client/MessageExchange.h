@@ -61,7 +61,7 @@ struct Answer {
 /// Takes the answer of a message before its fence has come. False: not now; it comes with the outcome then.
 using OnAnswer = std::function<bool(std::string& response)>;
 
-/// One thread at a time per object. While it lives, nobody else writes to the session, reads from it, or sets its
+/// One thread at a time per object. While it exists, nothing else writes to the session, reads from it, or sets its
 /// attributes: the object keeps VI_ATTR_TMO_VALUE for itself, and VI_ATTR_TERMCHAR has to be LF. Closing the session
 /// from another thread is fine: it ends a wait with kFailed.
 class MessageExchange {

@@ -21,7 +21,7 @@ std::size_t MessageScanner::FindEnd(std::string_view text) {
   return npos;
 }
 
-/// One byte that is no data of a block. True if it ends the message.
+/// Takes one byte that is not data of a block. True if it ends the message.
 bool MessageScanner::Take(char c) {
   if (m_state == State::kBehindHash && c >= '1' && c <= '9') {
     m_state = State::kLength;

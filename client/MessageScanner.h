@@ -1,5 +1,5 @@
 // Where a program message ends: at the first LF outside of a definite-length block (IEEE 488.2 clause 7.7.6.2). The
-// library cuts what is written to it the same way, so whoever cuts text before it is written must agree with it.
+// library splits what is written to it by the same rule; code that splits text before it is written must agree with it.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,7 @@ namespace scpi_zlt {
 class MessageScanner {
  public:
   /// Reads on until a message ends. Returns how many bytes of `text` belong to it, its LF included; or npos if it goes
-  /// on behind `text`. After an end the scanner stands before the next message.
+  /// on after `text`. After an end the scanner is ready for the next message.
   std::size_t FindEnd(std::string_view text);
 
   /// True inside the data of a block: a LF that came now would be data and end nothing.
@@ -27,7 +27,7 @@ class MessageScanner {
 
   State m_state = State::kText;
   int m_digits = 0;          ///< digits of the length still due
-  std::uint32_t m_left = 0;  ///< the length as far as it has been read, then bytes of the block still due
+  std::uint32_t m_left = 0;  ///< first the length as far as it has been read, then the bytes of the block still due
 };
 
 /// True if a message asks for an answer: it holds a question mark outside of quotes.

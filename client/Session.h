@@ -6,7 +6,7 @@
 
 namespace scpi_zlt {
 
-/// Closes its session when it goes, which takes a second or more.
+/// Closes its session when it is destroyed, which takes a second or more.
 class Session {
  public:
   Session() = default;

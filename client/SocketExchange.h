@@ -1,8 +1,8 @@
 // One program message and its whole answer, as MessageExchange has it, over the raw socket of a running server.
 //
-// A raw socket has no word for "this message has no answer". So every message is followed by a fence of its own here
-// too: a query that is answered at once and whose answer nothing in the message can give ("*OPC?", and another one
-// behind a message that asks that itself). What comes in front of the fence's answer belongs to the message.
+// A raw socket has no word for "this message has no answer". So every message is followed by a fence here too: a query
+// that is answered at once, and whose answer nothing in the message can give ("*OPC?", or another one after a message
+// that asks "*OPC?" itself). What comes before the fence's answer belongs to the message.
 #pragma once
 
 #include <chrono>

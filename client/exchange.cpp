@@ -38,7 +38,7 @@ int zltExchangeBegin(zltExchange* exchange, const char* message, unsigned long l
   std::string text(message, length);
   const scpi_zlt::Answer sent = exchange->exchange.Begin(text);
   exchange->status = sent.status;
-  // What is under way keeps its message: its answer is still to be made tidy.
+  // The message under way is kept: Tidy needs it for the answer.
   if (sent.outcome == scpi_zlt::Outcome::kComplete) exchange->message.swap(text);
   return static_cast<int>(sent.outcome);
 } catch (const std::bad_alloc&) {

@@ -1,13 +1,13 @@
 /* One program message and its whole answer, for languages that load a C library (libscpi_zlt_client.so.2): the class of
- * client/MessageExchange.h without its C++. Python's package scpi_zlt stands on it.
+ * client/MessageExchange.h without its C++. Python's package scpi_zlt uses it.
  *
  *   zltExchange* exchange = zltExchangeCreate(session);           a handle from skOpen, idle
  *   if (zltExchangeBegin(exchange, ":FREQ?", 6) == ZLT_COMPLETE && zltExchangeAwait(exchange, 10000) == ZLT_COMPLETE)
  *     use(zltExchangeResponse(exchange, &length), length);
  *   zltExchangeDelete(exchange);                                  the session stays the caller's
  *
- * Each call is whole: a caller that is interrupted between two of them loses an answer, never the step. One thread at a
- * time per exchange; while it lives nobody else writes to its session, reads from it or sets its attributes. Closing
+ * Each call is whole: a caller that is interrupted between two calls loses an answer but stays in step. One thread at a
+ * time per exchange; while it exists nothing else writes to its session, reads from it or sets its attributes. Closing
  * the session from another thread ends a wait with ZLT_FAILED. No exception leaves these functions. */
 #ifndef CLIENT_EXCHANGE_H
 #define CLIENT_EXCHANGE_H
@@ -43,8 +43,8 @@ ZLT_API int zltExchangeBegin(zltExchange* exchange, const char* message, unsigne
  * empty response if nothing is under way. */
 ZLT_API int zltExchangeAwait(zltExchange* exchange, long timeout);
 
-/* The answer that the last wait has brought, with its line end; empty if the message has none. A zero byte in front of
- * the line end, and a line end without a query, are left out. Valid until the next call. `length` may be null. */
+/* The answer that came with the last wait, with its line end; empty if the message has none. A zero byte before the
+ * line end, and a line end without a query, are left out. Valid until the next call. `length` may be null. */
 ZLT_API const char* zltExchangeResponse(const zltExchange* exchange, unsigned long* length);
 
 /* The VISA status of the last ZLT_FAILED. */

@@ -1,4 +1,4 @@
-// From C++: one owner for the session, one function for a query; prints who the instrument is and what it is set to.
+// From C++: one owner for the session, one function for a query. Prints the instrument's name and its settings.
 #include <array>
 #include <iostream>
 #include <scpi_zlt/scpi_zlt.h>

@@ -26,7 +26,7 @@ static void Write(const char* message) {
   skWrite(session, (unsigned char*)message, strlen(message), &count);
 }
 
-/* The number of characters in front of the line end; -1 without an answer. */
+/* The number of characters before the line end; -1 without an answer. */
 static int Ask(const char* query, char* answer, unsigned long size) {
   unsigned long count;
   Write(query);
@@ -38,7 +38,7 @@ static int Ask(const char* query, char* answer, unsigned long size) {
 /* 1: over. 0: not within kLongestMs. -1: the link is lost, which "*STB?" answers with an empty line. */
 static int WaitForEnd(void) {
   const long start = Milliseconds();
-  /* As long as the sweep takes by plan. This also gives it time to begin: asked too early, the link is still free. */
+  /* As long as the sweep should take. This also gives it time to begin: asked too early, the link is still free. */
   const struct timespec plan = {0, (kPoints * kDwellMs + 100) * 1000000L};
   nanosleep(&plan, NULL);
   while (Milliseconds() - start < kLongestMs) {

@@ -38,10 +38,10 @@ class LineFile {
   std::size_t m_number = 0;
 };
 
-/// The whole of `token` as a number; `words` lets "nan" and "inf" through.
+/// The whole of `token` as a number; with `words`, "nan" and "inf" are numbers too.
 std::optional<double> StrictNumber(std::string_view token, bool words);
 
-/// Takes the next word, up to white space, off the front of `text`; empty at the end.
+/// Removes the next word, up to white space, from the front of `text` and returns it; empty at the end.
 std::string_view TakeWord(std::string_view& text);
 
 /// ASCII letters only.
@@ -53,11 +53,11 @@ std::string Quoted(std::string_view word);
 /// The ports that a name like "filter.s2p" promises; 0 for any other.
 std::size_t PromisedPorts(const std::filesystem::path& file);
 
-/// A byte that is no UTF-8 stands for the character of the same number.
+/// A byte that is not UTF-8 becomes the character of the same number.
 std::wstring FromUtf8(std::string_view bytes);
 std::string ToUtf8(std::wstring_view text);
 
-/// Writes a whole file; throws when not all of it is there.
+/// Writes a whole file; throws if not all of it could be written.
 void WriteFile(const std::filesystem::path& file, std::string_view bytes);
 
 }  // namespace scpi_zlt::detail

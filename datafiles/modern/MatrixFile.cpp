@@ -1,4 +1,4 @@
-// Matrix files of the modern layer. The forms are those of matrix.h, read strictly and written so that they read back.
+// Matrix files of the modern layer: the forms of matrix.h, read strictly and written so that they read back.
 #include <string>
 
 #include "scpi_zlt/datafiles.h"
@@ -132,7 +132,7 @@ class MatrixReader {
     m_matrix.values.push_back(*value);
   }
 
-  /// A unit may stand behind the number, with or without a blank before and a comma behind it.
+  /// A unit may follow the number, with or without a blank before it and a comma after it.
   void AddFrequency(std::string_view word, std::string_view& rest) {
     if (!m_version_known) {
       m_file.Fail("no version line before the numbers");
@@ -185,7 +185,7 @@ class MatrixReader {
   MatrixForm m_form;
   MatrixOptions m_options;
   Matrix m_matrix;
-  char m_separator = '\0';  // of a CSV file: what its first line has
+  char m_separator = '\0';  // of a CSV file, as in its first line
   bool m_version_known = false;
   bool m_hertz_only = false;
 };
@@ -234,7 +234,7 @@ void WriteMatrix(const std::filesystem::path& file, const Matrix& matrix, const 
   const bool enr = form == MatrixForm::kEnr;
   const std::string_view line_end = enr ? "\r\n" : "\n";
   const std::string_view separator = form == MatrixForm::kCsv ? "," : enr ? ", " : "\t";
-  // Version 1.0, because with its unit the frequency stands in the file as it stands in memory.
+  // Version 1.0: its unit leaves the frequency in the file as it is in memory.
   std::string text = enr ? std::string(kEnrType) + "\r\n[Version 1.0]\r\n" : std::string();
   AppendComment(text, matrix.comment, enr, line_end, options, file);
   for (std::size_t i = 0; i < matrix.values.size(); ++i) {

@@ -30,7 +30,7 @@ class TouchstoneReader {
       }
       line = datafiles::Trim(line.substr(0, line.find('!')));
       if (line.starts_with('#')) {
-        if (!m_options_known) {  // of several option lines the first holds
+        if (!m_options_known) {  // of several option lines the first counts
           Options(line.substr(1));
         }
       } else if (line.starts_with('[')) {
@@ -197,7 +197,7 @@ class TouchstoneReader {
   Network m_network;
   bool m_any_comment = false;
   bool m_options_known = false;
-  double m_unit = 1e9;  // what holds when the option line is silent
+  double m_unit = 1e9;  // the unit when the option line names none
   SParameterFormat m_format = SParameterFormat::kMagnitudeAngle;
   std::vector<double> m_record;
   std::vector<double> m_line;

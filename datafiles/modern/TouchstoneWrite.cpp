@@ -15,7 +15,7 @@ using namespace detail;
 constexpr double kPi = 3.141592653589793;
 constexpr std::size_t kPairsPerLine = 4;
 
-// Below the decibels of the smallest number there is: it reads back as zero.
+// Fewer decibels than the smallest double has: it reads back as zero.
 constexpr double kZeroDecibel = -6500.0;
 
 struct UnitName {
@@ -53,7 +53,7 @@ void CheckFrequency(const std::filesystem::path& file, const char* what, double 
   }
 }
 
-/// Everything that would not read back.
+/// Throws for everything that would not read back.
 void Check(const std::filesystem::path& file, const Network& network, SParameterFormat format) {
   const auto fail = [&](const std::string& reason) { throw DataFileError(file, 0, reason); };
   if (network.ports == 0 || network.frequency_hz.empty() ||
