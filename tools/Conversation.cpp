@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "client/MessageScanner.h"
+#include "tools/Lint.h"
 #include "tools/ToolError.h"
 
 namespace {
@@ -37,9 +38,12 @@ bool IsPassedOver(const std::string& line) {
 Conversation::Conversation(const ConversationOptions& options, Interruption& interruption)
     : m_options(options),
       m_interruption(interruption),
+      m_watch(options.verify ? std::make_optional<PacketWatch>() : std::nullopt),
       m_instrument(OpenInstrument(options.instrument)),
       m_report(options.form) {
   m_interruption.Watch();
+  // Opening finds out by trying what the firmware refuses.
+  if (m_watch) m_watch->Take();
 }
 
 bool Conversation::Say(const std::string& message, const std::string& place) {
@@ -62,6 +66,7 @@ void Conversation::Take(const Answer& answer, Said& said) {
       if (scpi_zlt::IsQuery(message) || !text.empty()) said.answer = text;
       if (said.answer) m_report.Answered(text);
       if (m_options.ask_errors) ShowErrors(message, said);
+      if (m_options.verify) Verify(said);
       break;
     }
     case Outcome::kTimeout:
@@ -133,6 +138,27 @@ void Conversation::ShowErrors(const std::string& message, Said& said) {
     if (error->empty() || error->starts_with("+0,")) return;
     Complain(Quoted(message), ": " + *error, said);
   }
+}
+
+void Conversation::Conclude(const std::vector<std::string>& messages) {
+  bool done = m_instrument->Await(kLeastPatience).outcome == Outcome::kComplete;
+  for (const std::string& message : messages) {
+    done = done && m_instrument->Begin(message).outcome == Outcome::kComplete &&
+           m_instrument->Await(kLeastPatience).outcome == Outcome::kComplete;
+    if (done) continue;
+    Warn("not done: " + Quoted(message));
+    m_failed = true;
+  }
+}
+
+/// In two ways, since most refusals queue nothing and queries answer from the session's own model.
+void Conversation::Verify(Said& said) {
+  for (const std::string& what : m_watch->Take()) Complain(Quoted(said.message), ": " + what, said);
+  // What left an error is known to be refused.
+  if (!said.errors.empty()) return;
+  const std::optional<std::string> difference =
+      ReadBackDifference(said.message, [this](const std::string& query) { return Ask(query); });
+  if (difference) Complain(Quoted(said.message), ": " + *difference, said);
 }
 
 void Conversation::SayWhatIsLeft() {

@@ -6,15 +6,18 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tools/Instrument.h"
 #include "tools/Interruption.h"
+#include "tools/PacketWatch.h"
 #include "tools/Report.h"
 
 struct ConversationOptions {
   InstrumentOptions instrument;
   std::chrono::milliseconds answer_timeout{10000};
   bool ask_errors = true;  ///< after each message, for what it left in the error queue
+  bool verify = false;     ///< after each message, whether the instrument holds what was asked for
   ReportForm form = ReportForm::kText;
 };
 
@@ -33,6 +36,10 @@ class Conversation {
   /// The answer of a query that is not reported; nothing if there was none in time or the person interrupted.
   std::optional<std::string> Ask(const std::string& query);
 
+  /// Sends these without a report, after waiting for what is outstanding, whether the person has interrupted or not.
+  /// Says so if one is not done.
+  void Conclude(const std::vector<std::string>& messages);
+
   /// What an interrupted conversation leaves behind: whether the RF output is on.
   void SayWhatIsLeft();
 
@@ -45,10 +52,12 @@ class Conversation {
   void Take(const scpi_zlt::Answer& answer, Said& said);
   void GetInStep(Said& said);
   void ShowErrors(const std::string& message, Said& said);
+  void Verify(Said& said);
   void Complain(const std::string& subject, const std::string& what, Said& said);
 
   ConversationOptions m_options;
   Interruption& m_interruption;
+  std::optional<PacketWatch> m_watch;  ///< to verify
   std::unique_ptr<Instrument> m_instrument;
   Report m_report;
   std::string m_place;

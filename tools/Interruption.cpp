@@ -29,6 +29,12 @@ bool Interruption::Happened() {
   return m_signal != 0;
 }
 
+bool Interruption::HappensWithin(std::chrono::milliseconds time) {
+  pollfd event{m_descriptor, POLLIN, 0};
+  if (!Happened()) poll(&event, 1, static_cast<int>(time.count()));
+  return Happened();
+}
+
 bool Interruption::WaitForInput() {
   pollfd events[] = {{STDIN_FILENO, POLLIN, 0}, {m_descriptor, POLLIN, 0}};
   while (!Happened()) {

@@ -1,6 +1,7 @@
 // Ctrl-C and the like, taken as events at points where the program can say what it leaves behind.
 #pragma once
 
+#include <chrono>
 #include <csignal>
 
 /// From Watch on, SIGINT and SIGTERM no longer end the process but are noticed by Happened. The first that is noticed
@@ -16,6 +17,9 @@ class Interruption {
   void Watch();
 
   bool Happened();
+
+  /// Waits for it.
+  bool HappensWithin(std::chrono::milliseconds time);
 
   /// The exit status that shells give a program ended by this signal.
   int ExitStatus() const { return 128 + m_signal; }

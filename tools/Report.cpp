@@ -33,7 +33,7 @@ void Report::Answered(const std::string& answer) {
 }
 
 void Report::Finished(const Said& said) {
-  if (m_form == ReportForm::kText) return;
+  if (m_form == ReportForm::kText || m_form == ReportForm::kNone) return;
   std::string errors;
   if (m_form == ReportForm::kJson) {
     for (const std::string& error : said.errors) errors += (errors.empty() ? "" : ",") + JsonText(error);

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-enum class ReportForm { kText, kJson, kCsv };
+enum class ReportForm { kText, kJson, kCsv, kNone };
 
 /// One message, its answer without the line end, and what went wrong with it.
 struct Said {

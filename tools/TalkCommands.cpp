@@ -11,6 +11,7 @@
 
 #include "tools/CommandReference.h"
 #include "tools/Lines.h"
+#include "tools/Lint.h"
 #include "tools/ToolError.h"
 
 namespace {
@@ -151,6 +152,8 @@ std::shared_ptr<TalkArguments> AddTalkOptions(CLI::App& app, const std::string& 
                   "Milliseconds to wait for the instrument to open");
   app.add_flag("-e,--errors,--check,!--no-errors", options.ask_errors,
                "After each message, ask for what it left in the error queue (on unless --no-errors)");
+  app.add_flag("--verify", options.verify,
+               "After each setting, say if the instrument holds something else than was asked for");
   CLI::Option* const json = app.add_flag_function(
       "--json", [&options](std::int64_t) { options.form = ReportForm::kJson; },
       "One JSON object a message: message, answer, errors");
@@ -183,6 +186,36 @@ void AddRunCommand(CLI::App& app, const std::string& name, const std::string& te
   run.callback([arguments] { Run(*arguments); });
 }
 
+namespace {
+
+void Lint(const std::string& name, const std::string& firmware) {
+  const std::vector<std::string> lines = ReadScript(name);
+  ConversationOptions options;
+  options.instrument.resource = "SIM0::fw=" + firmware + "::INSTR::ZLT";
+  options.verify = true;
+  options.form = ReportForm::kNone;
+  Surprises surprises;
+  End(Talk(options, [&](Conversation& conversation, Interruption& interruption) {
+    for (std::size_t i = 0; i < lines.size() && !interruption.Happened(); ++i) {
+      const std::string place = name + ":" + std::to_string(i + 1);
+      if (IsPassedOver(lines[i])) continue;
+      for (const std::string& warning : surprises.Of(lines[i])) Warn(place + ": \"" + lines[i] + "\": " + warning);
+      conversation.Say(lines[i], place);
+    }
+  }));
+}
+
+void AddLint(CLI::App& app) {
+  CLI::App& lint = *app.add_subcommand("lint", "Plays a file against the simulated generator and says what goes wrong");
+  const auto name = std::make_shared<std::string>();
+  const auto firmware = std::make_shared<std::string>("newest");
+  lint.add_option("FILE", *name, "Messages, one a line; - is the standard input")->required();
+  lint.add_option("--firmware", *firmware, "Firmware form; \"scpi-zlt sim list\" shows them")->capture_default_str();
+  lint.callback([name, firmware] { Lint(*name, *firmware); });
+}
+
+}  // namespace
+
 void End(int status) {
   if (status != kDone) throw CLI::RuntimeError(status);
 }
@@ -192,6 +225,7 @@ void AddTalkCommands(CLI::App& app) {
   AddRunCommand(app, "run", "Sends the messages in a file, one a line, up to the first error");
   AddShell(app);
   AddHelp(app);
+  AddLint(app);
 }
 
 int TalkWithoutVerb(TalkArguments& arguments) {

@@ -11,6 +11,7 @@
 #include "tools/DataFilesCommands.h"
 #include "tools/ServeCommand.h"
 #include "tools/SettingsCommands.h"
+#include "tools/SweepCommand.h"
 #include "tools/TableCommands.h"
 #include "tools/TalkCommands.h"
 #include "tools/ToolError.h"
@@ -70,6 +71,7 @@ int main(int argc, char** argv) {
   const auto arguments = AddTalkOptions(app, "MESSAGE", "SCPI messages, sent in order");
   AddTalkCommands(app);
   AddSettingsCommands(app);
+  AddSweepCommand(app);
   AddDataFileCommands(app);
   AddServeCommand(app);
   AddTableCommands(app);

@@ -1,0 +1,210 @@
+#include "tools/Lint.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <cstdlib>
+#include <map>
+#include <string_view>
+
+#include "client/MessageScanner.h"
+#include "tools/CommandReference.h"
+
+namespace {
+
+/// A message of one command.
+struct Unit {
+  std::string header;     ///< without the question mark
+  std::string parameter;  ///< in capitals
+  bool query = false;
+  const CommandEntry* command = nullptr;  ///< null for an unknown header
+};
+
+Unit Parse(const std::string& text) {
+  Unit unit;
+  const std::size_t start = std::min(text.find_first_not_of(' '), text.size());
+  const std::size_t end = std::min(text.find(' ', start), text.size());
+  unit.header = text.substr(start, end - start);
+  unit.query = unit.header.ends_with('?');
+  if (unit.query) unit.header.pop_back();
+  unit.parameter = text.substr(std::min(text.find_first_not_of(' ', end), text.size()));
+  while (!unit.parameter.empty() && std::isspace(static_cast<unsigned char>(unit.parameter.back())) != 0) {
+    unit.parameter.pop_back();
+  }
+  for (char& c : unit.parameter) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  unit.command = FindCommand(unit.header);
+  return unit;
+}
+
+std::vector<Unit> Units(const std::string& message) {
+  std::vector<Unit> units;
+  for (std::size_t at = 0; at <= message.size();) {
+    const std::size_t end = std::min(message.find(';', at), message.size());
+    units.push_back(Parse(message.substr(at, end - at)));
+    at = end + 1;
+  }
+  return units;
+}
+
+bool Is(const Unit& unit, const char* header) {
+  return unit.command != nullptr && unit.command == FindCommand(header);
+}
+
+bool IsWord(const std::string& parameter) {
+  return !parameter.empty() && std::isalpha(static_cast<unsigned char>(parameter.front())) != 0;
+}
+
+/// A number with a unit in the base unit; nothing for anything else.
+std::optional<double> Number(const std::string& parameter) {
+  static const std::map<std::string, double> units = {{"", 1},      {"HZ", 1},  {"KHZ", 1e3}, {"MHZ", 1e6},
+                                                      {"GHZ", 1e9}, {"S", 1},   {"MS", 1e-3}, {"US", 1e-6},
+                                                      {"NS", 1e-9}, {"DBM", 1}, {"DB", 1}};
+  char* end = nullptr;
+  const double value = std::strtod(parameter.c_str(), &end);
+  if (end == parameter.c_str() || IsWord(parameter)) return std::nullopt;
+  const std::string_view rest(end);
+  const auto unit = units.find(std::string(rest.substr(std::min(rest.find_first_not_of(' '), rest.size()))));
+  if (unit == units.end()) return std::nullopt;
+  return value * unit->second;
+}
+
+enum class Form { kSet, kQuery };
+
+/// One surprise that shows in the text of a command.
+struct Row {
+  const char* header;
+  Form form;
+  bool (*applies)(const std::string& parameter);
+  const char* text;
+  const char* chapter;  ///< of docs/surprises.md
+};
+
+bool Always(const std::string&) {
+  return true;
+}
+bool IsOne(const std::string& parameter) {
+  return parameter == "1";
+}
+bool IsLimitWord(const std::string& parameter) {
+  return parameter.starts_with("MIN") || parameter.starts_with("MAX") || parameter.starts_with("DEF");
+}
+bool IsImmediate(const std::string& parameter) {
+  return parameter.starts_with("IMM");
+}
+bool IsLogarithmic(const std::string& parameter) {
+  return parameter.starts_with("LOG");
+}
+bool IsWatts(const std::string& parameter) {
+  return parameter == "W";
+}
+bool IsTrain(const std::string& parameter) {
+  return parameter.starts_with("PTR");
+}
+bool IsBelowASecond(const std::string& parameter) {
+  return Number(parameter).value_or(1) < 0.5;
+}
+
+constexpr const char* kLevelWord = "MIN, MAX and DEF set 0 dBm; ask for the limit and write the number";
+constexpr const char* kWholeSeconds = "pulse times go out in whole seconds, this one as 0";
+
+constexpr Row kRows[] = {
+    {":INIT:CONT", Form::kSet, IsOne, "1 means off here; say ON", "silence"},
+    {":PULM:STAT", Form::kSet, IsOne, "1 means off here; say ON", "silence"},
+    {"*RST", Form::kSet, Always, "resets no setting, and ends a sweep", "silence"},
+    {"*OPC", Form::kQuery, Always, "answers at once, whatever runs", "silence"},
+    {":POW:ATT", Form::kQuery, Always, "leaves an entry 1 in the error queue", "silence"},
+    {":POW", Form::kSet, IsLimitWord, kLevelWord, "power"},
+    {":POW:STAR", Form::kSet, IsLimitWord, kLevelWord, "power"},
+    {":POW:STOP", Form::kSet, IsLimitWord, kLevelWord, "power"},
+    {":POW:CENT", Form::kSet, IsLimitWord, kLevelWord, "power"},
+    {":POW:SPAN", Form::kSet, IsLimitWord, "MIN, MAX and DEF set 0 dB; write the number", "power"},
+    {":UNIT:POW", Form::kSet, IsWatts, "watts are for answers only; settings stay dBm", "power"},
+    {":SWE:SPAC", Form::kSet, IsLogarithmic,
+     "goes out with the next change of the range, overwrites the frequency list, and "
+     "makes the last step larger",
+     "sweeps-and-lists"},
+    {":TRIG:SOUR", Form::kSet, IsImmediate, "a sweep that takes longer than a second is broken off; BUS has no limit",
+     "sweeps-and-lists"},
+    {":LIST:MODE", Form::kSet, [](const std::string& word) { return word.starts_with("MAN"); },
+     "steps by triggers only if :TRIG:SOUR EXT was written before", "sweeps-and-lists"},
+    {":TRIG", Form::kSet, Always, "starts no sweep; :INIT does", "sweeps-and-lists"},
+    {":ABOR", Form::kSet, Always, "leaves :INIT:CONT on, so the next sweep setting starts again", "sweeps-and-lists"},
+    {":LIST:DWEL", Form::kQuery, Always, "answers whole seconds; :SWE:DWEL? is exact", "sweeps-and-lists"},
+    {":PULM:INT:PWID", Form::kSet, IsBelowASecond, kWholeSeconds, "numbers-that-wrap"},
+    {":PULM:INT:PER", Form::kSet, IsBelowASecond, kWholeSeconds, "numbers-that-wrap"},
+    {":PULM:SOUR:INT", Form::kSet, IsTrain, "a pulse train can be stored, not started", "pulses"},
+};
+
+std::string Linked(const std::string& text, const char* chapter) {
+  return text + " (docs/surprises.md#" + chapter + ")";
+}
+
+bool IsRange(const Unit& unit) {
+  static constexpr const char* kRange[] = {":FREQ:STAR", ":FREQ:STOP", ":FREQ:CENT",
+                                           ":FREQ:SPAN", ":SWE:POIN",  ":SWE:STEP"};
+  return !unit.query &&
+         std::any_of(std::begin(kRange), std::end(kRange), [&](const char* header) { return Is(unit, header); });
+}
+
+}  // namespace
+
+std::vector<std::string> Surprises::Of(const std::string& message) {
+  std::vector<std::string> found;
+  const std::vector<Unit> units = Units(message);
+  for (const Unit& unit : units) {
+    for (const Row& row : kRows) {
+      if (Is(unit, row.header) && unit.query == (row.form == Form::kQuery) && row.applies(unit.parameter)) {
+        found.push_back(Linked(row.text, row.chapter));
+      }
+    }
+    if (IsRange(unit)) {
+      found.push_back(
+          Linked(m_sweeps ? "in sweep mode older firmware refuses this without a word; write :FREQ:MODE SWE behind it"
+                          : "is only stored until :FREQ:MODE SWE",
+                 "sweeps-and-lists"));
+    }
+    if (Is(unit, ":FREQ:MODE") && !unit.query) m_sweeps = unit.parameter.starts_with("SWE");
+  }
+  if (units.size() < 2) return found;
+  if (!units.front().query) {
+    found.push_back(
+        Linked("a setting in front of another command can leave an empty line; write it on a line of its own",
+               "opening-reading-closing"));
+  }
+  if (scpi_zlt::IsQuery(message) && !units.back().query) {
+    found.push_back(Linked("a query in front of a setting has no line end; put it last", "opening-reading-closing"));
+  }
+  return found;
+}
+
+std::optional<std::string> ReadBackDifference(const std::string& message, const QueryFunction& ask) {
+  const std::vector<Unit> units = Units(message);
+  const Unit& unit = units.front();
+  const bool has_query = unit.command != nullptr && std::string_view(unit.command->forms) == "set, query";
+  if (units.size() > 1 || unit.query || !has_query || unit.parameter.empty()) return std::nullopt;
+  if (unit.parameter.find(',') != std::string::npos || unit.header.starts_with('*')) return std::nullopt;
+  // Levels are written in dBm and may be read in watts.
+  const bool level = std::string_view(unit.command->parameter).find("DBM") != std::string_view::npos;
+  if (level && !Is(unit, ":UNIT:POW") && ask(":UNIT:POW?") == "W") return std::nullopt;
+
+  const std::optional<std::string> answer = ask(unit.header + "?");
+  std::string wanted = unit.parameter;
+  if (IsLimitWord(wanted) && *unit.command->words == 'M') wanted = ask(unit.header + "? " + wanted).value_or("");
+  if (!answer || wanted.empty()) return std::nullopt;
+  const std::optional<double> asked = Number(wanted);
+  const std::string got = *answer;
+  bool same = false;
+  if (wanted == "0" || wanted == "1") {
+    const Unit read = Parse("X " + got);
+    same = read.parameter == (wanted == "1" ? "ON" : "OFF") || got == wanted;
+  } else if (asked) {
+    const double value = std::strtod(got.c_str(), nullptr);
+    same = std::fabs(value - *asked) <= 1e-9 * std::max(std::fabs(value), std::fabs(*asked));
+  } else {
+    // The answer is spelled as in the reference: capitals are the short form.
+    const Unit read = Parse("X " + got);
+    same = read.parameter.starts_with(wanted) || (wanted == "CW" && read.parameter == "FIXED");
+  }
+  if (same) return std::nullopt;
+  return "reads back as " + got + ", not " + wanted;
+}

@@ -1,0 +1,24 @@
+// What a message does that its writer may not expect: warnings from its text alone, and what reads back differently.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// What the page of surprises warns of in these messages, each as "text (docs/surprises.md#chapter)". Messages are
+/// looked at in order, because what a range setting does depends on the mode.
+class Surprises {
+ public:
+  std::vector<std::string> Of(const std::string& message);
+
+ private:
+  bool m_sweeps = false;  ///< ":FREQ:MODE SWE" was the last mode
+};
+
+/// The answer to a query; nothing if there was none.
+using QueryFunction = std::function<std::optional<std::string>(const std::string& query)>;
+
+/// If a setting reads back as something else than was asked for: "reads back as 0, not -100". Nothing if it does not,
+/// or if nothing can be said: queries, commands without a query, lists, several commands in one message.
+std::optional<std::string> ReadBackDifference(const std::string& message, const QueryFunction& ask);
