@@ -37,7 +37,7 @@ Packet Parse(const std::string& line) {
 
 PacketWatch::PacketWatch() {
   if (const char* const present = std::getenv(kVariable); present != nullptr && *present != '\0') {
-    m_file = open(present, O_RDONLY | O_CLOEXEC);
+    m_file = open(present, O_RDONLY | O_CREAT | O_CLOEXEC, 0666);
     if (m_file >= 0) lseek(m_file, 0, SEEK_END);
     return;
   }
