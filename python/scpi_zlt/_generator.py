@@ -97,7 +97,7 @@ class Generator:
 
     def write_values(self, header: str, values: Iterable[float]) -> None:
         """Sends a list: write_values(":LIST:FREQ", [1e9, 2e9]). Any iterable of numbers, a numpy array too."""
-        self.write(header + " " + ",".join(f"{float(value):.12g}" for value in values))
+        self.write(header + " " + ",".join(f"{float(value):.15g}" for value in values))
 
     def errors(self) -> list[tuple[int, str]]:
         """Takes the error queue: (number, text) of each, oldest first."""
