@@ -120,9 +120,9 @@ std::shared_ptr<ForeignObject> ManagerSession::Next() {
   if (m_asked) return m_next;
   m_asked = true;
   const NextLibrary* const library = NextLibrary::Get();
-  ViSession manager = 0;
-  if (library != nullptr && library->Call("viOpenDefaultRM", &manager) >= kSuccess) {
-    m_next = std::make_shared<ForeignObject>(0, *library, manager);
+  StoredNumber manager;
+  if (library != nullptr && library->Call("viOpenDefaultRM", manager.Place()) >= kSuccess) {
+    m_next = std::make_shared<ForeignObject>(0, *library, manager.Value());
   }
   return m_next;
 }

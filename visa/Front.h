@@ -57,6 +57,17 @@ class NextLibrary {
   void* m_library = nullptr;
 };
 
+/// Room for a handle or a count that another library stores. The generator's provider may be that library, for a
+/// program that has the front among its own libraries and loads the generator's library too; it may store 64 bits.
+class StoredNumber {
+ public:
+  ViUInt32* Place() { return reinterpret_cast<ViUInt32*>(&m_value); }
+  ViUInt32 Value() const { return static_cast<ViUInt32>(m_value); }
+
+ private:
+  std::uint64_t m_value = 0;
+};
+
 /// A session, list or event of the next library, which has a number of its own there.
 class ForeignObject : public Object {
  public:

@@ -165,12 +165,12 @@ VISA_EXPORT ViStatus viWaitOnEvent(ViSession vi, ViUInt32 in_type, ViUInt32 time
       if (dynamic_cast<GeneratorSession*>(found.get()) == nullptr) return visa::kInvalidObject;
       return in_type == visa::kAllEvents ? visa::kNotEnabled : visa::kInvalidEvent;
     }
-    ViObject context = 0;
+    visa::StoredNumber context;
     const ViStatus status =
-        foreign->Call("viWaitOnEvent", in_type, timeout, out_type, out_context != nullptr ? &context : nullptr);
+        foreign->Call("viWaitOnEvent", in_type, timeout, out_type, out_context != nullptr ? context.Place() : nullptr);
     if (status >= visa::kSuccess && out_context != nullptr) {
-      *out_context =
-          visa::Handles().Add(std::make_shared<visa::ForeignObject>(foreign->Manager(), foreign->Library(), context));
+      *out_context = visa::Handles().Add(
+          std::make_shared<visa::ForeignObject>(foreign->Manager(), foreign->Library(), context.Value()));
     }
     return status;
   });

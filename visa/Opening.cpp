@@ -38,9 +38,11 @@ ViStatus OpenForeign(ViSession manager, ManagerSession& names, const char* name,
                      ViUInt32 timeout_ms, ViSession& handle) {
   const std::shared_ptr<ForeignObject> next = names.Next();
   if (next == nullptr) return names.NotFound();
-  ViSession opened = 0;
-  const ViStatus status = next->Call("viOpen", name, access_mode, timeout_ms, &opened);
-  if (status >= kSuccess) handle = Handles().Add(std::make_shared<ForeignObject>(manager, next->Library(), opened));
+  StoredNumber opened;
+  const ViStatus status = next->Call("viOpen", name, access_mode, timeout_ms, opened.Place());
+  if (status >= kSuccess) {
+    handle = Handles().Add(std::make_shared<ForeignObject>(manager, next->Library(), opened.Value()));
+  }
   return status;
 }
 
@@ -69,15 +71,15 @@ std::vector<std::string> Find(ManagerSession& manager, const Expression& express
   for (const std::string& name : ListProviderNames()) offer(name + "::ZLT");
   const std::shared_ptr<ForeignObject> next = manager.Next();
   if (next == nullptr) return names;
-  ViObject list = 0;
-  ViUInt32 count = 0;
+  StoredNumber list;
+  StoredNumber count;
   std::array<char, kFindLength> name{};
-  ViStatus status = next->Call("viFindRsrc", text, &list, &count, name.data());
-  for (ViUInt32 i = 0; status >= kSuccess && i < count; ++i) {
+  ViStatus status = next->Call("viFindRsrc", text, list.Place(), count.Place(), name.data());
+  for (ViUInt32 i = 0; status >= kSuccess && i < count.Value(); ++i) {
     if (known.insert(Comparable(name.data())).second) names.emplace_back(name.data());
-    status = i + 1 < count ? next->Library().Call("viFindNext", list, name.data()) : status;
+    status = i + 1 < count.Value() ? next->Library().Call("viFindNext", list.Value(), name.data()) : status;
   }
-  if (list != 0) next->Library().Call("viClose", list);
+  if (list.Value() != 0) next->Library().Call("viClose", list.Value());
   return names;
 }
 
