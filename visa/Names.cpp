@@ -117,7 +117,7 @@ Aliases Aliases::Read() {
   Aliases aliases;
   aliases.ReadFile("/etc/scpi-zlt/aliases", false);
   std::string folder = Environment("XDG_CONFIG_HOME");
-  if (folder.empty() && !Environment("HOME").empty()) folder = Environment("HOME") + "/.config";
+  if (folder.empty() && !Environment("HOME").empty()) folder = Environment("HOME").append("/.config");
   if (!folder.empty()) aliases.ReadFile(folder + "/scpi-zlt/aliases", false);
   if (const std::string file = Environment("ZLT_ALIASES"); !file.empty()) aliases.ReadFile(file, true);
   return aliases;
@@ -139,7 +139,7 @@ void Aliases::ReadFile(const std::string& path, bool has_to_exist) {
   while (std::getline(file, line)) {
     ++number;
     const std::string reason = TakeLine(std::string_view(line).substr(0, line.find('#')), lines, number);
-    if (!reason.empty()) complain(path + ", line " + std::to_string(number) + ": " + reason);
+    if (!reason.empty()) complain((path + ", line ").append(std::to_string(number)).append(": ").append(reason));
   }
   if (file.bad()) complain("the alias file " + path + " can't be read");
 }

@@ -12,16 +12,24 @@ namespace {
 
 constexpr const char* kProviderFile = "libSkVisa.so.2";
 
-/// What the library calls, by the widths that it calls with: it takes counts and handles of 32 and 64 bits.
+/// What the library calls, by the widths that it calls with: it takes counts and handles of 32 and 64 bits. Until the
+/// provider is loaded each says that it is missing.
 struct Functions {
-  long (*open_manager)(void*) = nullptr;
-  long (*open)(unsigned long, const char*, unsigned long, unsigned long, void*) = nullptr;
-  long (*close)(unsigned long) = nullptr;
-  long (*clear)(unsigned long) = nullptr;
-  long (*read)(unsigned long, unsigned char*, unsigned long, void*) = nullptr;
-  long (*write)(unsigned long, const unsigned char*, unsigned long, void*) = nullptr;
-  long (*get)(unsigned long, unsigned long, void*) = nullptr;
-  long (*set)(unsigned long, unsigned long, unsigned long) = nullptr;
+  long (*open_manager)(void*) = [](void*) -> long { return kLibraryNotFound; };
+  long (*open)(unsigned long, const char*, unsigned long, unsigned long, void*) =
+      [](unsigned long, const char*, unsigned long, unsigned long, void*) -> long { return kLibraryNotFound; };
+  long (*close)(unsigned long) = [](unsigned long) -> long { return kLibraryNotFound; };
+  long (*clear)(unsigned long) = [](unsigned long) -> long { return kLibraryNotFound; };
+  long (*read)(unsigned long, unsigned char*, unsigned long, void*) = [](unsigned long, unsigned char*, unsigned long,
+                                                                         void*) -> long { return kLibraryNotFound; };
+  long (*write)(unsigned long, const unsigned char*, unsigned long, void*) =
+      [](unsigned long, const unsigned char*, unsigned long, void*) -> long { return kLibraryNotFound; };
+  long (*get)(unsigned long, unsigned long, void*) = [](unsigned long, unsigned long, void*) -> long {
+    return kLibraryNotFound;
+  };
+  long (*set)(unsigned long, unsigned long, unsigned long) = [](unsigned long, unsigned long, unsigned long) -> long {
+    return kLibraryNotFound;
+  };
   // A provider need not have these two.
   long (*find)(unsigned long, const char*, void*, void*, char*) = nullptr;
   long (*find_next)(unsigned long, char*) = nullptr;
@@ -104,11 +112,13 @@ bool LoadProvider() {
             ". Install it, or name its folder in LD_LIBRARY_PATH before the program starts.");
     return false;
   }
-  if (!TakeAll(library, provider.call)) {
+  Functions found;
+  if (!TakeAll(library, found)) {
     SayOnce("the VISA provider " + std::string(kProviderFile) + " lacks a function: " + LoaderMessage() +
             ". Put the right one first in LD_LIBRARY_PATH.");
     return false;
   }
+  provider.call = found;
   provider.loaded = true;
   return true;
 }
