@@ -25,12 +25,14 @@ struct Block {
 
 std::vector<Block> ReadBlocks(std::istream& page) {
   std::vector<Block> blocks;
-  bool inside = false;
+  bool fenced = false;
+  bool inside = false;  // a fence that names a language holds something else
   int number = 0;
   for (std::string line; std::getline(page, line);) {
     ++number;
     if (line.starts_with("```")) {
-      inside = !inside;
+      inside = !fenced && line == "```";
+      fenced = !fenced;
       if (inside) blocks.push_back({number, "", {}});
     } else if (inside && blocks.back().resource.empty()) {
       blocks.back().resource = line;

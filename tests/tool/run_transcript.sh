@@ -3,12 +3,19 @@
 #
 # Usage: run_transcript.sh FOLDER_OF_THE_TOOL TRANSCRIPT
 # A line "$ command" is typed; up to the next one stand its output and its error stream, and "[exit N]" when it failed.
+# Of a page (.md) the blocks marked "console" are the transcript. Its port 5025 stands for one that is likely to be free, and
+# a server that is left behind is ended by the number in the file "pid".
 set -uo pipefail
 transcript=$(realpath "$2")
 PATH=$(realpath "$1"):$PATH
 folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
+trap '[ ! -s "$folder/pid" ] || kill "$(cat "$folder/pid")"; rm -rf "$folder"' EXIT
 cd "$folder" || exit 1
+port=''
+if [[ $transcript == *.md ]]; then
+  sed -n '/^```console$/,/^```$/{/^```/d;p}' "$transcript" >transcript
+  transcript=transcript port=$((10000 + $$ % 20000))
+fi
 unset SCPI_ZLT_SIM_LOG
 
 commands=$(grep -c '^\$ ' "$transcript")
@@ -17,7 +24,9 @@ commands=$(grep -c '^\$ ' "$transcript")
 while IFS= read -r line; do
   [[ $line == '$ '* ]] || continue
   printf '%s\n' "$line"
-  bash -c "${line#'$ '}" 2>&1 </dev/null
+  line=${line#'$ '}
+  [ -z "$port" ] || line=$(sed "s/5025/$port/g; s/--raw\b/& $port/" <<<"$line")
+  bash -c "$line" 2>&1 </dev/null
   status=$?
   [ $status -eq 0 ] || echo "[exit $status]"
 done <"$transcript" >seen
