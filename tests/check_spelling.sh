@@ -3,5 +3,5 @@
 # text of the instrument that has one.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-names=fro,kinf,logicaly,nd,nowns,pevents,pres,puls,requency,sav,sourc,statics
+names=fo,fro,kinf,logicaly,nd,nowns,pevents,pres,puls,requency,sav,sourc,statics
 git ls-files -z -- . ':!*.xz' | xargs -0 codespell --ignore-words-list "$names"
