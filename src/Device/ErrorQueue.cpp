@@ -1,5 +1,5 @@
-// The errors that ":SYST:ERR?" answers. The queue has no limit, so no entry is lost and there is no -350. An error also sets
-// the bit of its class in the standard event register.
+// The errors that ":SYST:ERR?" answers. The queue has no limit: no entry is lost, and there is no -350. An error also
+// sets the bit of its class in the standard event register.
 #include <cstdlib>
 #include <string>
 
