@@ -1,4 +1,5 @@
-// The walk over the command tree.
+// The walk over the command tree: from a program header, in long or short form (SCPI-99, volume 1, 6.2), to its
+// handler.
 #include <algorithm>
 #include <span>
 #include <utility>

@@ -1,4 +1,5 @@
-// From parameter tokens to typed values.
+// From the program data elements of a unit to typed values: decimal numeric data with its suffix, character data,
+// strings and definite-length blocks (IEEE 488.2, 7.7).
 #include <algorithm>
 #include <charconv>
 #include <cstdint>

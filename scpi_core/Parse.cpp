@@ -1,4 +1,5 @@
-// From a message to the calls of its handlers, and what they leave on the stream.
+// From a program message to the calls of its handlers, and the response message that they leave on the stream: response
+// message units with ";" between them (IEEE 488.2, 8.4.1).
 #include <array>
 #include <cstring>
 #include <memory>
@@ -76,7 +77,7 @@ void Parse(char* text, int length, IResponseStream* stream, void* device) {
 
     const bool last = unit == units - 1;
     if (!last && command.query) stream->SendResponse(";", 1);
-    // Callers rely on the lone terminator behind a last unit that is no query but took the second attempt.
+    // Odd, and kept: a last unit that is no query but took the second attempt sends a lone terminator.
     if (last && (command.query || second_attempt)) stream->SendEnd();
   }
 }

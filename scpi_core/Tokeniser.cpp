@@ -1,5 +1,6 @@
-// From message text to tokens. A definite-length block is skipped as one piece wherever it stands; a quote of either
-// kind toggles one flag.
+// From a program message to the tokens of its units (IEEE 488.2, 7.3: program message, program message unit, program
+// header, program data). A definite-length block (7.7.6) is skipped as one piece wherever it is; a quote of either kind
+// toggles one flag.
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -76,13 +77,14 @@ std::size_t CountBytes(char wanted, const char* text, int length) {
   return count + static_cast<std::size_t>(std::count(text + at, text + length, wanted));
 }
 
-/// Where a unit's header tokens begin: behind a leading "*" or ":".
+/// Where the program mnemonics of a unit's header begin: after the "*" of a common command (IEEE 488.2, 7.6.1), or
+/// after the ":" of a header that starts at the root (SCPI-99, volume 1, 6.2.4).
 int HeaderStart(const char* text, int length) {
   return length > 0 && (text[0] == '*' || text[0] == ':') ? 1 : 0;
 }
 
-/// Cuts the first "?" outside of blocks out of the text; -1 if there is none. Quotes do not protect it, and callers
-/// rely on that.
+/// Cuts the first "?" outside of blocks out of the text, which makes the unit a query (IEEE 488.2, 7.6.2); -1 if there
+/// is none. Odd, and kept: quotes do not protect it, so a string that holds "?" makes a query of its unit.
 int CutQuestionMark(char* text, int& length) {
   for (int at = 0; (at = NextMark<'?'>(text, at, length)) < length; ++at) {
     if (const int block = BlockAt(text, length, at)) {
@@ -106,7 +108,7 @@ void FindEnds(const char* text, int length, int& first, int& last) {
     } else if (!IsWhite(text[at])) {
       last = at;
     } else if (last == 0) {
-      first = at + 1;  // callers rely on a lone character in front of white space going with it
+      first = at + 1;  // odd, and kept: a lone character before white space is dropped with it
     }
     if (last == 0 || !plain) continue;
     // Only the last end can still move, and it is the same when looked for from behind.
@@ -198,8 +200,7 @@ int GetChannel(const char* token, int& length) {
   while (letters < length && IsLetter(token[letters])) ++letters;
   if (letters == length) return 0;
   if (letters == 0) return -1;
-  // Reduction and copying meet in the middle: of a longer suffix only about half the digits are read. Callers rely on
-  // it.
+  // Odd, and kept: reduction and copying meet in the middle, so of a longer suffix only half the digits are read.
   std::array<char, 21> suffix{};
   std::size_t copied = 0;
   while (copied + 1 < suffix.size() && length > letters + static_cast<int>(copied)) {
@@ -212,8 +213,10 @@ int GetChannel(const char* token, int& length) {
   return static_cast<int>(std::clamp<long>(value, INT_MIN, INT_MAX));
 }
 
-// A unit is cut at ":" as long as there is one, then at blanks, then at commas. One pass does it: a ":" takes back the
-// cuts at blanks and commas that were made since the ":" before it, a blank those at commas.
+// The mnemonics of a header are separated by ":" (SCPI-99, volume 1, 6.2), the header from its data by a blank and the
+// program data elements by "," (IEEE 488.2, 7.4.3 and 7.4.2). A unit is cut at ":" as long as there is one, then at
+// blanks, then at commas. One pass does it: a ":" takes back the cuts at blanks and commas that were made since the ":"
+// before it, a blank those at commas.
 void GetSubStrings(const char* text, int length, sCommand* command) {
   const int start = HeaderStart(text, length);
   text += start;

@@ -192,7 +192,7 @@ std::optional<std::string> ReadBackDifference(const std::string& message, const 
   if (IsLimitWord(wanted) && *unit.command->words == 'M') wanted = ask(unit.header + "? " + wanted).value_or("");
   if (!answer || wanted.empty()) return std::nullopt;
   const std::optional<double> asked = Number(wanted);
-  const std::string got = *answer;
+  const std::string& got = *answer;
   bool same = false;
   if (wanted == "0" || wanted == "1") {
     const Unit read = Parse("X " + got);
