@@ -55,8 +55,8 @@ function(zlt_room name)
   target_link_libraries(${name} PUBLIC zlt_options ${ARG_LINK})
 endfunction()
 
-# zlt_install(target destination RUNPATH libraries...): installs a program or library, as part of the CMake package where it
-# is a library. In the build tree its RUNPATH names the folders of the libraries; the installed file has RUNPATH ("" for
+# zlt_install(target destination RUNPATH libraries...): installs a program or library, as part of the CMake package if it has
+# an EXPORT_NAME. In the build tree its RUNPATH names the folders of the libraries; the installed file has RUNPATH ("" for
 # none, and none at all with CMAKE_SKIP_INSTALL_RPATH, for packages that install where the loader looks anyway). CMake's own
 # change of a RUNPATH at installation is not used: for that it ends the build tree's with an empty element, which to the
 # loader is the working directory.
@@ -64,8 +64,14 @@ function(zlt_install target destination runpath)
   set(folders ${ARGN})
   list(TRANSFORM folders REPLACE "(.+)" "$<TARGET_FILE_DIR:\\1>")
   set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "${folders}")
+  get_target_property(export ${target} EXPORT_NAME)
+  if(export)
+    set(export EXPORT scpi_zlt)
+  else()
+    set(export "")
+  endif()
   # NAMELINK_SKIP: what a program is linked with is installed by the room itself.
-  install(TARGETS ${target} EXPORT scpi_zlt DESTINATION ${destination} LIBRARY NAMELINK_SKIP)
+  install(TARGETS ${target} ${export} DESTINATION ${destination} LIBRARY NAMELINK_SKIP)
   set(file "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${destination}/$<TARGET_FILE_NAME:${target}>")
   if(NOT runpath OR CMAKE_SKIP_INSTALL_RPATH)
     install(CODE "file(RPATH_REMOVE FILE \"${file}\")")
