@@ -140,7 +140,7 @@ void TalkArguments::TakeResource() {
 }
 
 std::shared_ptr<TalkArguments> AddTalkOptions(CLI::App& app, const std::string& words, const std::string& text) {
-  const auto talk = std::make_shared<TalkArguments>();
+  auto talk = std::make_shared<TalkArguments>();
   ConversationOptions& options = talk->options;
   app.add_option("RESOURCE", talk->resource,
                  "VISA resource name of the instrument, followed by ::ZLT; else that in SCPI_ZLT_RESOURCE");
@@ -199,7 +199,8 @@ void Lint(const std::string& name, const std::string& firmware) {
     for (std::size_t i = 0; i < lines.size() && !interruption.Happened(); ++i) {
       const std::string place = name + ":" + std::to_string(i + 1);
       if (IsPassedOver(lines[i])) continue;
-      for (const std::string& warning : surprises.Of(lines[i])) Warn(place + ": \"" + lines[i] + "\": " + warning);
+      const std::string said = place + ": \"" + lines[i] + "\": ";
+      for (const std::string& warning : surprises.Of(lines[i])) Warn(said + warning);
       conversation.Say(lines[i], place);
     }
   }));
