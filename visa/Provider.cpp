@@ -97,8 +97,9 @@ void SayOnce(const std::string& text) {
 
 void* LoadVisaLibrary(const char* file) {
   int mode = RTLD_NOW | RTLD_LOCAL;
-  // AddressSanitizer ends a program that asks for such a scope.
-  if (FrontIsGlobal() && dlsym(RTLD_DEFAULT, "__asan_init") == nullptr) mode |= RTLD_DEEPBIND;
+  // The sanitizers end a program that asks for such a scope.
+  const bool sanitized = dlsym(RTLD_DEFAULT, "__asan_init") != nullptr || dlsym(RTLD_DEFAULT, "__tsan_init") != nullptr;
+  if (FrontIsGlobal() && !sanitized) mode |= RTLD_DEEPBIND;
   return dlopen(file, mode);
 }
 

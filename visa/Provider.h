@@ -4,7 +4,7 @@
 // build of its own of the library's objects, and the linker turns their calls (--wrap) into calls of the functions in
 // Provider.cpp, which ask the provider that dlopen found. No lookup by name is left that could meet the front's own
 // viOpen, whichever libraries the program has linked or preloaded. A scope of its own (RTLD_DEEPBIND) around the shared
-// library would do for most programs, but AddressSanitizer refuses it, it takes malloc from a program that has one of
+// library would do for most programs, but the sanitizers refuse it, it takes malloc from a program that has one of
 // its own, and it does nothing for a library that is loaded already.
 #pragma once
 
