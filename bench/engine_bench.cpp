@@ -85,9 +85,10 @@ const std::string kMessages[] = {
 
 void ParseMessage(benchmark::State& state, const std::string& message) {
   NullStream stream;
+  sUnitCommand unit;
   std::string copy = message;
   const long before = allocations;
-  for (auto _ : state) Parse(copy.data(), static_cast<int>(copy.size()), &stream, &stream);
+  for (auto _ : state) Parse(copy.data(), static_cast<int>(copy.size()), &stream, &stream, unit);
   state.counters["allocations"] =
       benchmark::Counter(static_cast<double>(allocations - before), benchmark::Counter::kAvgIterations);
 }
@@ -95,9 +96,10 @@ void ParseMessage(benchmark::State& state, const std::string& message) {
 /// All messages in turn, so that the processor cannot learn the branches of one.
 void AllMessages(benchmark::State& state) {
   NullStream stream;
+  sUnitCommand unit;
   std::vector<std::string> copies(std::begin(kMessages), std::end(kMessages));
   for (auto _ : state) {
-    for (std::string& copy : copies) Parse(copy.data(), static_cast<int>(copy.size()), &stream, &stream);
+    for (std::string& copy : copies) Parse(copy.data(), static_cast<int>(copy.size()), &stream, &stream, unit);
   }
 }
 
@@ -126,9 +128,10 @@ constexpr int kShort = 100;
 
 void ParseList(benchmark::State& state, int repeats, int count) {
   NullStream stream;
+  sUnitCommand unit;
   std::string message = ":LIST:FREQ " + Numbers(count) + "\n";
   for (auto _ : state) {
-    for (int i = 0; i < repeats; ++i) Parse(message.data(), static_cast<int>(message.size()), &stream, &stream);
+    for (int i = 0; i < repeats; ++i) Parse(message.data(), static_cast<int>(message.size()), &stream, &stream, unit);
   }
 }
 

@@ -8,6 +8,13 @@
 #include "scpi_core/pcore.h"
 #include "support/Ascii.h"
 
+namespace {
+
+/// Tokens and values that a unit command keeps room for: of all but long lists.
+constexpr std::size_t kMostKept = 256;
+
+}  // namespace
+
 sCommand::sCommand() = default;
 
 sCommand::sCommand(char* source, int source_length) {
@@ -50,11 +57,13 @@ void sUnitCommand::Begin(char* unit, int unit_length) {
   length = unit_length;
   level_count = 0;
   first_character = 0;
+  if (substrings.capacity() > kMostKept) substrings = {};
   substrings.clear();
   parameter_count = 0;
   substring_count = 0;
   query = false;
   error = 0;
+  if (parameters.capacity() > kMostKept) parameters = {};
   parameters.clear();
   parsed_count = 0;
   m_error_info = {};

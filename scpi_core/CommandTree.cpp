@@ -1,24 +1,38 @@
 // The walk over the command tree: from a program header, in long or short form (SCPI-99, volume 1, 6.2), to its
 // handler.
 #include <algorithm>
+#include <array>
+#include <bitset>
+#include <cstdint>
 #include <span>
 #include <utility>
+#include <vector>
 
 #include "scpi_core/pcore.h"
 #include "support/Ascii.h"
 
 namespace {
 
-/// A row one level down.
-struct Child {
-  int row;
-  std::uint32_t initials;  ///< beside the row, so that most children are passed over without a look at their nodes
+/// What a token can begin with: a character, of which several share one bit, and "perhaps any".
+constexpr std::size_t kInitials = 32;
+constexpr std::size_t kAnyInitial = kInitials;
+using Initials = std::bitset<kInitials + 1>;
+
+constexpr std::size_t Initial(char c) {
+  return static_cast<unsigned char>(Lower(c)) % kInitials;
+}
+
+/// What the walk asks of a row, worked out once: which rows one level down could take a token, by what it begins with.
+struct Node {
+  std::array<std::uint16_t, kInitials + 2> candidates{};  ///< where each list begins in the index; the last one's end
+  Initials initials;  ///< of the tokens that the row, or one reached by passing over it, could take
 };
 
-/// What the walk asks of a row, worked out once.
-struct Node {
-  std::vector<Child> children;  ///< in their order
-  std::uint32_t initials = 0;   ///< of the tokens that the row, or one reached by passing over it, could take
+/// Beside the tree and kept in step with it.
+struct Index {
+  std::vector<std::vector<Node>> levels;
+  std::vector<Node> whole;          ///< for each level, with all of its rows
+  std::vector<std::uint16_t> rows;  ///< all lists, each in the order of the rows
 };
 
 /// Never destroyed: a session whose own thread ends the process still walks the tree while statics go.
@@ -29,22 +43,16 @@ union TreeStorage {
 };
 constinit TreeStorage storage;
 
-/// Beside the tree and kept in step with it; destroyed as little.
+/// Destroyed as little.
 union IndexStorage {
-  constexpr IndexStorage() : levels() {}
+  constexpr IndexStorage() : index() {}
   ~IndexStorage() {}
-  std::vector<std::vector<Node>> levels;
+  Index index;
 };
-constinit IndexStorage node_index;
+constinit IndexStorage index_storage;
+constinit Index& tree_index = index_storage.index;
 /// No row has more than one instance, so no header suffix is a value.
 constinit bool single_instances = true;
-
-constexpr std::uint32_t kAnyInitial = ~std::uint32_t{0};
-
-/// One bit for a character; several share one, so that a bit in common means "perhaps".
-constexpr std::uint32_t Initial(char c) {
-  return std::uint32_t{1} << (static_cast<unsigned char>(Lower(c)) & 31);
-}
 
 }  // namespace
 
@@ -59,36 +67,58 @@ const STree* Level(int level) {
 }
 
 const Node& NodeOf(int level, int row) {
-  return node_index.levels[static_cast<std::size_t>(level)][static_cast<std::size_t>(row)];
+  return tree_index.levels[static_cast<std::size_t>(level)][static_cast<std::size_t>(row)];
+}
+
+std::span<const sCommandTreeNode> Rows(std::size_t level) {
+  return {CommandTree[level].rows, static_cast<std::size_t>(CommandTree[level].count)};
+}
+
+/// Lists the rows of a level that `belongs` says are below the node, which takes over their initials.
+template <class Belongs>
+void ListCandidates(Node& node, std::size_t level, Belongs belongs) {
+  std::vector<std::uint16_t> below;
+  for (std::uint16_t row = 0; row < Rows(level).size(); ++row) {
+    if (belongs(Rows(level)[row])) below.push_back(row);
+  }
+  for (std::size_t initial = 0; initial <= kInitials; ++initial) {
+    node.candidates[initial] = static_cast<std::uint16_t>(tree_index.rows.size());
+    for (const std::uint16_t row : below) {
+      const Initials& initials = tree_index.levels[level][row].initials;
+      if (initials[initial] || initial == kAnyInitial) tree_index.rows.push_back(row);
+      node.initials |= initials;
+    }
+  }
+  node.candidates.back() = static_cast<std::uint16_t>(tree_index.rows.size());
 }
 
 /// From the deepest level up, because an optional row takes over the initials of its children.
 void BuildIndex() {
-  node_index.levels.assign(CommandTree.size(), {});
+  tree_index = {};
+  tree_index.levels.resize(CommandTree.size());
+  tree_index.whole.resize(CommandTree.size());
   single_instances = true;
   for (std::size_t level = CommandTree.size(); level-- > 0;) {
-    for (const sCommandTreeNode& row :
-         std::span(CommandTree[level].rows, static_cast<std::size_t>(CommandTree[level].count))) {
+    for (const sCommandTreeNode& row : Rows(level)) {
       single_instances = single_instances && row.instance_limit == 1;
-      Node& node = node_index.levels[level].emplace_back();
-      node.initials = row.name[0] == '\0' ? kAnyInitial : Initial(row.name[0]);
-      if (level + 1 == CommandTree.size()) continue;
-      const STree& below = CommandTree[level + 1];
-      for (int child = 0; child < below.count; ++child) {
-        if (below.rows[child].parent != row.id) continue;
-        const std::uint32_t initials = NodeOf(static_cast<int>(level) + 1, child).initials;
-        node.children.push_back({child, initials});
-        if (row.optional) node.initials |= initials;
+      Node& node = tree_index.levels[level].emplace_back();
+      if (level + 1 < CommandTree.size()) {
+        ListCandidates(node, level + 1, [&row](const sCommandTreeNode& below) { return below.parent == row.id; });
       }
+      if (!row.optional) node.initials.reset();
+      node.initials.set(Initial(row.name[0]));
+      if (row.name[0] == '\0') node.initials.set();
     }
+    ListCandidates(tree_index.whole[level], level, [](const sCommandTreeNode&) { return true; });
   }
 }
 
-/// The bit of a header token's first letter.
-std::uint32_t InitialOf(const sCommand& command, int token) {
+/// The rows below a node that a header token could match, or could be passed to.
+std::span<const std::uint16_t> Candidates(const Node& node, const sCommand& command, int token) {
   const sSubString& substring = command.substrings[static_cast<std::size_t>(token)];
-  return substring.length > 0 && substring.offset < command.length ? Initial(command.text[substring.offset])
-                                                                   : kAnyInitial;
+  const std::size_t initial =
+      substring.length > 0 && substring.offset < command.length ? Initial(command.text[substring.offset]) : kAnyInitial;
+  return {tree_index.rows.data() + node.candidates[initial], tree_index.rows.data() + node.candidates[initial + 1]};
 }
 
 /// True if the token is exactly the row's short form or its whole name.
@@ -131,7 +161,7 @@ void CollectSuffixes(sCommand& command, int level, std::int32_t id) {
 }
 
 /// The header ends on this row: matches the parameters and calls the handler. False if that is not to be.
-bool Execute(sCommand& command, const sCommandTreeNode& row, int level, void* device) {
+[[gnu::noinline]] bool Execute(sCommand& command, const sCommandTreeNode& row, int level, void* device) {
   if (row.handler == nullptr || !AllowsForm(row.call_info, command.query)) {
     command.error = scpi_error::kUndefinedHeader;
     return false;
@@ -150,7 +180,7 @@ bool Execute(sCommand& command, const sCommandTreeNode& row, int level, void* de
 
 void ReleaseCommandTree() {
   std::vector<STree>().swap(CommandTree);
-  std::vector<std::vector<Node>>().swap(node_index.levels);
+  tree_index = {};
 }
 
 void AddTreeLevel(int level, const sCommandTreeNode* rows, std::size_t count) {
@@ -175,13 +205,9 @@ bool CheckTree(sCommand* command, int& level, int& row, int token, void* device)
     if (token == command->level_count - 1) return Execute(*command, node, level, device);
   }
   const int next_token = matched ? token + 1 : token;
-  const std::vector<Child>& children = NodeOf(level, row).children;
-  if (children.empty()) return false;
-  const std::uint32_t initial = InitialOf(*command, next_token);
-  for (const Child& child : children) {
-    if ((child.initials & initial) == 0) continue;
+  for (const std::uint16_t child : Candidates(NodeOf(level, row), *command, next_token)) {
     int child_level = level + 1;
-    int child_row = child.row;
+    int child_row = child;
     if (CheckTree(command, child_level, child_row, next_token, device)) {
       level = child_level;
       row = child_row;
@@ -199,13 +225,10 @@ void FindNodes(sCommand* command, int& level, int& parent, void* device) {
     return;
   }
   const bool all = level == 0 || parent == -1;
-  const std::uint32_t initial = InitialOf(*command, 0);
-  const std::vector<Node>& nodes = node_index.levels[static_cast<std::size_t>(level)];
-  for (int i = 0; i < tree->count; ++i) {
-    if ((nodes[static_cast<std::size_t>(i)].initials & initial) == 0) continue;
-    if (!all && tree->rows[i].parent != parent) continue;
+  for (const std::uint16_t candidate : Candidates(tree_index.whole[static_cast<std::size_t>(level)], *command, 0)) {
+    if (!all && tree->rows[candidate].parent != parent) continue;
     int row_level = level;
-    int row = i;
+    int row = candidate;
     if (CheckTree(command, row_level, row, 0, device)) {
       parent = Level(row_level)->rows[row].parent;
       level = row_level;

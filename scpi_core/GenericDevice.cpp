@@ -175,7 +175,7 @@ void CGenericDevice::TakeMessage() {
 void CGenericDevice::Interpret(int length) {
   m_message[static_cast<std::size_t>(length)] = '\0';
   try {
-    Parse(m_message.get(), length, this, this);
+    Parse(m_message.get(), length, this, this, m_unit);
   } catch (...) {
     // Some handlers let exceptions pass. The message ends here, and the session goes on.
     LogMessageGD("Interpret", "exception");

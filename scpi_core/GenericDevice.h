@@ -9,6 +9,7 @@
 
 #include "scpi_core/ShortWaits.h"
 #include "scpi_core/Thread.h"
+#include "scpi_core/pcore.h"
 #include "scpi_core/pevents.h"
 #include "scpi_core/sStatusReg.h"
 #include "scpi_core/types.h"
@@ -76,6 +77,7 @@ class CGenericDevice : public IResponseStream, public CThreadObject {
   bool m_answered = false;  ///< the message under way has left a response; guarded by the output lock
   std::atomic<bool> m_message_running{false};
   std::unique_ptr<char[]> m_message;  ///< copy of the message that runs; one byte more than the ring holds
+  sUnitCommand m_unit;                ///< the unit of it that runs
   neosmart::neosmart_event_t m_response_event = nullptr;  ///< a complete response may be waiting
   neosmart::neosmart_event_t m_command_event = nullptr;   ///< a complete message waits
   neosmart::neosmart_event_t m_open_event = nullptr;      ///< request: open the connection

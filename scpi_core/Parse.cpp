@@ -40,13 +40,17 @@ void Fail(const Failure& failure, bool query, IResponseStream& stream) {
 }  // namespace
 
 void Parse(char* text, int length, IResponseStream* stream, void* device) {
+  sUnitCommand command;
+  Parse(text, length, stream, device, command);
+}
+
+void Parse(char* text, int length, IResponseStream* stream, void* device, sUnitCommand& command) {
   const int units = GetComCount(text, length);
   int level = 0;
   int parent = -1;
-  SubStringParams cursor;
+  SubStringParams cursor{.delimiters = ";"};
   std::array<char, kUsualLength> usual;
   std::unique_ptr<char[]> longer;
-  sUnitCommand command;
   for (int unit = 0; unit < units; ++unit) {
     FindSubString(text, length, cursor);
     int unit_length = cursor.length;
@@ -66,7 +70,7 @@ void Parse(char* text, int length, IResponseStream* stream, void* device) {
     Failure failure = FailureOf(command);
     if (failure.code != 0 && units > 1) {
       // The unit may not belong on the current path. All failures get this chance, so a handler that failed runs again,
-      // with its first parameters still in front; callers rely on it.
+      // with its first parameters still in front. Odd, and kept.
       second_attempt = true;
       command.final_attempt = true;
       level = 0;

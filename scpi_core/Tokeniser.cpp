@@ -5,9 +5,11 @@
 #include <array>
 #include <bit>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <emmintrin.h>
+#include <span>
 
 #include "scpi_core/pcore.h"
 #include "support/Ascii.h"
@@ -24,35 +26,45 @@ int BlockAt(const char* text, int length, int at) {
   return static_cast<int>(std::min<unsigned int>(size, static_cast<unsigned int>(length - at)));
 }
 
-/// The characters that a scan stops at: its marks, and the shields.
-template <char... Marks>
-constexpr auto kStopsAt = [] {
-  std::array<bool, 256> stops{};
-  for (const char c : {'#', '"', '\'', Marks...}) stops[static_cast<unsigned char>(c)] = true;
-  return stops;
-}();
+constexpr int kAtOnce = 16;  // characters that are looked at together
 
-/// The first character from `at` on that is a shield or one of the marks, or the length of the text. Every scan of the
-/// tokeniser rests on it: sixteen characters in one step where there are as many, a look into a table for each of the
-/// rest, which is all of a short unit.
-template <char... Marks>
-int NextMark(const char* text, int at, int length) {
-  for (; at + 16 <= length; at += 16) {
-    const __m128i step = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + at));
-    const auto hit = [&step](char c) { return _mm_cmpeq_epi8(step, _mm_set1_epi8(c)); };
-    const __m128i hits = ((hit('#') | hit('"') | hit('\'')) | ... | hit(Marks));
-    if (const int found = _mm_movemask_epi8(hits)) return at + std::countr_zero(static_cast<unsigned int>(found));
+/// Which of the characters at a place are a shield or one of the marks: a bit for each.
+template <class... Marks>
+[[gnu::always_inline]] inline unsigned int HitsAt(const char* text, Marks... marks) {
+  const __m128i step = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+  const auto hit = [&step](char c) { return _mm_cmpeq_epi8(step, _mm_set1_epi8(c)); };
+  return static_cast<unsigned int>(_mm_movemask_epi8(((hit('#') | hit('"') | hit('\'')) | ... | hit(marks))));
+}
+
+template <class... Marks>
+[[gnu::always_inline]] inline bool IsHit(char c, Marks... marks) {
+  return ((c == '#' || c == '"' || c == '\'') || ... || (c == marks));
+}
+
+/// The first character from `at` on that is a shield or one of the marks, or the length of the text. Inlined, so that
+/// constant marks are tested together.
+template <class... Marks>
+[[gnu::always_inline]] inline int NextMark(const char* text, int at, int length, Marks... marks) {
+  for (; at + kAtOnce <= length; at += kAtOnce) {
+    if (const unsigned int hits = HitsAt(text + at, marks...)) return at + std::countr_zero(hits);
   }
-  while (at < length && !kStopsAt<Marks...>[static_cast<unsigned char>(text[at])]) ++at;
+  while (at < length && !IsHit(text[at], marks...)) ++at;
   return at;
+}
+
+/// The first place of a character anywhere, or the length of the text. It costs so little that the scans ask it whether
+/// there is anything to look for.
+int PlaceOf(char wanted, const char* text, int length) {
+  const void* const place = std::memchr(text, wanted, static_cast<std::size_t>(length));
+  return place == nullptr ? length : static_cast<int>(static_cast<const char*>(place) - text);
 }
 
 /// The first place from `at` on where one of the marks stands outside of quotes and blocks, or the length of the text.
 /// `at` has to lie outside of them.
-template <char... Marks>
-int FindUnshielded(const char* text, int at, int length) {
+template <class... Marks>
+int FindUnshielded(const char* text, int at, int length, Marks... marks) {
   bool quoted = false;
-  for (; (at = NextMark<Marks...>(text, at, length)) < length; ++at) {
+  for (; (at = NextMark(text, at, length, marks...)) < length; ++at) {
     if (const int block = BlockAt(text, length, at)) {
       at += block - 1;
     } else if (IsQuote(text[at])) {
@@ -62,6 +74,33 @@ int FindUnshielded(const char* text, int at, int length) {
     }
   }
   return length;
+}
+
+/// Calls `visit` with each place where one of the marks stands outside of quotes and blocks. Faster than one search
+/// after the other where there are many, as in a list.
+template <class Visit, class... Marks>
+void VisitUnshielded(const char* text, int length, Visit visit, Marks... marks) {
+  bool quoted = false;
+  int free = 0;  // where the last block ends
+  const auto look = [&](int at) {
+    if (at < free) return;
+    if (const int block = BlockAt(text, length, at)) {
+      free = at + block;
+    } else if (IsQuote(text[at])) {
+      quoted = !quoted;
+    } else if (text[at] != '#' && !quoted) {
+      visit(at);
+    }
+  };
+  int at = 0;
+  for (; at + kAtOnce <= length; at = std::max(at + kAtOnce, free)) {
+    for (unsigned int hits = HitsAt(text + at, marks...); hits != 0; hits &= hits - 1) {
+      look(at + std::countr_zero(hits));
+    }
+  }
+  for (; at < length; ++at) {
+    if (IsHit(text[at], marks...)) look(at);
+  }
 }
 
 /// How often a character occurs, anywhere. In steps that the compiler can do at one go.
@@ -86,21 +125,21 @@ int HeaderStart(const char* text, int length) {
 /// Cuts the first "?" outside of blocks out of the text, which makes the unit a query (IEEE 488.2, 7.6.2); -1 if there
 /// is none. Odd, and kept: quotes do not protect it, so a string that holds "?" makes a query of its unit.
 int CutQuestionMark(char* text, int& length) {
-  for (int at = 0; (at = NextMark<'?'>(text, at, length)) < length; ++at) {
-    if (const int block = BlockAt(text, length, at)) {
-      at += block - 1;
-    } else if (text[at] == '?') {
-      --length;
-      std::memmove(text + at, text + at + 1, static_cast<std::size_t>(length - at));
-      return at;
+  int at = PlaceOf('?', text, length);
+  if (at < length && PlaceOf('#', text, at) < at) {
+    for (at = 0; (at = NextMark(text, at, length, '?')) < length && text[at] != '?';) {
+      at += std::max(BlockAt(text, length, at), 1);
     }
   }
-  return -1;
+  if (at == length) return -1;
+  --length;
+  if (at < length) std::memmove(text + at, text + at + 1, static_cast<std::size_t>(length - at));
+  return at;
 }
 
 /// The first and the last character that Trim keeps; a first one that is not below the last one means none.
 void FindEnds(const char* text, int length, int& first, int& last) {
-  const bool plain = std::memchr(text, '#', static_cast<std::size_t>(length)) == nullptr;
+  const bool plain = PlaceOf('#', text, length) == length;
   for (int at = 0; at < length; ++at) {
     if (const int block = BlockAt(text, length, at)) {
       at += block - 1;
@@ -142,8 +181,9 @@ unsigned int BinaryBlockSize(const char* text, int length, eBBS what) {
 
 int GetComCount(const char* text, int length) {
   int count = 1;
+  if (PlaceOf(';', text, length) == length) return count;
   bool quoted = false;
-  for (int at = 0; (at = NextMark<';', '\n', '\0'>(text, at, length)) < length; ++at) {
+  for (int at = 0; (at = NextMark(text, at, length, ';', '\n', '\0')) < length; ++at) {
     if (const int block = BlockAt(text, length, at)) {
       at += block - 1;
     } else if (IsQuote(text[at])) {
@@ -157,9 +197,16 @@ int GetComCount(const char* text, int length) {
   return count;
 }
 
+// An earlier delimiter wins even where a later one is nearer.
 void FindSubString(const char* text, int length, SubStringParams& params) {
   if (params.length != 0) params.position = std::min(params.position + params.length + 1, length);
-  params.length = FindUnshielded<';'>(text, params.position, length) - params.position;
+  text += params.position;
+  length -= params.position;
+  params.length = length;
+  for (const char* delimiter = params.delimiters; *delimiter != '\0' && params.length == length; ++delimiter) {
+    const int place = PlaceOf(*delimiter, text, length);
+    if (place < length) params.length = FindUnshielded(text, 0, length, *delimiter);
+  }
 }
 
 void Trim(char* text, int& length) {
@@ -171,11 +218,15 @@ void Trim(char* text, int& length) {
     return;
   }
   const int end = last + 1;
+  if (first == 0 && PlaceOf(' ', text, end) == end) {
+    length = end;
+    return;
+  }
   int kept = 0;
   bool quoted = false;
   for (int at = first; at < end;) {
     // What is copied on: all up to the next mark, and the mark itself unless it is a blank to be dropped.
-    const int mark = NextMark<' '>(text, at, end);
+    const int mark = NextMark(text, at, end, ' ');
     int next = mark;
     const bool blank = mark < end && text[mark] == ' ' && !quoted;
     if (mark < end) {
@@ -230,31 +281,35 @@ void GetSubStrings(const char* text, int length, sCommand* command) {
   int header_start = 0;     // of what follows them
   int word_start = 0;
   int piece_start = 0;
+  std::size_t gap = SIZE_MAX;  // the first piece without a character
   const auto end_piece = [&](int from, int to) {
+    if (from == to) gap = std::min(gap, pieces.size());
     sSubString& piece = pieces.emplace_back();
     piece.offset = from;
     piece.length = to - from;
     piece_start = to + 1;
   };
-  for (int at = 0; (at = FindUnshielded<':', ' ', ','>(text, at, length)) < length; ++at) {
-    if (text[at] == ',') {
-      end_piece(piece_start, at);
-      continue;
-    }
+  const auto end_at = [&](int at) {
+    if (text[at] == ',') return end_piece(piece_start, at);
     const bool header = text[at] == ':';
-    pieces.erase(pieces.begin() + static_cast<std::ptrdiff_t>(header ? headers : words), pieces.end());
+    pieces.resize(header ? headers : words);
+    if (gap >= pieces.size()) gap = SIZE_MAX;
     end_piece(header ? header_start : word_start, at);
     words = pieces.size();
     word_start = piece_start;
-    if (!header) continue;
+    if (!header) return;
     headers = words;
     header_start = word_start;
-  }
+  };
+  VisitUnshielded(text, length, end_at, ':', ' ', ',');
   end_piece(piece_start, length);
   command->level_count = static_cast<std::int32_t>(headers) + 1;
   command->substring_count = static_cast<std::int32_t>(pieces.size());
-  const bool gap = std::any_of(pieces.begin(), pieces.end(), [](const sSubString& piece) { return piece.length == 0; });
-  command->error = gap ? scpi_error::kUndefinedHeader : 0;
+  command->error = gap == SIZE_MAX ? 0 : scpi_error::kUndefinedHeader;
+  if (command->error != 0) return;
+  for (sSubString& keyword : std::span(pieces).first(headers + 1)) {
+    keyword.channel = GetChannel(text + keyword.offset, keyword.length);
+  }
 }
 
 void GetCommandInstance(char* text, int length, sUnitCommand& command) {
@@ -265,10 +320,6 @@ void GetCommandInstance(char* text, int length, sUnitCommand& command) {
   command.first_character = length > 0 ? text[0] : '\0';
   GetSubStrings(text, length, &command);
   if (command.error != 0) return;
-  for (int token = 0; token < command.level_count; ++token) {
-    sSubString& keyword = command.substrings[static_cast<std::size_t>(token)];
-    keyword.channel = GetChannel(text + start + keyword.offset, keyword.length);
-  }
   command.parameter_count = command.substring_count - command.level_count;
   if (command.first_character == '*' && command.level_count > 1) {
     command.error = scpi_error::kUndefinedHeader;

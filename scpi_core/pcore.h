@@ -20,26 +20,9 @@ void ReleaseCommandTree();
 /// all they point at, need static lifetime.
 void AddTreeLevel(int level, const sCommandTreeNode* rows, std::size_t count);
 
-/// Executes one program message, its LF included. Responses and errors go to `stream`; the handlers get `device`.
-void Parse(char* text, int length, IResponseStream* stream, void* device);
-
-// ---- Tokeniser
-
-/// Size of the IEEE 488.2 definite-length block at the start of a text, as it says of itself; 0 if there is none.
-unsigned int BinaryBlockSize(const char* text, int length, eBBS what);
-/// Number of program message units up to the LF, a NUL or the end; at least 1.
-int GetComCount(const char* text, int length);
-/// Moves the cursor to the next program message unit.
-void FindSubString(const char* text, int length, SubStringParams& params);
-/// Trims a unit in place; the length becomes 0 if nothing remains.
-void Trim(char* text, int& length);
-/// The numeric suffix of a header token, which is taken off the length: 0 if there is none, -1 if the token does not
-/// begin with a letter. Odd, and kept: only a suffix of one digit is read whole.
-int GetChannel(const char* token, int& length);
-/// Fills the token list and counts the header tokens, which keep their numeric suffixes.
-void GetSubStrings(const char* text, int length, sCommand* command);
 /// The command that a message's units are read into, one after the other. Its text and its error record are borrowed,
-/// and its vectors keep their memory, so that a unit costs no allocation of its own. A copy owns all of it.
+/// and its vectors keep their memory up to a bound, so that a unit costs no allocation of its own. A copy owns all of
+/// it.
 struct sUnitCommand : sCommand {
   sUnitCommand() = default;
   ~sUnitCommand();
@@ -49,6 +32,27 @@ struct sUnitCommand : sCommand {
  private:
   sComErrorInfo m_error_info;
 };
+
+/// Executes one program message, its LF included. Responses and errors go to `stream`; the handlers get `device`.
+void Parse(char* text, int length, IResponseStream* stream, void* device);
+/// The same, for one that executes many: the units are read into `command`, which means nothing afterwards.
+void Parse(char* text, int length, IResponseStream* stream, void* device, sUnitCommand& command);
+
+// ---- Tokeniser
+
+/// Size of the IEEE 488.2 definite-length block at the start of a text, as it says of itself; 0 if there is none.
+unsigned int BinaryBlockSize(const char* text, int length, eBBS what);
+/// Number of program message units up to the LF, a NUL or the end; at least 1.
+int GetComCount(const char* text, int length);
+/// Moves the cursor to the next piece; all that is left is the last one.
+void FindSubString(const char* text, int length, SubStringParams& params);
+/// Trims a unit in place; the length becomes 0 if nothing remains.
+void Trim(char* text, int& length);
+/// The numeric suffix of a header token, which is taken off the length: 0 if there is none, -1 if the token does not
+/// begin with a letter. Odd, and kept: only a suffix of one digit is read whole.
+int GetChannel(const char* token, int& length);
+/// Fills the token list, counts the header tokens and takes their numeric suffixes off.
+void GetSubStrings(const char* text, int length, sCommand* command);
 /// Reads a trimmed unit into the command; cuts the "?" out of `text`, which the command borrows.
 void GetCommandInstance(char* text, int length, sUnitCommand& command);
 

@@ -108,6 +108,7 @@ enum eBBS : int { kBlockWhole = 0, kBlockHeader = 1, kBlockData = 2 };
 struct SubStringParams {
   std::int32_t position = 0;
   std::int32_t length = 0;
+  const char* delimiters = "";  ///< terminated; in the order of their priority
 };
 
 /// The result of GetNumValue.
