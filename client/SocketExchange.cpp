@@ -96,7 +96,9 @@ std::string SocketExchange::Connect(const std::string& text, milliseconds timeou
   addrinfo hints{};
   hints.ai_socktype = SOCK_STREAM;
   addrinfo* found = nullptr;
-  if (const int status = getaddrinfo(address.host.c_str(), address.port.c_str(), &hints, &found); status != 0) {
+  // Not left to the resolver, so that it works where no file of hosts has it (RFC 6761, 6.3).
+  const char* const host = address.host == "localhost" ? nullptr : address.host.c_str();
+  if (const int status = getaddrinfo(host, address.port.c_str(), &hints, &found); status != 0) {
     return gai_strerror(status);
   }
   const std::unique_ptr<addrinfo, void (*)(addrinfo*)> owner(found, freeaddrinfo);
