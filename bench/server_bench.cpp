@@ -279,12 +279,12 @@ class Flood {
 
 /// Asks for long answers and never reads one. Returns when the server reads nothing more from it.
 Client Stall(std::uint16_t raw) {
-  std::string list = ":LIST:FREQ 1GHZ";
-  for (int i = 1; i < 2500; ++i) list += ",1GHZ";
+  std::string question = ":FREQ?";
+  for (int i = 1; i < 2500; ++i) question += ";:FREQ?";
+  question += '\n';
   std::string burst;
-  for (int i = 0; i < 20000; ++i) burst += ":LIST:FREQ?\n";
+  for (int i = 0; i < 10; ++i) burst += question;
   Client client(raw);
-  client.Send(list + "\n");
   constexpr int kQuietMs = 100;
   for (int quiet = 0; quiet < kQuietMs; ++quiet) {
     if (client.TrySend(burst)) quiet = 0;

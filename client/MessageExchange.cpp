@@ -103,6 +103,17 @@ Answer MessageExchange::Await(milliseconds timeout, const OnAnswer& early) {
   }
 }
 
+Answer MessageExchange::Look(std::chrono::microseconds time) {
+  if (InStep()) return {};
+  const auto until = steady_clock::now() + time;
+  while (m_unsent.empty() && steady_clock::now() < until) {
+    const long status = Read(0);
+    if (FenceHasCome()) return Finish();
+    if (status < VI_SUCCESS && status != VI_ERROR_IO && status != VI_ERROR_TMO) return {Outcome::kFailed, {}, status};
+  }
+  return {Outcome::kTimeout, {}, 0};
+}
+
 /// True if what was received last can only be the answer of the fence. Otherwise reading on tells; that takes longer.
 bool MessageExchange::FenceHasCome() const {
   if (!m_unsent.empty() || m_appended || !m_received.ends_with(kFenceAnswer)) return false;

@@ -84,6 +84,10 @@ class MessageExchange {
   /// outstanding.
   Answer Await(std::chrono::milliseconds timeout, const OnAnswer& early = nullptr);
 
+  /// As Await, but looks for the answer for about `time` and does not sleep. kTimeout if it has not come whole by then,
+  /// or if only a wait could show that nothing more comes; Await goes on from there.
+  Answer Look(std::chrono::microseconds time);
+
   /// Sends one more message behind an outstanding one and does not wait. What both answer is of no use then: Await
   /// gives an empty response when all have run. Not while some of the text is still unsent, because the ring is full:
   /// kBusy.

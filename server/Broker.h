@@ -6,15 +6,16 @@
 //
 // Threads
 //
-//   Everything of this class is called on the loop's thread and calls back on that thread; there are no locks. The
-//   library's calls block, so only a worker's thread makes them (Worker.h). A callback never runs inside the call that
-//   it belongs to, so a door may finish its own bookkeeping after that call.
+//   Everything of this class is called on the loop's thread and calls back on that thread; there are no locks. Only a
+//   worker's thread waits in a call of the library (Worker.h). A callback never runs inside the call that it belongs
+//   to, so a door may finish its own bookkeeping after that call.
 //
 // The life of a client
 //
-//   Connect      The client takes its place in the round. Nothing is asked of the instrument.
-//   Submit       A message (one program message of IEEE 488.2) joins the client's queue. A client's messages run in
-//                order; clients take turns, one message each. The callback gets the whole answer, which may be empty.
+//   Connect      The client is known. Nothing is asked of the instrument.
+//   Submit       A message (one program message of IEEE 488.2) joins the client's queue, and the client the
+//                round if it is not in it yet. A client's messages run in order; clients take turns, one message each.
+//                The callback gets the whole answer, which may be empty.
 //   Disconnect   Messages not yet started are dropped, and so are locks and waits for locks. The message under way
 //                finishes; its answer is dropped.
 //

@@ -18,6 +18,9 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
 
+/// How long the loop's thread looks for an answer before it leaves the wait to the worker's. A query of an idle session
+/// takes a few microseconds, which is less than it takes to wake a thread.
+constexpr std::chrono::microseconds kLook{20};
 /// How long the worker's own question may take.
 constexpr milliseconds kCheckLimit{5000};
 constexpr std::array kPauses = {seconds(1), seconds(2), seconds(4), seconds(8), seconds(10)};
@@ -44,6 +47,11 @@ std::optional<std::uint8_t> ParseStatusByte(std::string_view digits) {
   return static_cast<std::uint8_t>(value);
 }
 
+/// "*STB?" and "*ESR?": their answers show whether the instrument is there.
+bool AsksInstrument(const std::string& command) {
+  return command == "*STB?" || command == "*ESR?";
+}
+
 Reply::Kind KindOf(scpi_zlt::Outcome outcome) {
   switch (outcome) {
     case scpi_zlt::Outcome::kComplete:
@@ -64,6 +72,7 @@ class Worker::Session {
  public:
   long Open(const WorkerOptions& options) {
     m_exchange.reset();
+    m_begun.reset();
     m_queue_bit_eaten = false;
     const long status = m_session.Open(options.resource, options.open_timeout);
     if (status == VI_SUCCESS) m_exchange.emplace(m_session.Handle());
@@ -75,19 +84,37 @@ class Worker::Session {
     m_session.Close();
   }
 
+  /// Writes a message and looks for its whole answer without a wait. If there is none yet, Exchange of the same message
+  /// waits for it. False, with nothing written, if the message has to begin there as well.
+  bool Begin(std::string_view message, std::optional<std::string>& response) {
+    if (!m_exchange->InStep() || AsksInstrument(Normalised(message))) return false;
+    m_begun_at = steady_clock::now();
+    m_begun = m_exchange->Begin(message);
+    if (m_begun->outcome != scpi_zlt::Outcome::kComplete) return true;
+    scpi_zlt::Answer answer = m_exchange->Look(kLook);
+    if (answer.outcome != scpi_zlt::Outcome::kComplete) return true;
+    m_begun.reset();
+    response = std::move(answer.response);
+    return true;
+  }
+
   /// One message of a client. Sets `lost` to the reason if it shows that the instrument is not there. `early` gets
   /// answers that need no second look before the message is over.
   scpi_zlt::Answer Exchange(std::string_view message, const WorkerOptions& options, std::string& lost,
                             const std::function<void(std::string)>& early) {
-    const auto start = steady_clock::now();
+    const auto start = m_begun ? m_begun_at : steady_clock::now();
     const std::string command = Normalised(message);
-    const bool asks_instrument = command == "*STB?" || command == "*ESR?";
+    const bool asks_instrument = AsksInstrument(command);
     const auto hand_out = [&](std::string& response) {
       if (asks_instrument || steady_clock::now() - start >= options.slow) return false;
       early(std::move(response));
       return true;
     };
-    scpi_zlt::Answer answer = m_exchange->Exchange(message, options.give_up, hand_out);
+    scpi_zlt::Answer answer = !m_begun ? m_exchange->Exchange(message, options.give_up, hand_out)
+                              : m_begun->outcome == scpi_zlt::Outcome::kComplete
+                                  ? m_exchange->Await(options.give_up, hand_out)
+                                  : *m_begun;
+    m_begun.reset();
     const bool slow = steady_clock::now() - start >= options.slow;
     if (answer.outcome == scpi_zlt::Outcome::kTimeout) lost = "a message did not end in time: it is given up";
     if (answer.outcome == scpi_zlt::Outcome::kFailed) lost = scpi_zlt::StatusText(answer.status);
@@ -139,6 +166,8 @@ class Worker::Session {
 
   scpi_zlt::Session m_session;
   std::optional<scpi_zlt::MessageExchange> m_exchange;
+  std::optional<scpi_zlt::Answer> m_begun;  ///< what writing it gave, of a message that was begun
+  steady_clock::time_point m_begun_at;
   steady_clock::time_point m_last_heard;
   std::uint8_t m_read = 0;
   bool m_queue_bit_eaten = false;
@@ -166,12 +195,17 @@ void Worker::AskStatusByte(OnStatusByte done) {
 
 void Worker::Queue(Job job) {
   ++m_pending;
-  const std::lock_guard hold(m_mutex);
-  if (m_state == WorkerState::kLost || m_state == WorkerState::kFailed) {
-    Refuse(job);
-    return;
+  {
+    const std::lock_guard hold(m_mutex);
+    if (m_state == WorkerState::kLost || m_state == WorkerState::kFailed) return Refuse(job);
+    if (job.done && m_idle != nullptr && m_jobs.empty() && !m_stop) {
+      std::optional<std::string> response;
+      job.begun = m_idle->Begin(job.message, response);
+      if (response) return HandOut(job, {Reply::Kind::kDone, std::move(*response)});
+    }
+    m_jobs.push_back(std::move(job));
   }
-  m_jobs.push_back(std::move(job));
+  // The thread would wake up to find the mutex held otherwise.
   m_changed.notify_one();
 }
 
@@ -186,7 +220,8 @@ void Worker::Refuse(Job& job) {
 
 bool Worker::Withdraw(std::uint64_t id) {
   const std::lock_guard hold(m_mutex);
-  const auto found = std::find_if(m_jobs.begin(), m_jobs.end(), [id](const Job& job) { return job.id == id; });
+  const auto found =
+      std::find_if(m_jobs.begin(), m_jobs.end(), [id](const Job& job) { return job.id == id && !job.begun; });
   if (found == m_jobs.end()) return false;
   m_jobs.erase(found);
   --m_pending;
@@ -214,6 +249,11 @@ void Worker::SetState(WorkerState state, const std::string& reason) {
     m_jobs.clear();
   }
   PostToLoop([this, state, reason] { m_on_state(state, reason); });
+}
+
+void Worker::HandOut(Job& job, Reply reply) {
+  if (job.tidy) reply.response = scpi_zlt::Tidy(job.message, std::move(reply.response));
+  Complete(job, std::move(reply));
 }
 
 void Worker::Complete(Job& job, Reply reply) {
@@ -260,23 +300,21 @@ void Worker::Serve(Session& session) {
     {
       std::unique_lock lock(m_mutex);
       const auto look = session.LastHeard() + m_options.check_interval;
+      m_idle = &session;
       m_changed.wait_until(lock, look, [this] { return m_stop || !m_jobs.empty(); });
-      if (m_stop) return;
+      m_idle = nullptr;
+      if (m_stop && (m_jobs.empty() || !m_jobs.front().begun)) return;
       if (!m_jobs.empty()) {
         job = std::move(m_jobs.front());
         m_jobs.pop_front();
       }
     }
     if (job.done) {
-      const auto hand_out = [&](Reply reply) {
-        if (job.tidy) reply.response = scpi_zlt::Tidy(job.message, std::move(reply.response));
-        Complete(job, std::move(reply));
-      };
       scpi_zlt::Answer answer = session.Exchange(job.message, m_options, lost, [&](std::string response) {
-        hand_out({Reply::Kind::kDone, std::move(response)});
+        HandOut(job, {Reply::Kind::kDone, std::move(response)});
       });
       const Reply::Kind kind = lost.empty() ? KindOf(answer.outcome) : Reply::Kind::kNoInstrument;
-      if (job.done) hand_out({kind, std::move(answer.response)});
+      if (job.done) HandOut(job, {kind, std::move(answer.response)});
     } else {
       lost = session.Check();
       if (lost.empty()) m_status_byte = session.StatusByte();

@@ -1,5 +1,9 @@
 // One session of the library and the thread that makes its blocking calls.
 //
+// A query takes the library a few microseconds, and waking a thread takes far longer. So while the session is idle and
+// nothing waits, the loop's thread writes a message itself and looks for its answer for a moment, without sleeping. An
+// answer that has not come by then is the worker's to wait for.
+//
 // States
 //
 //   kOpening  From the start to the end of the first opening. Messages wait.
@@ -39,7 +43,7 @@ struct WorkerOptions {
   std::string resource;  ///< VISA resource name followed by ::ZLT
   std::chrono::milliseconds open_timeout{60000};
   std::chrono::milliseconds check_interval{10000};  ///< between two looks at an instrument that nobody asks
-  std::chrono::milliseconds slow{5000};             ///< behind a message that took longer, the worker looks too
+  std::chrono::milliseconds slow{5000};             ///< after a message that took longer, the worker looks too
   std::chrono::milliseconds give_up{120000};        ///< for one message
 };
 
@@ -94,6 +98,7 @@ class Worker {
     bool tidy = false;
     OnReply done;
     OnStatusByte status_done;  ///< set: a question for the status byte, nothing else
+    bool begun = false;        ///< it was written to the session already
   };
   class Session;
 
@@ -104,6 +109,7 @@ class Worker {
   void Do(Session& session, Job& job);
   void Queue(Job job);
   void Refuse(Job& job);
+  void HandOut(Job& job, Reply reply);
   void Complete(Job& job, Reply reply);
   void CompleteStatus(Job& job);
   void SetState(WorkerState state, const std::string& reason);
@@ -119,8 +125,9 @@ class Worker {
   std::atomic<std::uint8_t> m_status_byte{0};
   std::atomic<WorkerState> m_state{WorkerState::kOpening};
 
-  std::mutex m_mutex;  ///< guards what follows; held for a few instructions
+  std::mutex m_mutex;  ///< guards what follows; held for a few instructions, and while the loop begins a message
   std::condition_variable m_changed;
+  Session* m_idle = nullptr;  ///< the session, while the thread waits for a job
   std::deque<Job> m_jobs;
   bool m_stop = false;
   Loop::Task m_stopped;

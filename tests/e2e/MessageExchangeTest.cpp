@@ -114,6 +114,22 @@ TEST_F(Exchanges, HandOutALoneQueryEarlyAndNothingElse) {
   EXPECT_EQ(exchange->Exchange(":FREQ?", kLong, later).response, "1000000000\n");
 }
 
+TEST_F(Exchanges, LookWithoutLosingWhatComesLater) {
+  Open(78, "latency=20");
+  for (const auto& [message, response] : {std::pair{":FREQ 1GHZ;:FREQ?", "1000000000\n"},
+                                          {":FREQ?", "1000000000\n"},
+                                          {"*OPC?\n:FREQ?", "+1\n1000000000\n"}}) {
+    ASSERT_EQ(exchange->Begin(message).outcome, Outcome::kComplete) << message;
+    Answer answer = exchange->Look(std::chrono::microseconds(100));
+    if (answer.outcome == Outcome::kTimeout) answer = exchange->Await(kLong);
+    EXPECT_EQ(answer.outcome, Outcome::kComplete) << message;
+    EXPECT_EQ(answer.response, response);
+  }
+  ASSERT_EQ(exchange->Begin(":FREQ 2GHZ").outcome, Outcome::kComplete);
+  EXPECT_EQ(exchange->Look(std::chrono::microseconds(100)).outcome, Outcome::kTimeout) << "the link is slower";
+  EXPECT_EQ(Ask(":FREQ?"), "2000000000\n");
+}
+
 TEST_F(Exchanges, RefuseWhatWouldSwallowTheFence) {
   Open(71);
   const struct {
