@@ -37,7 +37,11 @@ def enter_namespace():
 
 
 enter_namespace()
+from client_table import ClientTable  # noqa: E402
 from server_process import Server, ask, closed  # noqa: E402
+
+TABLE = ClientTable("VXI-11")
+MAPPER_TABLE = ClientTable("port mapper")
 
 
 class Rpc:
@@ -128,7 +132,10 @@ def pyvisa(server):
     generator.close()
     second.lock_excl()  # a lock ends with its link
     second.close()
-    return f"ok: pyvisa {pyvisa.__version__}, pyvisa-py {pyvisa_py.__version__}"
+    return TABLE.tried(f"pyvisa {pyvisa.__version__} with pyvisa-py {pyvisa_py.__version__}",
+                       "VXI-11 (`TCPIP::HOST::inst0::INSTR`)",
+                       "query, set, clear, status byte, trigger, a list of 160144 bytes, one byte more, 200 kB, lock against a second "
+                       "client")
 
 
 def lxi(server):
@@ -147,7 +154,11 @@ def lxi(server):
     start = time.monotonic()
     screenshot = run("screenshot", "-a", "127.0.0.1")
     assert screenshot.returncode == 1 and time.monotonic() - start < 10, screenshot
-    return "ok: " + run("--version").stdout.splitlines()[0]
+    found = run("discover").stdout
+    assert '"Sorvik,ZG-20E,000000" on address 127.0.0.1' in found, found
+    version = run("--version").stdout.split()[1].lstrip("v")
+    return TABLE.tried(f"lxi-tools {version}", "VXI-11 (`lxi scpi`, `lxi benchmark`, `lxi discover`)",
+                       "query, set; found by a broadcast")
 
 
 def octave(server):
@@ -294,16 +305,27 @@ def registration():
     finally:
         daemon.terminate()
         daemon.wait()
-    return "ok: registered with rpcbind, and gone"
+    return MAPPER_TABLE.tried("rpcinfo and rpcbind", "port mapper", "list, registering, an entry that a killed server left behind")
 
 
 def main():
+    results = {}
+
+    def show(check, *server):
+        results[check] = check(*server)
+        print(f"{check.__name__:12} {results[check]}", flush=True)
+
     server = Server(PROGRAM, "--vxi11", "--portmapper", "--raw", "0")
     for check in (pyvisa, lxi, octave, locks, port_mapper, taken, bad_clients):
-        print(f"{check.__name__:12} {check(server)}", flush=True)
+        show(check, server)
     server.end()
     for check in (alone, registration):
-        print(f"{check.__name__:12} {check()}", flush=True)
+        show(check)
+    # The page has no row for octave, which Debian 12 builds without VXI-11.
+    if not any(results[check].startswith("skipped") for check in (pyvisa, lxi)):
+        TABLE.finish()
+    if not results[registration].startswith("skipped"):
+        MAPPER_TABLE.finish()
 
 
 if __name__ == "__main__":
