@@ -71,6 +71,43 @@ def clients_and_silence(server):
         assert resting.query(b"*OPC?\n") == b"+1\n"
 
 
+def by_ipv6():
+    server = Server(PROGRAM, "--raw", "0", "--hislip", "0", "--bind", "::1", "--allow", "::1/128")
+    assert " on ::1 port " in server.first_line, server.first_line
+    with socket.create_connection(("::1", server.ports["raw"]), timeout=20) as link:
+        assert ask(link, "*OPC?") == "+1\n"
+        assert f"raw [::1]:{link.getsockname()[1]}: connected" in server.log(), server.log()
+    with Session(("::1", server.ports["hislip"])) as session:
+        assert session.query(b"*OPC?\n") == b"+1\n"
+    assert socket.socket().connect_ex(("127.0.0.1", server.ports["raw"])) != 0
+    assert "controls the instrument" not in server.log(), "::1 is this machine alone"
+    server.end()
+
+
+def untaken_answers():
+    """Of two clients that never read, the one with the larger limit gets more answers out of its server."""
+    servers = [Server(PROGRAM, "--raw", "0", "--log-messages", "--max-unsent", limit) for limit in ("1000", str(8 << 20))]
+    links = [server.connect() for server in servers]
+    for link in links:
+        link.setblocking(False)
+    question = ";".join([":FREQ?"] * 2000).encode() + b"\n"
+    unsent = [question * 1000 for _ in links]
+
+    def more():
+        for number, link in enumerate(links):
+            try:
+                unsent[number] = unsent[number][link.send(unsent[number]):]
+            except BlockingIOError:
+                pass
+        small, large = (server.log().count("(24000 bytes)") for server in servers)
+        return (large - small) * 24000 > 4 << 20
+
+    eventually(more, "the limits are the same")
+    for link, server in zip(links, servers):
+        link.close()
+        server.end()
+
+
 def notified(manager):
     assert "READY=1" in manager.lines()
 
@@ -119,6 +156,9 @@ def main():
     print("ok service manager", flush=True)
     second_signal(Server(PROGRAM, "--raw", "0", "--log-messages", resource="SIM1::latency=50::INSTR::ZLT"))
     print("ok second signal", flush=True)
+    for check in (by_ipv6, untaken_answers):
+        check()
+        print("ok", check.__name__, flush=True)
     lost(losing)
     print("ok lost", flush=True)
 
