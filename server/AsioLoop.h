@@ -20,7 +20,7 @@ namespace server {
 struct NetLimits {
   std::size_t clients = 64;        ///< connections at a time, over all doors
   std::chrono::seconds idle{0};    ///< a connection that is silent for so long is closed; 0: never
-  std::vector<std::string> allow;  ///< "ADDRESS/BITS" or "ADDRESS"; empty: everybody whom the binding lets in
+  std::vector<std::string> allow;  ///< "ADDRESS/BITS" or "ADDRESS"; empty: everybody who reaches the port
 };
 
 class AsioLoop : public Loop {
@@ -46,9 +46,9 @@ class AsioLoop : public Loop {
   /// `handler` runs on the loop's thread for each SIGTERM and SIGINT from now on.
   void OnTermination(Task handler);
 
-  /// Takes no new connection and reads nothing more from those that stand.
+  /// Takes no new connection and reads nothing more from the open ones.
   void StopReading();
-  /// Closes all connections behind what was sent to them.
+  /// Closes all connections once what was sent has gone out.
   void CloseAll();
   std::size_t Connections() const;
 

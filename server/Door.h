@@ -42,10 +42,10 @@ class Connection {
   virtual ~Connection() = default;
   virtual void Receive(std::string_view bytes) = 0;
   virtual void Drained() {}
-  /// The peer will send nothing more, but may still read. True: the door has answers to give and hangs up behind them.
+  /// The peer will send nothing more, but may still read. True: the door has answers to give and hangs up after them.
   /// False: the peer counts as gone.
   virtual bool EndOfInput() { return false; }
-  /// True while the peer cannot be blamed for silence: an answer is due to it, or a session stands that may rest. The
+  /// True while the peer cannot be blamed for silence: an answer is due to it, or its session is open and may rest. The
   /// idle limit does not count meanwhile.
   virtual bool Waiting() const { return false; }
 };

@@ -202,7 +202,8 @@ void HislipSession::Trigger(const Message& message) {
   Throttle();
 }
 
-/// The client has moved on: it drops the answers that it has not read, and so does the server.
+/// A new message ends the wait for the answer to the one before: the client drops an answer that it has not read, and
+/// so does the server.
 void HislipSession::NoteMessage(const Message& message) {
   m_last_id = message.parameter;
   m_answers.clear();
@@ -225,7 +226,8 @@ void HislipSession::Completed(std::uint32_t message_id, Reply reply) {
     Complain(true, ErrorCode::kTooLarge, "the message is larger than the instrument takes");
   } else if (!reply.response.empty()) {
     if (m_last_id != message_id) {
-      // IVI-6.1 clause 3.1.1: first on the asynchronous channel.
+      // The client has sent a further message since, so it would take this answer for that one's. IVI-6.1 clause 3.1.1:
+      // Interrupted goes first on the asynchronous channel.
       SendAsync(Type::kAsyncInterrupted, 0, *m_last_id);
       Send(Type::kInterrupted, 0, *m_last_id);
     } else {

@@ -1,10 +1,10 @@
 // The raw socket: lines of SCPI text in, answers out, byte for byte; port 5025 by custom.
 //
 // A message ends at a LF outside of a definite-length block. What ends nothing yet is kept, up to the size that the
-// library takes; a longer message is skipped up to its end, and the client is told by nothing: the protocol has no
-// words for that. A browser that is made to send to this port opens with an HTTP request; such a connection is dropped
-// before any of its lines is carried out. When the instrument is not there the connection is closed: the one word it
-// has.
+// library takes; a longer message is skipped up to its end without an answer: the protocol has no error
+// for it. A browser that is made to send to this port opens with an HTTP request; such a connection is dropped
+// before any of its lines is carried out. When the instrument is not there, the connection is closed: the protocol
+// has no other sign.
 #pragma once
 
 #include "server/Broker.h"
