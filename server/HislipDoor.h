@@ -17,28 +17,18 @@
 #include <map>
 #include <memory>
 
-#include "server/Broker.h"
-#include "server/Door.h"
+#include "server/SessionDoor.h"
 
 namespace server {
 
-struct HislipOptions {
-  bool tidy = true;
-  std::size_t message_limit = 160144;  ///< bytes of a program message with its line end
-};
-
 class HislipSession;
 
-class HislipDoor : public Door {
+class HislipDoor : public SessionDoor {
  public:
-  HislipDoor(Loop& loop, Broker& broker, HislipOptions options) : m_loop(loop), m_broker(broker), m_options(options) {}
+  using SessionDoor::SessionDoor;
 
   const char* Name() const override { return "hislip"; }
   std::unique_ptr<Connection> Accept(Wire& wire) override;
-
-  Loop& EventLoop() { return m_loop; }
-  Broker& TheBroker() { return m_broker; }
-  const HislipOptions& Options() const { return m_options; }
 
   /// A session with a number that no live one has; null if all numbers are in use.
   std::shared_ptr<HislipSession> MakeSession(Wire& synchronous);
@@ -46,9 +36,6 @@ class HislipDoor : public Door {
   std::shared_ptr<HislipSession> Find(std::uint16_t id) const;
 
  private:
-  Loop& m_loop;
-  Broker& m_broker;
-  const HislipOptions m_options;
   std::map<std::uint16_t, std::weak_ptr<HislipSession>> m_sessions;
   std::uint16_t m_last_id = 0;
 };

@@ -29,7 +29,7 @@ namespace {
 /// What a message under way may take after the first signal: as long as the library itself gives it when it closes.
 constexpr std::chrono::seconds kFinishLimit{10};
 
-/// Tells the service manager a state, as sd_notify does: one datagram to the socket that it names. Without one,
+/// Reports a state to the service manager, as sd_notify does: one datagram to the socket that it names. Without one,
 /// nothing.
 void Notify(std::string_view state) {
   const char* path = std::getenv("NOTIFY_SOCKET");
@@ -95,7 +95,7 @@ class Server {
   }
 
   void OpenVxi11() {
-    m_vxi11.emplace(m_loop, m_broker, Vxi11Options{m_options.tidy.value_or(true), m_options.message_limit});
+    m_vxi11.emplace(m_loop, m_broker, SessionDoorOptions{m_options.tidy.value_or(true), m_options.message_limit});
     const std::uint16_t abort_port = m_loop.Listen(m_vxi11->AbortChannel(), m_options.bind, 0);
     m_vxi11->SetAbortPort(abort_port);
     const std::uint16_t port = Open(*m_vxi11, *m_options.vxi11);
@@ -112,8 +112,8 @@ class Server {
         std::to_string(port) + " (--portmapper answers there)");
   }
 
-  /// Empty, or why this process cannot answer on port 111. Who asks the whole network by a broadcast is only heard
-  /// behind the wildcard address.
+  /// Empty, or why this process cannot answer on port 111. A broadcast reaches only a socket that is bound
+  /// to the wildcard address.
   std::string StartPortMapper(const RpcProgram& core, std::uint16_t abort_port) {
     m_port_mapper.emplace(m_loop, std::vector{core, RpcProgram{DEVICE_ASYNC, DEVICE_ASYNC_VERSION, abort_port}});
     try {
@@ -136,7 +136,7 @@ class Server {
         Open(*m_raw, *m_options.raw);
       }
       if (m_options.hislip) {
-        m_hislip.emplace(m_loop, m_broker, HislipOptions{m_options.tidy.value_or(true), m_options.message_limit});
+        m_hislip.emplace(m_loop, m_broker, SessionDoorOptions{m_options.tidy.value_or(true), m_options.message_limit});
         Open(*m_hislip, *m_options.hislip);
       }
       if (m_options.vxi11) OpenVxi11();

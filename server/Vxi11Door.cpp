@@ -42,8 +42,8 @@ class Vxi11Door::AbortDoor : public Door {
   Vxi11Door& m_door;
 };
 
-Vxi11Door::Vxi11Door(Loop& loop, Broker& broker, Vxi11Options options)
-    : m_loop(loop), m_broker(broker), m_options(options), m_abort(std::make_unique<AbortDoor>(*this)) {}
+Vxi11Door::Vxi11Door(Loop& loop, Broker& broker, SessionDoorOptions options)
+    : SessionDoor(loop, broker, options), m_abort(std::make_unique<AbortDoor>(*this)) {}
 Vxi11Door::~Vxi11Door() = default;
 
 std::unique_ptr<Connection> Vxi11Door::Accept(Wire& wire) {

@@ -21,21 +21,15 @@
 #include <map>
 #include <memory>
 
-#include "server/Broker.h"
-#include "server/Door.h"
+#include "server/SessionDoor.h"
 
 namespace server {
 
-struct Vxi11Options {
-  bool tidy = true;
-  std::size_t message_limit = 160144;  ///< bytes of a program message with its line end
-};
-
 class Vxi11Connection;
 
-class Vxi11Door : public Door {
+class Vxi11Door : public SessionDoor {
  public:
-  Vxi11Door(Loop& loop, Broker& broker, Vxi11Options options);
+  Vxi11Door(Loop& loop, Broker& broker, SessionDoorOptions options);
   ~Vxi11Door() override;
 
   const char* Name() const override { return "vxi11"; }
@@ -45,10 +39,6 @@ class Vxi11Door : public Door {
   Door& AbortChannel();
   void SetAbortPort(std::uint16_t port) { m_abort_port = port; }
   std::uint16_t AbortPort() const { return m_abort_port; }
-
-  Loop& EventLoop() { return m_loop; }
-  Broker& TheBroker() { return m_broker; }
-  const Vxi11Options& Options() const { return m_options; }
 
   /// A number that no live link has.
   std::int32_t NewLink(Vxi11Connection& owner);
@@ -60,9 +50,6 @@ class Vxi11Door : public Door {
  private:
   class AbortDoor;
 
-  Loop& m_loop;
-  Broker& m_broker;
-  const Vxi11Options m_options;
   std::unique_ptr<AbortDoor> m_abort;
   std::uint16_t m_abort_port = 0;
   std::map<std::int32_t, Vxi11Connection*> m_links;
