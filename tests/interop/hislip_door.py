@@ -208,8 +208,23 @@ def walk(port):
     check("data before both stand", (message(half)[0], message(half)[:2]), (1, (2, 2)))
 
 
+def many_messages_at_once(server):
+    """One payload may hold as many messages as lines. They and their answers are kept; that has the payload's bound."""
+    one, other = Session(server.ports["hislip"]), Session(server.ports["hislip"])
+    before = server.memory()
+    count = 160144 // len("*OPC?\n")
+    one.send(b"*OPC?\n" * count)
+    other.send(b"*OPC?\n")
+    check("another client has its turn", message(other.s)[3], b"+1\n")
+    answers = [message(one.s)[3] for _ in range(count)]
+    check("all are answered", answers.count(b"+1\n"), count)
+    check("in bounded memory", server.memory() - before < 16 << 20, True)
+    print(f"{count} messages in one payload: {(server.memory() - before) >> 10} KiB more")
+
+
 def main():
     server = Server(sys.argv[1], "--hislip", "0")
+    many_messages_at_once(server)
     walk(server.ports["hislip"])
     server.end()
     sys.exit(1 if failed else 0)
