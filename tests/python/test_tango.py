@@ -32,19 +32,25 @@ def server(tmp_path_factory):
     with socket.socket() as free:
         free.bind(("127.0.0.1", 0))
         port = free.getsockname()[1]
-    process = subprocess.Popen([sys.executable, SERVER, "test", f"-file={properties}", "-ORBendPoint",
-                                f"giop:tcp:127.0.0.1:{port}"], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
-    said = ""
-    while "Ready to accept request" not in said:
-        line = process.stdout.readline()
-        assert line, said
-        said += line
+    log = properties.with_name("log.txt")
+    with open(log, "wb") as said:
+        process = subprocess.Popen([sys.executable, SERVER, "test", f"-file={properties}", "-ORBendPoint",
+                                    f"giop:tcp:127.0.0.1:{port}"], stdout=said, stderr=subprocess.STDOUT)
 
     def client(name):
         device = tango.DeviceProxy(f"tango://127.0.0.1:{port}/lab/zlt/{name}#dbase=no")
         device.set_timeout_millis(20000)
         return device
 
+    # It says that it is ready only where it finds a terminal, so it is asked.
+    deadline = time.monotonic() + 60
+    while True:
+        assert process.poll() is None and time.monotonic() < deadline, log.read_text()
+        try:
+            client("plain").ping()
+            break
+        except tango.DevFailed:
+            time.sleep(0.05)
     yield client
     process.terminate()
     process.wait(timeout=30)
