@@ -114,7 +114,8 @@ Answer MessageExchange::Look(std::chrono::microseconds time) {
   return {Outcome::kTimeout, {}, 0};
 }
 
-/// True if what was received last can only be the answer of the fence. Otherwise reading on tells; that takes longer.
+/// True if what was received last can only be the answer of the fence. Otherwise only reading on shows it; that takes
+/// longer.
 bool MessageExchange::FenceHasCome() const {
   if (!m_unsent.empty() || m_appended || !m_received.ends_with(kFenceAnswer)) return false;
   if (!m_query) return true;

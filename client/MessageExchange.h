@@ -66,7 +66,7 @@ using OnAnswer = std::function<bool(std::string& response)>;
 /// from another thread is fine: it ends a wait with kFailed.
 class MessageExchange {
  public:
-  /// `session` is an open handle, idle and with nothing to read. It stays the caller's, who closes it.
+  /// `session` is an open handle, idle and with nothing to read. The caller goes on owning it, and closes it.
   explicit MessageExchange(unsigned long session) : m_session(session) {}
 
   /// Sends one message and waits for its whole answer. A line end is added if it has none. `message` may hold several
@@ -88,7 +88,7 @@ class MessageExchange {
   /// or if only a wait could show that nothing more comes; Await goes on from there.
   Answer Look(std::chrono::microseconds time);
 
-  /// Sends one more message behind an outstanding one and does not wait. What both answer is of no use then: Await
+  /// Sends one more message after an outstanding one and does not wait. The answers of both are of no use then: Await
   /// gives an empty response when all have run. Not while some of the text is still unsent, because the ring is full:
   /// kBusy.
   Answer Append(std::string_view message);
@@ -119,7 +119,7 @@ class MessageExchange {
   long m_timeout_ms = -1;  ///< VI_ATTR_TMO_VALUE as last set
 };
 
-/// kComplete if `message` may be sent with a fence behind it, else kUnfinished or kTooLong. `needs_end` tells whether a
+/// kComplete if `message` may be sent with a fence after it, else kUnfinished or kTooLong. `needs_end` says whether a
 /// line end has to be added in between.
 Outcome Sendable(std::string_view message, bool& needs_end);
 

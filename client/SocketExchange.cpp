@@ -27,7 +27,7 @@ struct Fence {
   std::string_view answer;
 };
 constexpr Fence kFence = {"*OPC?\n", "+1\n"};
-/// Behind a message that asks "*OPC?" itself.
+/// After a message that asks "*OPC?" itself.
 constexpr Fence kOtherFence = {":SYST:VERS?\n", "\"1999.0\"\n"};
 
 constexpr const char* kUsualPort = "5025";

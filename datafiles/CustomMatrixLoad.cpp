@@ -2,7 +2,7 @@
 // cannot find anything else than the first (a file of our own opening, not in ENR form) the numbers of the first are
 // kept in blocks instead, and nothing is read again.
 //
-// Data lines are scanned as they stand in the file: a byte above 127 ends the numbers of its line whatever the locale
+// Data lines are scanned as they are in the file: a byte above 127 ends the numbers of its line whatever the locale
 // makes of it. Only comment and header lines are decoded.
 #include <limits>
 #include <new>
@@ -94,7 +94,7 @@ class MatrixLoader {
 
   bool CommentKept() const { return m_keep && m_comment != nullptr; }
 
-  /// True for the mark behind which there is no data.
+  /// True for the mark after which there is no data.
   bool HeaderLine() {
     m_reader.Ensure(4);
     const bool mark = Has(kMatrixStopAtCrc) && m_reader.Text().starts_with(Literal<Char>("#CRC"));
@@ -182,7 +182,7 @@ class MatrixLoader {
     }
   }
 
-  /// The second pass. It reads on behind the mark, but stores nothing outside the sizes of the first.
+  /// The second pass. It reads on after the mark, but stores nothing outside the sizes of the first.
   void StoreAgain() {
     if (m_matrix == nullptr && m_comment == nullptr) {
       return;

@@ -20,7 +20,7 @@ std::size_t ScanText(std::basic_string_view<Char> text, Take&& take) {
   return count;
 }
 
-/// The part of a piece whose numbers do not go on behind it: up to its last gap.
+/// The part of a piece whose numbers do not go on after it: up to its last gap.
 template <CommaRule rule, class Char>
 std::size_t CompletePart(std::basic_string_view<Char> piece) {
   std::size_t size = piece.size();

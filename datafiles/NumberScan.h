@@ -37,7 +37,7 @@ constexpr bool IsPoint(Char c) {
 struct NumberParts {
   std::uint64_t mantissa = 0;  ///< all digits, when `digits` is at most 19
   std::int64_t digits = 0;
-  std::int64_t fraction = 0;  ///< digits behind the point, leading zeros too
+  std::int64_t fraction = 0;  ///< digits after the point, leading zeros too
   std::int64_t exponent = 0;  ///< as written, held at +-10^9
   bool negative = false;
 };
@@ -126,7 +126,7 @@ template <class Char>
   return p;
 }
 
-/// Takes an exponent whose "e" stands before `p`. Null when no digit follows.
+/// Takes an exponent whose "e" is just before `p`. Null when no digit follows.
 template <class Char>
 const Char* TakeExponent(const Char* p, const Char* end, NumberParts& parts) {
   const bool minus = p != end && *p == Char('-');
@@ -146,7 +146,7 @@ const Char* TakeExponent(const Char* p, const Char* end, NumberParts& parts) {
   return p;
 }
 
-/// Steps over gaps and reads one number. On success `p` stands behind it; on failure nothing more is to be read.
+/// Steps over gaps and reads one number. On success `p` is after it; on failure nothing more is to be read.
 template <CommaRule rule, class Char>
 bool ScanNumber(const Char*& p, const Char* end, double& value) {
   const Char* at = p;

@@ -1,6 +1,6 @@
 // Lines of a text of any size through a buffer of fixed size.
 //
-// A line that fits stands in the buffer whole; of a longer one the caller takes piece by piece (More) or asks for all
+// A line that fits is whole in the buffer; a longer one the caller takes piece by piece (More) or asks for all
 // of it (Hold), which lets the buffer grow. A line ends with LF or with the text; CR belongs to the line.
 #pragma once
 
@@ -49,12 +49,12 @@ class TextReader {
     return true;
   }
 
-  /// What of the line stands in the buffer, without its LF.
+  /// The part of the line that is in the buffer, without its LF.
   View Text() const { return View(m_buffer.data() + m_begin, m_end - m_begin); }
   /// True when Text() reaches to the end of the line.
   bool Whole() const { return m_whole; }
 
-  /// Takes `used` characters off the front of Text() and, when the line is not whole, reads on behind the rest.
+  /// Takes `used` characters off the front of Text() and, when the line is not whole, reads on after the rest.
   void More(std::size_t used) {
     m_begin += used;
     if (!m_whole) {
@@ -81,7 +81,7 @@ class TextReader {
   }
 
  private:
-  /// Gets more characters behind those that are there. Moves the line to the front, and grows the buffer when it is
+  /// Gets more characters after those that are there. Moves the line to the front, and grows the buffer when it is
   /// full.
   bool Fill() {
     if (m_source_ended) {

@@ -21,7 +21,7 @@ using std::chrono::milliseconds;
 
 constexpr unsigned kCore = 0x0607AF;
 
-/// The input, a byte after the other; zeros behind its end.
+/// The input, byte by byte; zeros after its end.
 class Input {
  public:
   Input(const std::uint8_t* data, std::size_t size) : m_left(reinterpret_cast<const char*>(data), size) {}

@@ -167,7 +167,7 @@ void CollectSuffixes(sCommand& command, int level, std::int32_t id) {
     return false;
   }
   CollectSuffixes(command, level, row.id);
-  command.error = 0;  // what an earlier row left does not stand against this one
+  command.error = 0;  // what an earlier row left does not stop this one
   FindParameters(row.call_info, row.call_info.parameters, &command);
   if (command.error != 0) return false;
   // A long list is copied only where a second attempt may need it.

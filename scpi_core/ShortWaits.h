@@ -42,7 +42,7 @@ class ShortWaits {
       --m_skip;
       return;
     }
-    // Looking keeps the other side from running where both stand on one processor. Now and then it is tried all the
+    // Looking keeps the other side from running where both are on one processor. Now and then it is tried all the
     // same: the scheduler may take them apart then.
     if (m_other_side == sched_getcpu() && ++m_together < kMostSkipped) return;
     m_together = 0;

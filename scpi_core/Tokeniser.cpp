@@ -59,7 +59,7 @@ int PlaceOf(char wanted, const char* text, int length) {
   return place == nullptr ? length : static_cast<int>(static_cast<const char*>(place) - text);
 }
 
-/// The first place from `at` on where one of the marks stands outside of quotes and blocks, or the length of the text.
+/// The first place from `at` on of one of the marks outside of quotes and blocks, or the length of the text.
 /// `at` has to lie outside of them.
 template <class... Marks>
 int FindUnshielded(const char* text, int at, int length, Marks... marks) {
@@ -76,7 +76,7 @@ int FindUnshielded(const char* text, int at, int length, Marks... marks) {
   return length;
 }
 
-/// Calls `visit` with each place where one of the marks stands outside of quotes and blocks. Faster than one search
+/// Calls `visit` with each place of one of the marks outside of quotes and blocks. Faster than one search
 /// after the other where there are many, as in a list.
 template <class Visit, class... Marks>
 void VisitUnshielded(const char* text, int length, Visit visit, Marks... marks) {
@@ -150,13 +150,13 @@ void FindEnds(const char* text, int length, int& first, int& last) {
       first = at + 1;  // odd, and kept: a lone character before white space is dropped with it
     }
     if (last == 0 || !plain) continue;
-    // Only the last end can still move, and it is the same when looked for from behind.
+    // Only the last end can still move, and it is the same when looked for from the end.
     for (last = length - 1; IsWhite(text[last]);) --last;
     return;
   }
 }
 
-/// True if Trim drops the blank that stands between the kept characters `before_last`, `last` and the next one.
+/// True if Trim drops the blank between the kept characters `before_last`, `last` and the next one.
 bool DropsBlank(char before_last, char last, char next) {
   if (IsLetter(last)) return next == ',' || next == ' ';
   if (IsLetter(before_last)) return next == ' ' || (last == ',' && !IsLetter(next));

@@ -20,7 +20,7 @@ namespace server {
 struct NetLimits {
   std::size_t clients = 64;        ///< connections at a time, over all doors
   std::chrono::seconds idle{0};    ///< a connection that is silent for so long is closed; 0: never
-  std::vector<std::string> allow;  ///< "ADDRESS/BITS" or "ADDRESS"; empty: everybody who reaches the port
+  std::vector<std::string> allow;  ///< "ADDRESS/BITS" or "ADDRESS"; empty: every client that can reach the port
 };
 
 class AsioLoop : public Loop {

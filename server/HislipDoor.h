@@ -4,7 +4,7 @@
 // The states of a session
 //
 //   half open   Initialize was answered; the asynchronous connection is awaited, for 30 s. Data: FatalError
-//   open        both connections stand
+//   open        both connections are there
 //   clearing    between AsyncDeviceClear and DeviceClearComplete: synchronous messages are read and dropped
 //   over        either connection is gone: the other one is closed, locks and what had not started are dropped
 //

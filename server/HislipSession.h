@@ -23,7 +23,7 @@ class HislipSession : public std::enable_shared_from_this<HislipSession> {
   HislipSession(const HislipSession&) = delete;
   HislipSession& operator=(const HislipSession&) = delete;
 
-  /// False: the asynchronous connection stands already.
+  /// False: there is an asynchronous connection already.
   bool Join(Wire& asynchronous);
   void OnSynchronous(hislip::Message message);
   void OnAsynchronous(hislip::Message message);

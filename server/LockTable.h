@@ -1,10 +1,10 @@
 // Who may use the instrument: the one table of locks over all doors, as IVI-6.1 clause 2.2 and VXI-11 clause B.5.3 have
 // them. Plain state: no waiting, no clock; the broker adds both.
 //
-//   unlocked   everybody may
-//   exclusive  one client may
-//   shared     those may who hold the lock of this key
-//   both       the one of them may who also holds the exclusive lock
+//   no lock      every client may use it
+//   exclusive    only its holder
+//   shared       only clients that hold the lock of this key
+//   both         of the holders of the shared lock, only the one that holds the exclusive lock too
 #pragma once
 
 #include <cstddef>
@@ -23,7 +23,7 @@ class LockTable {
   enum class Request {
     kGranted,
     kHeld,     ///< an error: the client holds this kind already, or asks for a shared one above its exclusive one
-    kWaiting,  ///< others hold what stands against it
+    kWaiting,  ///< others hold locks that exclude it
   };
   enum class Release { kExclusive, kShared, kNone };
 
@@ -38,13 +38,13 @@ class LockTable {
   bool MayUse(ClientId client) const;
   bool HoldsAny(ClientId client) const { return client == m_exclusive || m_shared.contains(client); }
   bool Exclusive() const { return m_exclusive != 0; }
-  /// How many clients hold a lock, of whichever kind.
+  /// How many clients hold a lock of either kind.
   std::size_t Holders() const { return m_shared.size() + (Exclusive() && !m_shared.contains(m_exclusive) ? 1 : 0); }
 
  private:
-  ClientId m_exclusive = 0;  ///< 0: nobody
+  ClientId m_exclusive = 0;  ///< 0: no client
   std::set<ClientId> m_shared;
-  std::string m_key;  ///< of the shared lock; means nothing while nobody holds it
+  std::string m_key;  ///< of the shared lock; means nothing without a holder
 };
 
 }  // namespace server

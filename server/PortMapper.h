@@ -1,5 +1,5 @@
 // How VXI-11 clients find the core channel: they ask port 111 of the host (RFC 1833 clause 3, version 2) for the port
-// of a program. Either this server answers there itself, by TCP and UDP, or it registers with who does.
+// of a program. Either this server answers there itself, by TCP and UDP, or it registers with the service that does.
 #pragma once
 
 #include <cstdint>

@@ -40,7 +40,7 @@ class RpcConnection : public Connection {
   Loop& m_loop;
   Wire& m_wire;
   rpc::RecordReader m_reader;
-  std::string m_input;  ///< behind the call that is being carried out
+  std::string m_input;  ///< after the call that is being carried out
   Loop::Timer m_patience = 0;
   bool m_busy = false;    ///< a call is being carried out
   bool m_called = false;  ///< since the patience began

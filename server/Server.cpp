@@ -59,7 +59,7 @@ class Server {
 
   int Run() {
     if (IsOpenToOthers()) {
-      LogLine("listening on " + m_options.bind + ": whoever reaches these ports controls the instrument");
+      LogLine("listening on " + m_options.bind + ": anyone who can reach these ports controls the instrument");
     }
     m_loop.OnTermination([this] { Terminate(); });
     if (m_options.private_sessions) m_loop.Post([this] { OpenDoors(); });

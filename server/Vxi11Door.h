@@ -2,10 +2,10 @@
 // makes links to the one device "inst0" and works on them, and the abort channel, whose port each new link is told.
 //
 // A link is a client of the broker: it has its queue, its lock and its answers. Links belong to the connection that
-// made them and end with it. The calls of a connection run one after the other; who wants to ask for the status byte
-// while a read waits opens another connection, as the standard advises.
+// made them and end with it. The calls of a connection run one after the other; a client that wants to ask for the
+// status byte while a read waits opens another connection, as the standard advises.
 //
-//   create_link    -> the link stands; with lockDevice only if the lock is got in time
+//   create_link    -> the link is made; with lockDevice only if the lock is got in time
 //   any call       -> 4 if the connection has no such link; then the rule of locks: while another link, or a client of
 //                     another door, keeps this one out, 11 at once, or with waitlock after lock_timeout
 //   device_write   -> 0 when all is taken: a few messages may wait in the broker, for the next one the write waits

@@ -8,7 +8,7 @@ namespace {
 
 /// Messages of one link at the broker; the next ones wait in their write.
 constexpr std::size_t kQueued = 4;
-/// Bytes of answers behind which a write waits. Only one write with many questions can get there.
+/// Bytes of answers from which on a write waits. Only one write with many questions can get there.
 constexpr std::size_t kAnswerBytes = 1 << 20;
 
 }  // namespace

@@ -1,4 +1,4 @@
-// One simulated instrument in time: the model behind a lock, the links that talk to it, runs that take their time or
+// One simulated instrument in time: the model under a lock, the links that talk to it, runs that take their time or
 // wait for a trigger, latency and faults.
 //
 // There is no thread here. A reply is made on the thread that writes the request, and kept until it is read. A run is

@@ -266,7 +266,7 @@ ParsedResource ParseResource(std::string_view name) {
   if (parts.size() < 2 || Lower(parts.back()) != "instr") {
     parsed.error = "the name has to end in ::INSTR";
   } else if (parts.size() > 3) {
-    parsed.error = "the keys have to stand in one group, with commas between them";
+    parsed.error = "the keys have to be in one group, with commas between them";
   } else if (parts.size() == 3) {
     parsed.resource.keys = parts[1];
     parsed.error = ReadKeys(parts[1], parsed.resource.settings);

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The public headers compile alone: the C header as strict C99 and as C++, also behind a visa.h that defines the same macros
+# The public headers compile alone: the C header as strict C99 and as C++, also after a visa.h that defines the same macros
 # with values of its own writing; the others as C++.
 set -eu
 cd "$(dirname "$0")/.."

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Every relative link on the pages leads to a file that is there and, behind a #, to a heading on that page."""
+"""Every relative link on the pages leads to a file that is there and, after a #, to a heading on that page."""
 import pathlib
 import re
 import subprocess
@@ -10,7 +10,7 @@ fence = re.compile(r"^```.*?^```$", re.MULTILINE | re.DOTALL)
 
 
 def anchors(page):
-    """What GitHub makes of the headings: no punctuation, blanks as hyphens, a number behind one that comes again."""
+    """What GitHub makes of the headings: no punctuation, blanks as hyphens, a number after one that is repeated."""
     found = set()
     for heading in re.findall(r"^#+ +(.*?) *$", fence.sub("", page.read_text()), re.MULTILINE):
         base = re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-")

@@ -59,7 +59,7 @@ std::vector<Keyword> Keywords(std::string_view header) {
   return keywords;
 }
 
-/// Where in a header one may stand after the keywords that were typed: indices into its keywords.
+/// Where in a header one may be after the keywords that were typed: indices into its keywords.
 std::vector<std::size_t> Positions(const std::vector<Keyword>& keywords, std::span<const std::string_view> typed) {
   std::vector<std::size_t> positions{0};
   const auto add_behind_optional = [&keywords](std::vector<std::size_t>& found) {

@@ -34,7 +34,7 @@ struct Completion {
   std::vector<std::string> words;  ///< spelled as in the reference: capitals are the short form
 };
 
-/// For a line up to the cursor: the keywords of a header (also behind "help"), or the words of a parameter.
+/// For a line up to the cursor: the keywords of a header (also after "help"), or the words of a parameter.
 Completion Complete(std::string_view line);
 
 /// What to put in place of `typed`: as much as all words have in common. Of one word the short form first; when that is

@@ -40,7 +40,7 @@ class Conversation {
   /// Says so if one is not done.
   void Conclude(const std::vector<std::string>& messages);
 
-  /// What an interrupted conversation leaves behind: whether the RF output is on.
+  /// The state that an interrupted conversation leaves: whether the RF output is on.
   void SayWhatIsLeft();
 
   /// True if a message had no answer in time, was refused, or left an error.

@@ -136,7 +136,7 @@ void ConvertNetwork(const NetworkArguments& arguments) {
   scpi_zlt::WriteTouchstone(arguments.output, scpi_zlt::ReadTouchstone(arguments.input), arguments.options);
 }
 
-/// Refuses a name that does not tell the form, unless an option does.
+/// Refuses a name that does not show the form, unless an option does.
 void CheckMatrixName(const std::filesystem::path& file, const scpi_zlt::MatrixOptions& options,
                      const std::string& option) {
   const std::string extension = Extension(file);
@@ -145,7 +145,8 @@ void CheckMatrixName(const std::filesystem::path& file, const scpi_zlt::MatrixOp
       file, 0, "the form of a matrix file shows in .txt, .csv or .enr; " + option + " names it for any other");
 }
 
-/// Says so if "1,2" in a text file is about to become 1.2: whoever meant two columns would not see it in the numbers.
+/// Says so if "1,2" in a text file is about to become 1.2: a user who meant two columns would not see it in the
+/// numbers.
 void WarnOfDecimalCommas(const std::filesystem::path& file, const scpi_zlt::MatrixOptions& options,
                          const std::string& option) {
   if (options.form || options.scrambled || Extension(file) != ".txt") return;

@@ -1,4 +1,4 @@
-// Ctrl-C and the like, taken as events at points where the program can say what it leaves behind.
+// Ctrl-C and the like, taken as events at points where the program can say in what state it leaves the instrument.
 #pragma once
 
 #include <chrono>

@@ -1,4 +1,4 @@
-// The session functions that client/ calls, passed on to the loaded library. They stand in the program itself, so the
+// The session functions that client/ calls, passed on to the loaded library. They are in the program itself, so the
 // linker looks for them no further and the program does not name the library as one that it needs.
 #include "tools/Library.h"
 

@@ -13,7 +13,7 @@
 struct TalkArguments {
   ConversationOptions options;
   std::string resource;            ///< the first word
-  std::vector<std::string> words;  ///< those behind it
+  std::vector<std::string> words;  ///< those after it
 
   /// Tells the resource from the words: SCPI_ZLT_RESOURCE and --server take its place unless the first word is one,
   /// which shows in its "::". Throws CLI::RequiredError if there is none.

@@ -24,7 +24,7 @@ class ToolError : public std::runtime_error {
   ExitStatus m_status;
 };
 
-/// One line on the error stream, behind the name of the program; in red on a terminal, unless NO_COLOR is set.
+/// One line on the error stream, after the name of the program; in red on a terminal, unless NO_COLOR is set.
 void Warn(const std::string& text);
 
 /// Writes to the standard output at once. Throws ToolError if it cannot be written.

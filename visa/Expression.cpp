@@ -154,14 +154,14 @@ class NameMatch {
     Positions ends = Item(begins);
     const bool any_number = m_rest.starts_with('*');
     if (!any_number && !m_rest.starts_with('+')) return ends;
-    const std::string_view behind = m_rest.substr(1);
+    const std::string_view after = m_rest.substr(1);
     if (any_number) ends |= begins;
     for (Positions before; !m_wrong && before != ends;) {
       before = ends;
       m_rest = item;
       ends |= Item(ends);
     }
-    m_rest = behind;
+    m_rest = after;
     return ends;
   }
   Positions Item(const Positions& begins) {

@@ -1,5 +1,5 @@
 // The expressions of viFindRsrc (VPP-4.3 section 4.3.3.3): a regular expression over the whole name in any case, and
-// behind it, in braces, a logical expression over attributes.
+// after it, in braces, a logical expression over attributes.
 #pragma once
 
 #include <functional>

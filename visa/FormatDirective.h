@@ -13,7 +13,7 @@ struct Directive {
   static constexpr int kFromArgument = -2;  ///< "*" in an output format, "#" in an input format
 
   std::string flags;        ///< of - + 0 # and blank
-  char number_form = 0;     ///< '1', '2', '3', 'H', 'Q' or 'B' behind an @
+  char number_form = 0;     ///< '1', '2', '3', 'H', 'Q' or 'B' after an @
   bool suppressed = false;  ///< "*" in an input format
   int width = kNone;
   int precision = kNone;
@@ -24,10 +24,10 @@ struct Directive {
   std::string set;  ///< between the brackets of %[...]
 };
 
-/// Reads the conversion behind a "%", `rest` begins there and is moved past it. Nothing for one with a mistake.
+/// Reads the conversion after a "%"; `rest` begins there and is moved past it. Nothing for one with a mistake.
 std::optional<Directive> ReadDirective(std::string_view& rest, bool input);
 
-/// A format's escape behind a back slash ("\n" as two characters), `rest` moved past it. Nothing for an unknown one.
+/// A format's escape after a backslash ("\n" as two characters), `rest` moved past it. Nothing for an unknown one.
 std::optional<char> ReadEscape(std::string_view& rest);
 
 }  // namespace visa

@@ -262,7 +262,7 @@ class Scan {
       if (stored < room && place != nullptr) place[stored] = c;
       if (stored < room) ++stored;
     }
-    // The line end behind an indefinite block is no data.
+    // The line end after an indefinite block is no data.
     if (length == kNoLimit && directive.type == 'b' && place != nullptr && stored > 0 && place[stored - 1] == '\n') {
       --stored;
     }

@@ -61,7 +61,7 @@ ViStatus ScanText(const char* buffer, const char* format, Arguments arguments) {
 using visa::GeneratorSession;
 using visa::OnSession;
 
-// A variadic function is its va_list form behind the start of the list.
+// A variadic function is its va_list form after the start of the list.
 #define ZLT_WITH_ARGUMENTS(last, call) \
   va_list arguments;                   \
   va_start(arguments, last);           \

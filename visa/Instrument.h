@@ -2,8 +2,8 @@
 // output off, and two models of one instrument would contradict each other. So sessions of one name take turns message
 // by message, each gets its own answers, and locks (VPP-4.3 section 3.6) hold between them.
 //
-// A message goes out with a fence behind it (client/MessageExchange.h). While it runs, the instrument is `outstanding`
-// for the session that sent it; whoever sends next first waits for its end. Answers wait in their session's Mailbox
+// A message goes out with a fence after it (client/MessageExchange.h). While it runs, the instrument is `outstanding`
+// for the session that sent it; the next to send first waits for its end. Answers wait in their session's Mailbox
 // until they are read, or until that session begins the next message: a late answer is never taken for a new one.
 #pragma once
 
@@ -58,7 +58,7 @@ class Instrument {
   ViStatus Send(Mailbox& box, std::string_view message, bool keep_answers, Deadline deadline);
   /// Copies from the answers of `box`; waits for the first byte.
   ReadResult Read(Mailbox& box, unsigned char* buffer, ViUInt32 count, ReadLimits limits, Deadline deadline);
-  /// Asks behind the back of all sessions: no answer of theirs is dropped.
+  /// Asks without any session's knowledge: no answer of theirs is dropped.
   ViStatus Ask(std::string_view question, Deadline deadline, std::string& answer);
   /// Forgets unread answers, also one that is still to come.
   void Clear(Mailbox& box);
@@ -69,7 +69,7 @@ class Instrument {
   ViStatus Unlock(Mailbox& box);
   /// kResourceLocked while the locks of other sessions keep this one out.
   ViStatus Access(const Mailbox& box);
-  /// 0 none, kExclusiveLock or kSharedLock, whoever holds it.
+  /// 0 none, kExclusiveLock or kSharedLock, no matter which session holds it.
   ViUInt32 LockState();
 
  private:

@@ -12,7 +12,7 @@ namespace visa {
 /// Upper case of the letters A to Z; the same in every locale.
 std::string UpperCase(std::string_view text);
 
-/// The generator's name with "::ZLT" at its end: letters of that part in any case, text behind it dropped. Empty for
+/// The generator's name with "::ZLT" at its end: letters of that part in any case, text after it dropped. Empty for
 /// the name of something else.
 std::string GeneratorName(std::string_view name);
 
@@ -32,7 +32,7 @@ NameParts PartsOf(std::string_view name);
 
 /// Names that stand for a generator, for programs that take only names of their own form. Read from the files
 /// /etc/scpi-zlt/aliases, $XDG_CONFIG_HOME/scpi-zlt/aliases (without that variable ~/.config) and the one that
-/// ZLT_ALIASES names; a later one wins. A line is "GPIB0::19::INSTR = SIM0::INSTR::ZLT", empty, or a comment behind #.
+/// ZLT_ALIASES names; a later one wins. A line is "GPIB0::19::INSTR = SIM0::INSTR::ZLT", empty, or a comment after #.
 class Aliases {
  public:
   struct Alias {

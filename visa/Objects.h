@@ -1,5 +1,5 @@
 // The handles that a program holds: one table for managers, sessions, lists and the sessions of other libraries, so
-// that each number is one object only, whatever library is behind it.
+// that each number is one object only, whichever library it belongs to.
 #pragma once
 
 #include <cstdint>

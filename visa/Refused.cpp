@@ -1,4 +1,4 @@
-// The standard's functions that a generator behind a message interface has nothing for: registers and memory of a bus,
+// The standard's functions that mean nothing for a generator on a message interface: registers and memory of a bus,
 // its lines and commands, transfers in the background and to files. On sessions of the next library they work as there.
 #include "visa/Front.h"
 

@@ -143,11 +143,11 @@ class MatrixReader {
     }
     std::string_view unit = word.substr(size);
     if (unit.empty()) {
-      std::string_view behind = rest;
-      const std::string_view next = TakeWord(behind);
+      std::string_view after = rest;
+      const std::string_view next = TakeWord(after);
       if (!next.empty() && !StrictNumber(next.substr(0, next.size() - (next.ends_with(',') ? 1 : 0)), true)) {
         unit = next.substr(0, next.size() - (next.ends_with(',') ? 1 : 0));
-        rest = behind;
+        rest = after;
       }
     }
     Add(word.substr(0, size));

@@ -15,7 +15,7 @@ Clients reach it as tango://127.0.0.1:10000/lab/zlt/1#dbase=no then.
 State     Means
 FAULT     no session, or the link is lost: Init opens again, which switches the output off
 RUNNING   a sweep runs
-STANDBY   a sweep was armed and waits for its external trigger, or runs: the link does not tell which
+STANDBY   a sweep was armed and waits for its external trigger, or runs: the link does not show which
 ALARM     the synthesizer is not locked
 ON, OFF   the output
 
@@ -56,7 +56,7 @@ class _Base(Device):
         super().init_device()
         self._generator = None
         self._limits = {}
-        self._run_counts = False  # a sweep was started, and nothing was set since: the lamps tell nothing then
+        self._run_counts = False  # a sweep was started, and nothing was set since: the lamps mean nothing then
         try:
             self._generator = Generator(self.resource, timeout=self.timeout)
             for setting in SETTINGS:

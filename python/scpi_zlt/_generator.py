@@ -120,7 +120,7 @@ class Generator:
     def wait_for_sweep(self, timeout: float = 60.0) -> None:
         """Waits until the sweep or list that was started is over. With an external trigger that may be never."""
         deadline = time.monotonic() + timeout
-        # No command tells the end, and asked too early the link is still free.
+        # No command reports the end, and if asked too early the link is still free.
         time.sleep(0.1)
         while self.is_sweeping():
             if time.monotonic() >= deadline:
@@ -132,7 +132,7 @@ class Generator:
         if not self.is_open:
             return
         self._closing = True
-        # Marked as closed only behind the call: an interrupt in front of it leaves a session that can still be closed.
+        # Marked as closed only after the call: an interrupt before it leaves a session that can still be closed.
         self._library.skClose(self._session.value)
         self._session.value = 0
         with self._turn:
@@ -162,12 +162,12 @@ class Generator:
 
     def _run(self, message: str) -> str:
         with self._turn:
-            # Errors of a message that was late or interrupted show behind the next one.
+            # Errors of a message that was late or interrupted show after the next one.
             suspects = f"{self._unchecked}' or '{message}" if self._unchecked else message
             self._unchecked = suspects if self.check else ""
             answer = self._exchanged(message)
             if self.check:
-                # 1 stands for nothing: ":POW:ATT?" always leaves it.
+                # 1 means nothing: ":POW:ATT?" always leaves it.
                 errors = [error for error in self.errors() if error[0] != 1]
                 self._unchecked = ""
                 if errors:

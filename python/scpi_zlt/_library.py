@@ -40,7 +40,7 @@ def library() -> ctypes.CDLL:
 
 
 def forked() -> bool:
-    """True in a process that was forked behind the loading of the library: it can open nothing there."""
+    """True in a process that was forked after the library was loaded: it can open nothing there."""
     return _loaded is not None and _loaded_by != os.getpid()
 
 

@@ -79,7 +79,7 @@ class MicrowaveGenerator(Instrument):
         self.write(":ABOR")
 
     def wait_for_sweep(self, timeout: float = 60.0) -> None:
-        """Until the sweep that was started is over; needs a scpi_zlt.Generator behind it."""
+        """Until the sweep that was started is over; needs an adapter over a scpi_zlt.Generator."""
         if not isinstance(self.adapter, GeneratorAdapter):
             raise GeneratorError("wait_for_sweep needs a session of scpi_zlt: give the resource name instead of an adapter")
         self.adapter.connection.wait_for_sweep(timeout)

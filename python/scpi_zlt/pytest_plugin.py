@@ -21,7 +21,7 @@ import pytest
 if TYPE_CHECKING:
     from .simulator import SimulatedGenerator
 
-# Closing takes a second, so sessions close side by side behind the tests, and so many at most.
+# Closing takes a second, so sessions close side by side after the tests, at most this many at a time.
 _MOST_CLOSING = 32
 _closing: deque[threading.Thread] = deque()
 
@@ -32,7 +32,7 @@ def pytest_configure(config: pytest.Config) -> None:
 
 @pytest.fixture
 def zlt_simulate() -> Iterator[Callable[..., SimulatedGenerator]]:
-    """Makes simulated generators, each with the keys it is called with; they are closed behind the test."""
+    """Makes simulated generators, each with the keys it is called with; they are closed after the test."""
     from .simulator import SimulatedGenerator
 
     made: list[SimulatedGenerator] = []

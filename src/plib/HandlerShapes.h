@@ -69,7 +69,7 @@ int SetOnly(const Call& call, Set set) {
       call, [](CDevice&) { return scpi_error::kUndefinedHeader; }, set);
 }
 
-/// Sends a text as it stands and returns 0.
+/// Sends a text unchanged and returns 0.
 int SendText(CDevice& device, std::string_view text);
 
 /// Sends a number with twelve significant digits and returns 0.

@@ -109,7 +109,7 @@ class BrokerOverSimulator : public testing::Test {
     EXPECT_TRUE(loop.Until([&] { return !states.empty() && states.back() == state; }));
   }
   ClientId Connect(bool tidy = false) { return broker->Connect({"test", "here", tidy}); }
-  /// The answer is appended to `log`, behind the label.
+  /// The answer is appended to `log`, after the label.
   Broker::RequestId Submit(ClientId client, const std::string& message, const std::string& label,
                            milliseconds lock_wait = server::kForever) {
     return broker->Submit(

@@ -110,7 +110,7 @@ struct End {
   const char* message;  ///< what the caller sends then
   double seconds;       ///< the caller waits no longer than this for it
   bool quiet;           ///< no run is left
-  const char* error;    ///< of ":OUTP ON" behind it; empty where the link is fit
+  const char* error;    ///< of ":OUTP ON" after it; empty where the link is fit
 };
 
 TEST(Sweep, EveryWayItEnds) {

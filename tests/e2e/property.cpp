@@ -264,7 +264,7 @@ std::string SomeNumber(Random& random, double low, double high) {
   return text;
 }
 
-/// What stands between bars.
+/// The text between bars.
 std::vector<std::string> Words(const std::string& text) {
   std::istringstream all(text);
   std::vector<std::string> words;

@@ -1,7 +1,7 @@
-"""Runs the programs of docs/programs.md as they stand and compares what they print with the lines under them.
+"""Runs the programs of docs/programs.md unchanged and compares what they print with the lines under them.
 
 Usage: run_programs.py BUILD_FOLDER
-A server stands on the port that the page names; the programs get the port that it really has. What a program needs and is not
+A server listens in place of the port that the page names; the programs get the port that it really has. What a program needs and is not
 installed is a line that says "skipped"."""
 import json
 import os

@@ -13,7 +13,7 @@ class ClientTable:
         self.due = [row for row in rows if row[1].startswith(door)]
 
     def tried(self, client, door, what):
-        """The page has one such row; its second and third cell may go on behind these words. Returns a line for the log."""
+        """The page has one such row; its second and third cell may say more after these words. Returns a line for the log."""
         found = [row for row in self.due if row[0] == client and row[1].startswith(door) and row[2].startswith(what)]
         assert len(found) == 1, f"{PAGE.name} has {len(found)} rows, not one, for | {client} | {door} | {what} |"
         self.due.remove(found[0])

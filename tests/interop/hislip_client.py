@@ -1,6 +1,6 @@
 """A HiSLIP 1.0 client (IVI-6.1), written from the standard's tables alone, so that it can judge a server's reading of them.
 
-Nothing is hidden: each message is sent and received as it stands on the wire. Every wait is bounded by the socket time-out."""
+Nothing is hidden: each message is sent and received exactly as it is on the wire. Every wait is bounded by the socket time-out."""
 import collections
 import socket
 import struct

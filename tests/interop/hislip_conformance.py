@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Walks through HiSLIP 1.0 against a server that stands before a signal generator.
+"""Walks through HiSLIP 1.0 against a server in front of a signal generator.
 
 Usage: hislip_conformance.py HOST PORT [--slow] [NAME...]. Prints "ok NAME" or "not ok NAME: ..." per check; a NAME picks the
 checks that contain it. --slow adds those that need an instrument whose answers take 20 ms or more. Ends with 0 only if all are

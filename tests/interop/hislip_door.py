@@ -117,7 +117,7 @@ def walk(port):
     check("waited as long as asked", 0.15 < time.monotonic() - start < 5, True)
     two.send(b":FREQ 3GHZ\n")
     one.send(b":FREQ?\n", rmt=1)
-    check("who is locked out waits", message(one.s)[3], b"1000000000\n")
+    check("a client without the lock waits", message(one.s)[3], b"1000000000\n")
     check("info", one.ask(24)[:3], (25, 1, 1))
     check("release", one.release(), (5, 1))
     check("release of none", one.release(), (5, 3))
@@ -186,10 +186,10 @@ def walk(port):
     three.send(b"x" * 160145)
     check("too large", message(three.s)[:2], (3, 4))
     start = time.monotonic()
-    check("a release behind it", (three.lock(), three.release()), ((5, 1), (5, 1)))
+    check("a release after it", (three.lock(), three.release()), ((5, 1), (5, 1)))
     check("is not held up", time.monotonic() - start < 1, True)
     for channel in (three.s, three.a):
-        check("who never reads is not read from", flood(channel) < FLOOD, True)
+        check("a client that never reads is not read from", flood(channel) < FLOOD, True)
 
     one.s.sendall(b"XX")
     check("bad prologue", (message(one.s)[:2], message(one.a)[:2]), ((2, 1), (2, 1)))
@@ -205,7 +205,7 @@ def walk(port):
         check(name + ": closed", channel.recv(1), b"")
     half = connect(port)
     half.sendall(encode(0, 0, 0x0100_0000, b"") + encode(DATA_END, 0, FIRST, b"*IDN?\n"))
-    check("data before both stand", (message(half)[0], message(half)[:2]), (1, (2, 2)))
+    check("data before both connections are open", (message(half)[0], message(half)[:2]), (1, (2, 2)))
 
 
 def many_messages_at_once(server):

@@ -1,5 +1,5 @@
 // Reads and writes Touchstone files for scikit_rf.py, by the exact functions and by the modern layer.
-//   network_files read exact|modern FILE     prints a line per row: frequency and values; noise rows behind "noise"
+//   network_files read exact|modern FILE     prints a line per row: frequency and values; noise rows after "noise"
 //   network_files write exact|modern IN OUT dB|MA|RI
 #include <cstdio>
 #include <filesystem>

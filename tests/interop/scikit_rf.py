@@ -56,7 +56,7 @@ NOISE = "! noise\n{0} 1.23456789012 0.543210987654 45.6789012345 0.345678901234\
 
 
 def noise_of(file):
-    """The noise block that the independent tool reads, as it stands in the file."""
+    """The noise block that the independent tool reads, as it is written in the file."""
     return skrf.io.touchstone.Touchstone(str(file)).noise
 
 
@@ -71,7 +71,7 @@ def expect_same_noise(name, out, out_factor, fixture, factor):
 
 
 def expect_noise(noise, file, factor):
-    """Frequency, figure as a ratio, and the further three as they stand in the file."""
+    """Frequency, figure as a ratio, and the other three as they are written in the file."""
     global checks
     theirs = noise_of(file)
     shown = np.column_stack([noise[:, 0] / factor, 10 * np.log10(noise[:, 1]), noise[:, 2:]])

@@ -50,7 +50,7 @@ def ask(link, message):
     answer = b""
     while not answer.endswith(b"\n"):
         piece = link.recv(65536)
-        assert piece, f"closed behind {message}: {answer}"
+        assert piece, f"closed after {message}: {answer}"
         answer += piece
     return answer.decode()
 

@@ -60,7 +60,7 @@ def locks_over_doors(server):
 
 
 def clients_and_silence(server):
-    """Five may be connected; who is silent for the limit of a second is closed, an open HiSLIP session is not."""
+    """Five may be connected; a client that is silent for the limit of a second is closed, an open HiSLIP session is not."""
     eventually(lambda: server.log().count(": disconnected") == server.log().count(": connected"), "connections left")
     with Session(("127.0.0.1", server.ports["hislip"])) as resting:
         links = [server.connect() for _ in range(4)]

@@ -65,7 +65,7 @@ class Rpc:
         self.link.sendall(struct.pack(">I", 1 << 31 | len(body)) + body)
 
     def receive(self):
-        """The words behind the xid."""
+        """The words after the xid."""
         record = self.exactly(struct.unpack(">I", self.exactly(4))[0] & 0x7FFFFFFF)
         assert struct.unpack(">I", record[:4])[0] == self.xid, record
         return record[4:]
@@ -79,7 +79,7 @@ class Rpc:
         return data
 
     def call(self, procedure, *words, data=None):
-        """The words of the results, behind "accepted" and "success"."""
+        """The words of the results, after "accepted" and "success"."""
         self.send(procedure, *words, data=data)
         reply = self.receive()
         assert reply[:20] == struct.pack(">5I", 1, 0, 0, 0, 0), reply
@@ -201,7 +201,7 @@ def locks(server):
     assert time.monotonic() - start >= 0.3, "waitlock waits"
     second.send(18, other, WAITLOCK, 20000)
     first.link.close()  # the lock ends with its connection
-    assert second.receive()[20:] == bytes(4), "who waits for the lock gets it"
+    assert second.receive()[20:] == bytes(4), "the client that waits for the lock gets it"
     second.call(19, other)
     raw.settimeout(20)
     assert raw.recv(100) == b"5000000000\n"
@@ -251,7 +251,7 @@ def bad_clients(server):
     bad.send(0)
     bad.receive()
     bad.link.sendall(b"x" * 50)
-    assert closed(bad.link), "garbage behind a call"
+    assert closed(bad.link), "garbage after a call"
     slow = [core() for _ in range(20)]
     for number, one in enumerate(slow):
         one.link.sendall(struct.pack(">I", 0x80000100)[: number % 4 + 1])  # and then nothing

@@ -36,7 +36,7 @@ def test_refusals_are_raised_with_their_text(zlt_generator):
             zlt_generator.write(message)
         assert errors is None or raised.value.errors == errors
         assert message.replace("\n", "\\n")[:5] in str(raised.value)
-    assert zlt_generator.query(":POW:ATT?") == "0"  # the number that it leaves stands for nothing
+    assert zlt_generator.query(":POW:ATT?") == "0"  # the number that it leaves means nothing
     zlt_generator.check = False
     zlt_generator.write(":FREQ 99GHZ")
     assert zlt_generator.errors() == [(-222, "Data out of range")]

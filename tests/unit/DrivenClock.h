@@ -1,4 +1,4 @@
-// A clock that a test drives: the same functions as support/Clock.h, but time stands still until somebody advances it,
+// A clock that a test drives: the same functions as support/Clock.h, but time passes only when a test advances it,
 // so that a time-out of 10 s costs nothing and comes out exact. Linked in place of the real clock, never together with
 // it.
 //
@@ -14,7 +14,7 @@ namespace test {
 /// Moves the time on and wakes every wait whose deadline is reached; none can miss it.
 void Advance(std::int64_t milliseconds);
 
-/// Steps GetTickCount alone, in either direction, as somebody who sets the wall clock does.
+/// Steps GetTickCount alone, in either direction, as setting the wall clock does.
 void StepWallClock(std::int64_t milliseconds);
 
 /// Threads inside WaitWhile: all of them / those with a deadline.

@@ -51,7 +51,7 @@ TEST(MessageScanner, CutsAsTheLibraryDoes) {
     ASSERT_EQ(CutByTheScanner(text, 1 + random() % 5), expected) << text;
     ASSERT_EQ(CutByTheScanner(text, text.size() + 1), expected) << text;
 
-    // In a block is who would not end with a line end.
+    // A message whose block is not complete does not end at a line end.
     scpi_zlt::MessageScanner scanner;
     for (std::string rest = expected.back(); scanner.FindEnd(rest) != scpi_zlt::MessageScanner::npos;) FAIL() << text;
     ASSERT_EQ(scanner.InBlock(), !CutByTheLibrary(expected.back() + "\n").back().empty()) << text;

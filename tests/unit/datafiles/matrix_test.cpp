@@ -45,7 +45,7 @@ void datafiles_test::ExpectMatricesLoad() {
       {"comment", 0, "# a\n! b\n[c]\n1 2", "0 {1,2} # a\n! b\n[c]"},
       {"mark", 1, "1 2\n#CRC 77\n3 4", "0 {1,2} #CRC 77"},
       {"mark not asked for", 0, "1 2\n#CRC 77\n3 4", "0 {1,2}{3,4} #CRC 77"},
-      {"bare mark, comment behind it", 1, "1 2\n#CRC\n# c\n3", "0 {1,2} #CRC\n# c"},
+      {"bare mark, comment after it", 1, "1 2\n#CRC\n# c\n3", "0 {1,2} #CRC\n# c"},
       {"ENR 1.0", 8, Enr("1.0", "2 GHz 15.3\n2000 MHz 15.3\n2000000 kHz 15.3\n2000000000 Hz 15.3\n2000000000 15.3"),
        "0 {2000,15.3}{2000,15.3}{2000,15.3}{2000,15.3}{2000,15.3} "},
       {"ENR 1.1", 8, Enr("1.1", "2000000000 15.3"), "0 {2000,15.3} "},
@@ -71,7 +71,7 @@ void datafiles_test::ExpectMatricesLoad() {
        "0 {1,2} "},
       {"blank of another encoding", 4, "\xA0 1\n2 \xA0 3\n", "0 {2} "},
       {"bytes of no encoding", 0, "# \xFF\n1 2\xFF 3", "0 {1,2} # <255>"},
-      {"no final line end behind a comment", 0, "1\n#c", "0 {1} #c"},
+      {"no final line end after a comment", 0, "1\n#c", "0 {1} #c"},
   };
   Folder folder;
   for (const auto& c : cases) {
@@ -181,7 +181,7 @@ TEST(Matrix, ScrambledTextEndsInOneMoreCharacter) {
   EXPECT_EQ(bytes.size(), std::string("# c\n\n1\t2\n").size());
   EXPECT_EQ(bytes.find('#'), bytes.npos);
   EXPECT_EQ(LoadMatrix(folder / "m", 2), "0 {1,2} # c");
-  // Cut behind the comment's last letter the extra character is taken for one of the comment's own: no data, -4.
+  // Cut after the comment's last letter, the extra character is taken for one of the comment's own: no data, -4.
   WriteBytes(folder / "m", bytes.substr(0, 3));
   EXPECT_EQ(LoadMatrix(folder / "m", 2), "-4  ");
   const std::wstring name = (folder / "m").wstring();

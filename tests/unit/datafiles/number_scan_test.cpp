@@ -1,4 +1,4 @@
-// The scanner against the stream that it stands for.
+// The scanner against the stream that it replaces.
 #include <algorithm>
 #include <bit>
 #include <cstdio>

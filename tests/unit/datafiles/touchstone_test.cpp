@@ -27,7 +27,7 @@ void datafiles_test::ExpectNetworksLoad() {
       {"MA", "# GHZ S MA R 50\n1 0.5 90", "0 {1e+09,3.061616997868383e-17,0.5}"},
       {"dB", "# HZ S DB R 50\n1 -6.0206 0", "0 {1,0.4999999950079739,0}"},
       {"no option line", "1 .5 -.25", "0 {1,0.5,-0.25}"},
-      {"no blank behind the mark", "#GHZ S MA R 50\n1 .5 90", "-5 {1,0.5,90}"},
+      {"no blank after the mark", "#GHZ S MA R 50\n1 .5 90", "-5 {1,0.5,90}"},
       {"blank before the mark", " # GHZ S MA R 50\n1 .5 90", "0 {1,0.5,90}"},
       {"unit second", "# S GHZ MA R 50\n1 .5 90", "-5 {1,0.5,90}"},
       {"unknown unit", "# MM S MA\n1 .5 90", "-5 {1,0.5,90}"},
@@ -35,7 +35,7 @@ void datafiles_test::ExpectNetworksLoad() {
       {"unit alone", "# GHZ\n1 .5 90", "-5 {1e+09,0.5,90}"},
       {"bare mark", "# GHZ S MA\n#\n1 .5 90", "0 {1,0.5,90}"},
       {"small letters, other impedance", "# mhz s ri r 75\n1 .5 90", "0 {1e+06,0.5,90}"},
-      {"option line behind the data", "1 0.5 0\n# kHz S MA R 50", "0 {1000,0.5,0}"},
+      {"option line after the data", "1 0.5 0\n# kHz S MA R 50", "0 {1000,0.5,0}"},
       {"last option line holds", "# kHz S MA\n1 0.5 0\n# THz S RI", "0 {1e+12,0.5,0}"},
       {"falling frequency", "1 1 1\n3 1 1\n2 1 1", "-5 {0,0,0}{0,0,0}"},
       {"equal frequencies", "1 1 1\n1 2 2", "0 {1,1,1}{1,2,2}"},
@@ -129,7 +129,7 @@ TEST(Touchstone, WordsOfAnEarlierLoadHold) {
   EXPECT_EQ(Text(matrix), "{1,10,0,20}");  // only whole pairs are converted
 }
 
-/// What stands behind the option line, blanks as points.
+/// What follows the option line, blanks as points.
 std::string Rows(const std::string& bytes) {
   const std::size_t option = bytes.find("# Hz S ");
   std::string rows = bytes.substr(bytes.find('\n', option) + 1);

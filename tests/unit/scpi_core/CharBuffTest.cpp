@@ -49,7 +49,7 @@ TEST(CharBuff, FindsTheEndsOfMessages) {
       {"length that stops", "#2x\n", {"#2x\n"}},
       {"length that stops at a #", "#2#11\n\n", {"#2#11\n\n"}},
       {"line end instead of a length", "#9\nY\n", {"#9\n", "Y\n"}},
-      {"block behind a block", "#11\n#12\n\n\n", {"#11\n#12\n\n\n"}},
+      {"block after a block", "#11\n#12\n\n\n", {"#11\n#12\n\n\n"}},
       {"quotes mean nothing", "\"a\nb\"\n", {"\"a\n", "b\"\n"}},
       {"length of nine digits", "#94294967296\n", {}},
   };

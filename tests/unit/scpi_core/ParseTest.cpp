@@ -197,7 +197,7 @@ TEST(Parse, ErrorInfoSpeaksFirst) {
 TEST(Parse, RowsThatTheRealTreeLacks) {
   Check({
       {"TWIN CW\n", "|TWIN(w0)|"},
-      {"TWIN 5\n", "|TWIN(5)|"},  // what the first row leaves does not stand against the second
+      {"TWIN 5\n", "|TWIN(5)|"},  // what the first row leaves does not stop the second
       {"TWIN 5XX\n", "||-138"},
       {"MARK:PEAK 5\n", "|MARK(1,0,5)|"},
       {"MARK2:PEAK3 5\n", "|MARK(2,3,5)|"},

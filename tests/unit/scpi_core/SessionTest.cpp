@@ -1,4 +1,4 @@
-// Sessions from opening to closing, over a fake instrument and a clock that stands still until it is advanced.
+// Sessions from opening to closing, over a fake instrument and a clock that is still until it is advanced.
 #include <array>
 #include <barrier>
 #include <chrono>
@@ -96,7 +96,7 @@ TEST_F(Session, ReadsByStatus) {
     Write("LONG?\n");
     for (std::size_t i = 0; i < row.sizes.size(); ++i) EXPECT_EQ(Read(row.sizes[i]), row.answers[i]);
   }
-  EXPECT_EQ(Read(), kNothing);  // drained: fails at once, on a clock that stands still
+  EXPECT_EQ(Read(), kNothing);  // drained: fails at once, on a clock that does not move
 }
 
 TEST_F(Session, TakesMessagesInAnyPieces) {
@@ -283,7 +283,7 @@ TEST_F(Session, OpensByStatusAndLeavesNothingBehind) {
         std::async(std::launch::async, [&] { return OpenSession(std::string(row.length, 'x').c_str(), 500, &handle); });
     if (row.hold) {
       TheWorld().AwaitEntered();
-      // Two time-outs: that of the open, and that of the close which is queued behind it.
+      // Two time-outs: that of the open, and that of the close that is queued after it.
       while (opening.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
         test::Advance(10);
         std::this_thread::yield();

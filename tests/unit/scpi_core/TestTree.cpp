@@ -126,7 +126,7 @@ std::string Talk::operator()(const std::string& message) {
   calls.clear();
   sent.clear();
   errors.clear();
-  // Exactly as long as the message, so that a sanitizer sees a look at what stands behind it.
+  // Exactly as long as the message, so that a sanitizer sees any read past its end.
   const std::vector<char> copy(message.begin(), message.end());
   std::vector<char> text = copy;
   Parse(text.data(), static_cast<int>(text.size()), this, this);

@@ -1,4 +1,4 @@
-// What stands in for the event loop, the network and the library's session below a door and the broker: all of it runs
+// Replaces the event loop, the network and the library's session below a door and the broker: all of it runs
 // when a test says so.
 #pragma once
 

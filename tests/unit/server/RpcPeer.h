@@ -41,7 +41,7 @@ class Peer {
   void Send(const std::string& message) { Receive(Word(0x80000000 | static_cast<unsigned>(message.size())) + message); }
   void Receive(const std::string& bytes) { m_connection->Receive(bytes); }
   void Drained() { m_connection->Drained(); }
-  /// The next reply behind the xid; "" if there is none.
+  /// The next reply, after its xid; "" if there is none.
   std::string Reply() {
     if (m_wire.sent.empty()) return "";
     const std::size_t size = Number(m_wire.sent, 0) & 0x7FFFFFFF;

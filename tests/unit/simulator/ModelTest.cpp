@@ -110,7 +110,7 @@ TEST(GeneratorModel, AnswersByteByByte) {
 
 struct Exchange {
   const char* request;
-  const char* reply;  ///< values and status, as the log shows them behind the parameter's name
+  const char* reply;  ///< values and status, as the log shows them after the parameter's name
 };
 
 struct Dialogue {

@@ -1,4 +1,4 @@
-// The grammar of resource names, with the messages for those who get it wrong.
+// The grammar of resource names, with the message for each mistake.
 #include <gtest/gtest.h>
 
 #include "simulator/Settings.h"
@@ -21,7 +21,7 @@ TEST(Resource, SaysWhatIsWrong) {
       {"SIM-1::INSTR", false, "the simulator's names are"},
       {"SIM1", true, "the name has to end in ::INSTR"},
       {"SIM1::fw=g3", true, "the name has to end in ::INSTR"},
-      {"SIM1::fw=g3::rf=4::INSTR", true, "the keys have to stand in one group"},
+      {"SIM1::fw=g3::rf=4::INSTR", true, "the keys have to be in one group"},
       {"SIM1::::INSTR", true, "\"\" is not of the form key=value"},
       {"SIM1::fw::INSTR", true, "\"fw\" is not of the form key=value"},
       {"SIM1::fmni=5::INSTR", true, "unknown key \"fmni\"; the keys are fw freq rf"},

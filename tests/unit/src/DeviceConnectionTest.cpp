@@ -28,7 +28,7 @@ TEST(Connection, OpensAndCloses) {
     long open_status;
     std::optional<std::int16_t> reset_status;
     long result;
-    std::string trace;  // of the open and of the close behind it
+    std::string trace;  // of the open and of the close after it
   } cases[] = {
       {"no marker", "A::INSTR", 0, 0, 0, VI_ERROR_INV_OBJECT, ""},
       {"no manager", "A::INSTR::ZLT", VI_ERROR_RSRC_NFOUND, 0, 0, VI_ERROR_RSRC_NFOUND, "OPENRM"},

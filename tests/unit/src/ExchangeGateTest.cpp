@@ -9,7 +9,7 @@ namespace {
 
 using Result = ExchangeGate::Result;
 
-/// Enters on a thread of its own and leaves again; Join tells how that went.
+/// Enters on a thread of its own and leaves again; Join returns how that went.
 class Visitor {
  public:
   template <class Enter>

@@ -46,7 +46,7 @@ class PlayedInstrument {
   /// `generation` of RF output; below 0: that of the firmware.
   explicit PlayedInstrument(Firmware firmware, int generation = -1);
 
-  /// The next packets are answered so, in order; what comes after them is taken as it stands.
+  /// The next packets are answered so, in order; what comes after them is taken unchanged.
   void Answers(std::deque<Reply> replies);
   /// Writes a message. Returns its response, without line ends, and the entries that it left in the error queue.
   std::string Say(std::string message, std::vector<std::string>& errors);

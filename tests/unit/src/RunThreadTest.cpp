@@ -224,7 +224,7 @@ TEST(RunThread, TimeOutFollowsTheSettings) {
   static const std::vector<double> list(1000, 1.0);
   const struct {
     const char* name;
-    void (*set)(CDevice&);  // behind an immediate trigger and a dwell of 2 s
+    void (*set)(CDevice&);  // after an immediate trigger and a dwell of 2 s
     int reads;              // of a poll that is not answered
   } cases[] = {
       {"501 points", [](CDevice&) {}, 4},
@@ -234,7 +234,7 @@ TEST(RunThread, TimeOutFollowsTheSettings) {
       {"lists that wait for their modes", [](CDevice& d) { d.SetFreqList(list), d.SetPwrList(list); }, 4},
       {"frequency list", [](CDevice& d) { d.SetFreqList(list), d.SetFreqMode(kModeList); }, 7},
       {"power list", [](CDevice& d) { d.SetPwrList(list), d.SetPwrMode(kModeList); }, 7},
-      // A range that goes out with its mode leaves the time-out of the list; what comes behind it does not.
+      // A range that goes out with its mode leaves the time-out of the list; what comes after it does not.
       {"sweep after a list", SweepAfterAList, 7},
       {"range", [](CDevice& d) { SweepAfterAList(d), d.HW_SendFrequencyRange(); }, 4},
       {"CW", [](CDevice& d) { SweepAfterAList(d), d.SetFreqMode(kModeFixed); }, 4},

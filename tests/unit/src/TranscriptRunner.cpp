@@ -31,7 +31,7 @@ struct Step {
 
 struct Block {
   int line = 0;
-  Lines head;  ///< its lines up to the first step, as they stand
+  Lines head;  ///< its lines up to the first step, unchanged
   std::string name;
   std::string base;  ///< the block whose steps come first
   test::Firmware firmware = test::Firmware::kNew;

@@ -6,7 +6,7 @@
 namespace {
 
 TEST(Completion, GoesOnInShortThenLongForm) {
-  // A line up to the cursor, what stands there after Tab, and what was to choose from.
+  // A line up to the cursor, what the line is after Tab, and the choices that were shown.
   struct Case {
     const char* line;
     const char* completed;
