@@ -73,15 +73,14 @@ std::vector<ErrorRow> ErrorRows() {
   constexpr int kHighest = 499;
   for (int number = kHighest; number >= kLowest; --number) {
     const std::string text = GetErrorDescription(number);
-    if (!text.empty()) rows.push_back({number, "", text});
-    if (number == 1) rows.push_back({1, "", "(no text)"});
+    if (text.find_first_not_of(' ') != std::string::npos) rows.push_back({number, "", text});
   }
   for (int i = 0; i < GetErrorsCount(); ++i) {
     const int id = GetErrorIDByIndex(i);
     if (id == 0) continue;
     const std::string name = GetErrorName(id);
-    rows.push_back(
-        {id, name.substr(0, name.find(' ')), GetErrorDescription(ConvertErrorSorvsToScpi(static_cast<short>(id)))});
+    const std::string text = GetErrorDescription(ConvertErrorSorvsToScpi(static_cast<short>(id)));
+    rows.push_back({id, name.substr(0, name.find(' ')), text == " " ? "" : text});
   }
   return rows;
 }
@@ -101,7 +100,8 @@ void ShowErrors(const std::string& wanted) {
         by_number ? row.number == number : Upper(row.name + " " + row.text).find(Upper(wanted)) != std::string::npos;
     if (!fits) continue;
     found = true;
-    std::cout << row.number << "  " << row.name << (row.name.empty() ? "" : "  ") << row.text << "\n";
+    std::cout << row.number << (row.name.empty() ? "" : "  ") << row.name << (row.text.empty() ? "" : "  ") << row.text
+              << "\n";
     if (const char* const advice = AdviceFor(row.number); advice != nullptr && !wanted.empty()) {
       std::cout << "  " << advice << "\n";
     }

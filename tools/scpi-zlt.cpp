@@ -8,6 +8,7 @@
 
 #include "scpi_zlt/datafiles.h"
 
+#include "tools/BenchCommand.h"
 #include "tools/DataFilesCommands.h"
 #include "tools/ServeCommand.h"
 #include "tools/SettingsCommands.h"
@@ -72,6 +73,7 @@ int main(int argc, char** argv) {
   AddTalkCommands(app);
   AddSettingsCommands(app);
   AddSweepCommand(app);
+  AddBenchCommand(app);
   AddDataFileCommands(app);
   AddServeCommand(app);
   AddTableCommands(app);
