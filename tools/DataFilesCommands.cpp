@@ -3,18 +3,25 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <limits>
 #include <map>
 #include <memory>
+#include <numbers>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "scpi_zlt/datafiles.h"
 
 #include "tools/Plot.h"
+#include "tools/SvgPlot.h"
+#include "tools/ToolError.h"
 
 namespace {
 
@@ -35,9 +42,11 @@ const std::map<std::string, MatrixForm> kForms = {
     {"plain", MatrixForm::kPlain}, {"csv", MatrixForm::kCsv}, {"enr", MatrixForm::kEnr}};
 
 struct NetworkArguments {
+  std::vector<std::string> inputs;
   std::string input;
   std::string output;
   std::vector<std::string> parameters;
+  std::string svg;
   bool no_plot = false;
   std::size_t width = 66;
   std::size_t height = 17;
@@ -50,6 +59,11 @@ struct MatrixArguments {
   scpi_zlt::MatrixOptions from;
   scpi_zlt::MatrixOptions to;
 };
+
+/// "-" is the standard input.
+std::string InputFile(const std::string& name) {
+  return name == "-" ? "/dev/stdin" : name;
+}
 
 struct PortPair {
   std::size_t to;
@@ -92,8 +106,17 @@ std::vector<double> Decibels(const Network& network, PortPair pair) {
   return values;
 }
 
-void ShowNetwork(const NetworkArguments& arguments) {
-  const Network network = scpi_zlt::ReadTouchstone(arguments.input);
+std::vector<double> Degrees(const Network& network, PortPair pair) {
+  std::vector<double> values;
+  for (std::size_t point = 0; point < network.Points(); ++point) {
+    values.push_back(std::arg(network.At(point, pair.to, pair.from)) * 180.0 / std::numbers::pi);
+  }
+  return Unwrapped(std::move(values));
+}
+
+/// Prints what the file holds, and adds its curves to the panels of the picture.
+void ShowNetwork(const NetworkArguments& arguments, const std::string& file, std::vector<Panel>& panels) {
+  const Network network = scpi_zlt::ReadTouchstone(InputFile(file));
   const std::vector<PortPair> chosen = Chosen(network, arguments.parameters);
   std::cout << "Ports      " << network.ports << "\nPoints     " << network.Points() << "\nRange      "
             << FrequencyText(network.frequency_hz.front()) << " to " << FrequencyText(network.frequency_hz.back())
@@ -105,12 +128,33 @@ void ShowNetwork(const NetworkArguments& arguments) {
   }
   std::vector<Trace> traces;
   for (const PortPair pair : chosen) {
-    traces.push_back({"|" + ParameterName(network, pair) + "|", Decibels(network, pair)});
+    const std::string name = ParameterName(network, pair);
+    traces.push_back({"|" + name + "|", Decibels(network, pair)});
     const auto [low, high] = std::minmax_element(traces.back().y.begin(), traces.back().y.end());
-    std::cout << "|" << ParameterName(network, pair) << "|      " << Short(*low) << " to " << Short(*high) << " dB\n";
+    std::cout << "|" << name << "|      " << Short(*low) << " to " << Short(*high) << " dB\n";
+    const std::vector<double> degrees = Degrees(network, pair);
+    std::vector<double> delay = GroupDelay(network.frequency_hz, degrees);
+    for (double& seconds : delay) seconds *= 1e9;
+    const std::string curve = file + " " + name;
+    panels[0].curves.push_back({curve, network.frequency_hz, traces.back().y});
+    panels[1].curves.push_back({curve, network.frequency_hz, degrees});
+    panels[2].curves.push_back({curve, network.frequency_hz, delay});
   }
   if (!arguments.no_plot) {
     std::cout << "\n      dB\n" << Plot(network.frequency_hz, traces, arguments.width, arguments.height);
+  }
+}
+
+void ShowNetworks(const NetworkArguments& arguments) {
+  std::vector<Panel> panels = {{"magnitude, dB", {}}, {"phase, degrees", {}}, {"group delay, ns", {}}};
+  for (const std::string& file : arguments.inputs) {
+    if (arguments.inputs.size() > 1) std::cout << (&file == &arguments.inputs.front() ? "" : "\n") << file << "\n";
+    ShowNetwork(arguments, file, panels);
+  }
+  if (arguments.svg.empty()) return;
+  std::ofstream picture(arguments.svg);
+  if (!(picture << SvgPicture(panels) << std::flush)) {
+    throw ToolError(arguments.svg + ": cannot write: " + std::strerror(errno), kFileFailed);
   }
 }
 
@@ -133,7 +177,7 @@ void CheckTouchstoneName(const std::filesystem::path& file) {
 
 void ConvertNetwork(const NetworkArguments& arguments) {
   CheckTouchstoneName(arguments.output);
-  scpi_zlt::WriteTouchstone(arguments.output, scpi_zlt::ReadTouchstone(arguments.input), arguments.options);
+  scpi_zlt::WriteTouchstone(arguments.output, scpi_zlt::ReadTouchstone(InputFile(arguments.input)), arguments.options);
 }
 
 /// Refuses a name that does not show the form, unless an option does.
@@ -170,7 +214,7 @@ void WarnOfDecimalCommas(const std::filesystem::path& file, const scpi_zlt::Matr
 Matrix ReadMatrixFile(const MatrixArguments& arguments, const std::string& option) {
   CheckMatrixName(arguments.input, arguments.from, option);
   WarnOfDecimalCommas(arguments.input, arguments.from, option);
-  return scpi_zlt::ReadMatrix(arguments.input, arguments.from);
+  return scpi_zlt::ReadMatrix(InputFile(arguments.input), arguments.from);
 }
 
 void ShowMatrix(const MatrixArguments& arguments) {
@@ -205,16 +249,18 @@ void AddNetworkCommands(CLI::App& app) {
   s2p->require_subcommand(1);
 
   CLI::App* const show = s2p->add_subcommand("show", "Points, range, ports, and a plot in dB over frequency");
-  show->add_option("FILE", arguments->input, "Touchstone file")->required();
+  show->add_option("FILE", arguments->inputs, "Touchstone files; - is the standard input")->required();
   show->add_option("-p,--parameter", arguments->parameters, "What to plot, for example S21; may be repeated")
       ->allow_extra_args(false);
   show->add_flag("--no-plot", arguments->no_plot, "Print the summary only");
+  show->add_option("--svg", arguments->svg,
+                   "Write magnitude, phase and group delay of all files as one picture to this file, as SVG");
   show->add_option("--width", arguments->width, "Columns of the plot")->check(CLI::Range(10, 1000));
   show->add_option("--height", arguments->height, "Lines of the plot")->check(CLI::Range(3, 1000));
-  show->callback([arguments] { ShowNetwork(*arguments); });
+  show->callback([arguments] { ShowNetworks(*arguments); });
 
   CLI::App* const convert = s2p->add_subcommand("convert", "Writes a file anew in another format or unit");
-  convert->add_option("INPUT", arguments->input, "Touchstone file to read")->required();
+  convert->add_option("INPUT", arguments->input, "Touchstone file to read; - is the standard input")->required();
   convert->add_option("OUTPUT", arguments->output, "Touchstone file to write")->required();
   convert->add_option("-f,--format", arguments->options.format, "ri, ma or db; ri unless given")
       ->transform(CLI::CheckedTransformer(kFormats, CLI::ignore_case));
@@ -240,13 +286,17 @@ void AddMatrixCommands(CLI::App& app) {
   matrix->require_subcommand(1);
 
   CLI::App* const show = matrix->add_subcommand("show", "Rows, columns and range of each column");
-  show->add_option("FILE", arguments->input, "Matrix file")->required();
+  show->add_option("FILE", arguments->input, "Matrix file; - is the standard input, whose form has to be given")
+      ->required();
   AddMatrixOptions(*show, "", "file", arguments->from);
   show->add_flag("--stop-at-crc", arguments->from.stop_at_crc, "A line that starts with #CRC ends the file");
   show->callback([arguments] { ShowMatrix(*arguments); });
 
   CLI::App* const convert = matrix->add_subcommand("convert", "Writes a file anew in another form");
-  convert->add_option("INPUT", arguments->input, "Matrix file to read")->required();
+  convert
+      ->add_option("INPUT", arguments->input,
+                   "Matrix file to read; - is the standard input, whose form has to be given")
+      ->required();
   convert->add_option("OUTPUT", arguments->output, "Matrix file to write")->required();
   AddMatrixOptions(*convert, "from-", "input", arguments->from);
   AddMatrixOptions(*convert, "to-", "output", arguments->to);
