@@ -48,7 +48,7 @@ class Generator:
         self._within = False  # a message is under way in the thread that has the turn
         self._closing = False
         self._unchecked = ""  # the message whose errors were not asked for yet
-        self._library = library()
+        self._library = library(resource)
         if forked():
             raise OpenFailed("this process was forked from one that had loaded the library, and can open nothing: start it "
                              'with multiprocessing.get_context("spawn"), or fork before the first Generator', 0)

@@ -9,6 +9,9 @@ from ctypes import POINTER, c_char_p, c_int, c_long, c_ulong, c_void_p
 from ._errors import LibraryMissing
 
 NAME = "libscpi_zlt_client.so.2"
+# Where the simulated generator is installed, beside the library.
+_SIMULATOR = os.path.join("scpi-zlt", "simulator", "libSkVisa.so.2")
+_FOLDERS = ["/usr/local/lib", "/usr/local/lib/x86_64-linux-gnu", "/usr/lib/x86_64-linux-gnu", "/usr/lib"]
 
 # Each of these is found through the one library: the loader looks into those that it needs, too.
 _FUNCTIONS = {
@@ -29,11 +32,15 @@ _loaded: ctypes.CDLL | None = None
 _loaded_by = 0
 
 
-def library() -> ctypes.CDLL:
-    """The library, loaded at the first call. Raises LibraryMissing with advice."""
+def library(resource: str = "") -> ctypes.CDLL:
+    """The library, loaded at the first call. Raises LibraryMissing with advice.
+
+    If that call is for a simulated generator ("SIM..."), the installed simulator becomes the VISA provider of the process."""
     global _loaded, _loaded_by
     with _lock:
         if _loaded is None:
+            if resource.startswith("SIM"):
+                _load_simulator()
             _loaded = _load()
             _loaded_by = os.getpid()
         return _loaded
@@ -60,6 +67,17 @@ def _candidates() -> list[str]:
     return [tree, NAME] if os.path.exists(tree) else [NAME]
 
 
+def _load_simulator() -> None:
+    """Once it is loaded the library takes it by its name, and looks for no other. Where none is installed, the library finds
+    one by the loader, or says that it is missing."""
+    beside = [os.path.dirname(path) for path in _candidates() if os.path.dirname(path)]
+    for folder in beside or _FOLDERS:
+        path = os.path.join(folder, _SIMULATOR)
+        if os.path.exists(path):
+            ctypes.CDLL(path)
+            return
+
+
 def _load() -> ctypes.CDLL:
     reason = ""
     for path in _candidates():
@@ -81,7 +99,7 @@ def _advice(reason: str) -> str:
     """The loader's message and what to do about it."""
     if reason.startswith("libSkVisa.so.2"):
         todo = ("That is the VISA provider of the instrument. Install it, or put its folder into LD_LIBRARY_PATH before "
-                "Python starts. Without an instrument, use the simulator: LD_LIBRARY_PATH=<repository>/build/release/simulator")
+                "Python starts. Without an instrument, use the simulator: SIM0::INSTR::ZLT finds the installed one.")
     elif "another library" in reason:
         todo = f"Let SCPI_ZLT_LIBRARY name {NAME}, or take the variable away."
     elif os.environ.get("SCPI_ZLT_LIBRARY"):

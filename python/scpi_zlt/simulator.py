@@ -28,7 +28,7 @@ class SimulatedGenerator(Generator):
     """A new instrument with the state that `keys` give it, and a session with it. It lives as long as the process."""
 
     def __init__(self, *, timeout: float = 10.0, open_timeout: float = 10.0, check: bool = True, **keys: Value) -> None:
-        self._control = _control_of(library())
+        self._control = _control_of(library("SIM"))
         self.name = f"SIM{next(_numbers)}"
         listed = ",".join(_listed(keys))
         resource = f"{self.name}::{listed}::INSTR::ZLT" if listed else f"{self.name}::INSTR::ZLT"

@@ -61,8 +61,12 @@ CHILDREN = {
                    "/nowhere/.*: cannot open shared object file.*\nSCPI_ZLT_LIBRARY has to name", 0),
     "not installed": ("import os\ndel os.environ['SCPI_ZLT_LIBRARY']\n" + IMPORT, {"PYTHONPATH": "?/python"},
                       "libscpi_zlt_client.*: cannot open.*\nInstall the library and run ldconfig", 0),
-    "no provider": (IMPORT, {"SCPI_ZLT_LIBRARY": "?/lib/libscpi_zlt_client.so.2", "LD_LIBRARY_PATH": "?/lib"},
+    "no provider": (IMPORT.replace("SIM0", "TCPIP::10.0.0.1"), {"SCPI_ZLT_LIBRARY": "?/lib/libscpi_zlt_client.so.2", "LD_LIBRARY_PATH": "?/lib"},
                     "libSkVisa.so.2: cannot open.*\nThat is the VISA provider.*LD_LIBRARY_PATH", 0),
+    "installed simulator": ("import scpi_zlt.simulator\n"
+                            "with scpi_zlt.simulator.SimulatedGenerator() as generator: print(generator.query('*IDN?'))",
+                            {"SCPI_ZLT_LIBRARY": "?/lib/libscpi_zlt_client.so.2", "LD_LIBRARY_PATH": "?/lib"},
+                            "Sorvik,ZG-20E,00....", 0),
     "not the simulator": (IMPORT.replace("scpi_zlt.Generator('SIM0::INSTR::ZLT')", "scpi_zlt.simulator.SimulatedGenerator()")
                           .replace("import scpi_zlt", "import scpi_zlt.simulator"), {"LD_LIBRARY_PATH": "?/other"},
                           "the VISA provider that is loaded is not the simulator", 0),
