@@ -26,7 +26,7 @@ need() {
 }
 
 build_packages=(g++ cmake ninja-build libboost-dev libcli11-dev libedit-dev libtirpc-dev rpcsvc-proto libgtest-dev libbenchmark-dev)
-debian_packages=(debhelper dh-python fakeroot git lintian python3)
+debian_packages=(debhelper dh-python fakeroot git lintian pybuild-plugin-pyproject python3-all python3-setuptools)
 
 # build PRESET [TARGET...]: configures, then builds. Says every 15 seconds how far it is; shows the errors when it fails.
 build() {

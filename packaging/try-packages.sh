@@ -32,7 +32,7 @@ in_root() {
 
 # What others need is installed first, so that what is left at the end is ours.
 in_root 'apt-get update -qq
-         for package in /packages/*.deb; do dpkg-deb -f $package Depends; done | tr "," "\n" | sed -E "s/[(|].*//; s/ //g" |
+         for package in /packages/*.deb; do dpkg-deb -f $package Depends; done | tr "," "\n" | sed -E "s/[(|].*//; s/:any//; s/ //g" |
            grep -vE "scpi-zlt|skvisa|zlt-visa" | sort -u | xargs apt-get install -y -qq --no-install-recommends gcc libc6-dev pkgconf >/dev/null
          apt-get clean'
 files() { in_root 'find / -xdev \( -path /proc -o -path /dev -o -path /packages -o -path /tmp -o -path /var/cache -o -path /var/log -o -path /var/lib/apt -o -path "/var/lib/dpkg/*-old" -o -path /root -o -name "__pycache__" \) -prune -o -print | sort'; }
