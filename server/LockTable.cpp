@@ -11,7 +11,7 @@ LockTable::Request LockTable::AskExclusive(ClientId client) {
 
 LockTable::Request LockTable::AskShared(ClientId client, std::string_view key) {
   if (HoldsAny(client)) return Request::kHeld;
-  // Behind an exclusive lock of a client that also shares, others with the key may still share.
+  // Beside an exclusive lock of a client that also shares, others with the key may still share.
   if (m_shared.empty() ? m_exclusive != 0 : m_key != key) return Request::kWaiting;
   m_key = key;
   m_shared.insert(client);

@@ -17,7 +17,7 @@ class RecordReader {
  public:
   enum class Result { kNeedsMore, kRecord, kTooLarge };
 
-  /// `limit` bytes is the longest record. Behind a longer one the stream cannot be followed any more.
+  /// `limit` bytes is the longest record. After a longer one the stream cannot be followed any more.
   explicit RecordReader(std::size_t limit) : m_limit(limit) {}
 
   /// Takes bytes off the front of `bytes`, until a record is whole or they are used up.

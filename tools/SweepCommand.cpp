@@ -22,7 +22,7 @@ using std::chrono::steady_clock;
 constexpr milliseconds kQuick{300};
 /// How often the progress is shown.
 constexpr milliseconds kStep{200};
-/// Behind the time by plan: what starting takes.
+/// On top of the time by plan: what starting takes.
 constexpr milliseconds kStart{100};
 /// A sweep that takes this much longer than planned does not end any more.
 constexpr milliseconds kGrace{60000};

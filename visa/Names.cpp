@@ -151,7 +151,7 @@ std::string Aliases::TakeLine(std::string_view line, std::map<std::string, int>&
   const std::size_t middle = line.find('=');
   if (middle == std::string_view::npos) return "a line has to be NAME = RESOURCE::ZLT";
   const std::string name(Trimmed(line.substr(0, middle)));
-  // Behind the first "=": the names of simulated generators have that character too.
+  // After the first "=": the names of simulated generators have that character too.
   const std::string target(Trimmed(line.substr(middle + 1)));
   if (name.empty()) return "there is no name in front of =";
   if (!GeneratorName(name).empty()) return "\"" + name + "\" opens without an alias";
