@@ -12,7 +12,8 @@ trap 'rm -rf "$work"' EXIT
 git archive --prefix=scpi-zlt/ HEAD | tar -x -C "$work"
 cp -r "$work/scpi-zlt/packaging/debian" "$work/scpi-zlt/debian"
 log=$folder/build.log
-if ! (cd "$work/scpi-zlt" && dpkg-buildpackage -us -uc -b) >"$log" 2>&1; then
+# Debian's own Python, whichever comes first on the path.
+if ! (cd "$work/scpi-zlt" && PATH=/usr/sbin:/usr/bin:/sbin:/bin dpkg-buildpackage -us -uc -b) >"$log" 2>&1; then
   tail -n 40 "$log" >&2
   exit 1
 fi

@@ -135,7 +135,8 @@ void ShowNetwork(const NetworkArguments& arguments, const std::string& file, std
     const std::vector<double> degrees = Degrees(network, pair);
     std::vector<double> delay = GroupDelay(network.frequency_hz, degrees);
     for (double& seconds : delay) seconds *= 1e9;
-    const std::string curve = file + " " + name;
+    std::string curve = file;
+    curve.append(" ").append(name);
     panels[0].curves.push_back({curve, network.frequency_hz, traces.back().y});
     panels[1].curves.push_back({curve, network.frequency_hz, degrees});
     panels[2].curves.push_back({curve, network.frequency_hz, delay});
