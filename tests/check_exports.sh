@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Compares what the shared library exports with the kept list, and looks at its name, at what it needs and finds by
-# which path, and at what would keep it from unloading.
+# Compares what the shared library exports with the kept list, and checks its SONAME, its NEEDED entries and
+# RUNPATH, and what would keep it from unloading.
 # check_exports.sh LIBRARY LIST [SONAME], for a library that loads the provider itself and stays loaded
 set -u
 export LC_ALL=C

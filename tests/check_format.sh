@@ -1,4 +1,4 @@
 #!/usr/bin/env bash
-# Formatting is what .clang-format says; prints each place that differs, and fails.
+# Prints each place that differs from .clang-format, and fails if there is one.
 cd "$(dirname "$0")/.."
 git ls-files -- '*.cpp' '*.h' '*.c' | xargs -r clang-format --dry-run --Werror

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The man pages are clean, the verbs and options of scpi-zlt.1 are those of the tool's help, and the program in libscpi_zlt.3
+# The man pages have no errors, the verbs and options of scpi-zlt.1 are those of the tool's help, and the program in libscpi_zlt.3
 # is that of the examples.
 #
 # Usage: check_manpages.sh TOOL
@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 pages=packaging/man
 failed=0
 
-# Whether the page that another refers to is installed on this machine says nothing about it.
+# A reference to a page that this machine does not have installed is no error.
 ! mandoc -T lint "$pages"/*.[13] | grep -v 'referenced manual not found' || failed=1
 
 # show_help [VERB...]: the help of the tool, of each verb, and of each verb's verbs.

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The pages name and show what is there: the first program is that of examples/, every path exists, every command line for
+# What the pages name and show exists: the first program is that of examples/, every path exists, every command line for
 # the compiler builds a program that runs, every pattern for ctest finds tests.
 #
 # Usage: check_pages.sh, after a release build.
@@ -31,7 +31,7 @@ done < <(grep -oE '`[^`]+`' "${pages[@]}" | tr -d '`' | sed -E 's/ .*//' |
   grep -E ':(\./)?(include|support|scpi_core|protocol|src|datafiles|simulator|library|client|server|python|tools|examples|tests|bench|fuzz|docs|cmake|build/release)/' |
   sort -u)
 
-# Lines for the compiler, typed in a folder with a program of the reader's own.
+# Compiler command lines, run in a folder with a program called my.c.
 ln -s "$PWD/include" "$PWD/simulator" "$PWD/build" "$folder"
 count=0
 while IFS= read -r line; do

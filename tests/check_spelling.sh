@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Common misspellings in all that is ours. Left out: the short forms of headers and other names that look like one, and a
-# text of the instrument that has one.
+# Common misspellings in this repository. Excepted: short forms of headers and other names that look misspelt, and a
+# misspelt text of the instrument.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 names=fo,fro,kinf,logicaly,nd,nowns,pevents,pres,puls,requency,sav,sourc,statics

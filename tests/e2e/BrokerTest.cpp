@@ -1,4 +1,4 @@
-// The broker and the raw socket's protocol over the simulated generator, without a socket: a loop that the test turns.
+// The broker and the raw socket's protocol over the simulated generator, without a socket: the test turns the loop.
 #include <algorithm>
 #include <condition_variable>
 #include <deque>
@@ -255,7 +255,7 @@ TEST_F(BrokerOverSimulator, TakesLinesOfTheRawSocket) {
       {"several in one piece", ":FREQ 1GHZ\n:FREQ?\n*OPC?\n", "1000000000\n+1\n", false},
       {"line ends in a block", "DATA #15\n\n\n\n\n\n*OPC?\n", "+1\n", false},
       {"byte for byte", ":FREQ 1GHZ;:OUTP OFF\n*OPC?\n", "\n+1\n", false},
-      {"too long, and the one behind it", std::string(300, ' ') + "\n*OPC?\n", "+1\n", false},
+      {"too long, and the one after it", std::string(300, ' ') + "\n*OPC?\n", "+1\n", false},
       {"a browser", "POST / HTTP/1.1\r\n*OPC?\n", "", true},
       {"a browser without a request line", "Host: x\r\n*OPC?\n", "", true},
       {"a beginning that only looks like one", "GE\n*OPC?\n", "+1\n", false},
@@ -279,7 +279,7 @@ TEST_F(BrokerOverSimulator, TakesLinesOfTheRawSocket) {
   const auto connection = door.Accept(wire);
   wire.unsent = 2000;
   connection->Receive("*OPC?\n");
-  EXPECT_TRUE(wire.paused) << "who does not read is not read from";
+  EXPECT_TRUE(wire.paused) << "the server reads nothing from a client that does not read";
   wire.unsent = 0;
   connection->Drained();
   EXPECT_TRUE(connection->EndOfInput());

@@ -1,5 +1,5 @@
-// What is written badly: the exact error, and neither the model nor the instrument changed, or as told. And the locale
-// of the program, which changes nothing.
+// Bad input: the exact error, and no change to model or instrument unless the row says so. The program's locale changes
+// nothing.
 #include <clocale>
 #include <cstdlib>
 #include <filesystem>
@@ -52,7 +52,7 @@ TEST(Input, ExactErrorsAndNothingElse) {
     return list;
   }();
   const Input inputs[] = {
-      // Out of range, in each unit, and what is no number of this world.
+      // Out of range, in each unit, and absurd numbers.
       {":FREQ 99GHZ", "-222", ":FREQ?", "10005000000"},
       {":FREQ 20001MHZ", "-222", ":FREQ?", "10005000000"},
       {":FREQ 9999KHZ", "-222", ":FREQ?", "10005000000"},
@@ -132,7 +132,7 @@ TEST(Input, ExactErrorsAndNothingElse) {
       {":SWE:POIN 1", "", ":SWE:STEP?", "inf", 1},
       {":SWE:POIN DEF", "", ":SWE:POIN?", "100001", 1},
       {":SWE:POIN 501", "", ":SWE:STEP?", "39980000", 1},
-      // A logarithmic sweep of more points than anybody can want.
+      // A logarithmic sweep of far too many points.
       {":FREQ:MODE SWE", "", ":FREQ:MODE?", "SWEep", 1},
       {":SWE:SPAC LOG", "", ":SWE:SPAC?", "LOGarithmic", 1},
       {":SWE:STEP 1", "-310", ":LIST:FREQ:POIN?", "0"},
@@ -141,7 +141,7 @@ TEST(Input, ExactErrorsAndNothingElse) {
     SCOPED_TRACE(std::string(input.message).substr(0, 60));
     const int before = Packets(kInstrument);
     Write(session, std::string(input.message) + "\n");
-    // A failed query, and a unit that took its second attempt, leave a line end behind.
+    // A failed query, and a unit that took its second attempt, leave a line end.
     std::string sync = Ask(session, "*OPC?");
     if (sync.empty()) sync = Read(session).substr(0, 2);
     EXPECT_EQ(sync, "+1");

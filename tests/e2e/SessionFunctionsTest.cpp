@@ -1,4 +1,4 @@
-// Sessions as programs meet them: opened, used and closed in any order.
+// The exported session functions: sessions opened, used and closed in any order.
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -25,7 +25,7 @@ TEST(Session, OpensByName) {
     long status;
   } cases[] = {
       {"good", "SIM1::INSTR::ZLT", VI_SUCCESS},
-      {"text behind the suffix is dropped", "SIM2::INSTR::ZLT::INSTR", VI_SUCCESS},
+      {"text after the suffix is dropped", "SIM2::INSTR::ZLT::INSTR", VI_SUCCESS},
       {"without the suffix", "SIM3::INSTR", VI_ERROR_INV_OBJECT},
       {"suffix in lower case", "SIM3::INSTR::zlt", VI_ERROR_INV_OBJECT},
       {"empty", "", VI_ERROR_INV_OBJECT},
@@ -169,7 +169,7 @@ TEST(Session, SixteenAtATime) {
   }
   int closed = 0;
   for (auto& closing : closings) closed += closing.get() == VI_SUCCESS ? 1 : 0;
-  EXPECT_EQ(closed, kCount);  // of two that close one session one wins
+  EXPECT_EQ(closed, kCount);  // of two threads that close a session, one succeeds
   EXPECT_LT(SecondsSince(start), 15.0);
   for (int i = 0; i < kCount; ++i) EXPECT_EQ(Held(20 + i, "links"), "0");
 }
@@ -195,7 +195,7 @@ TEST(Session, TakesTextInAnyPortions) {
   while (longest.size() < 160130) longest += "*CLS;";
   EXPECT_EQ(Write(session, longest + ":FREQ?\n"), longest.size() + 7);
   EXPECT_EQ(Read(session), "1500000000\n");
-  // More than the ring holds: the rest is dropped, the line end with it, and nothing more goes in.
+  // More than the ring holds: the rest is dropped with its line end, and the ring takes nothing more.
   EXPECT_EQ(Write(session, std::string(200000, 'A') + "\n"), 160144UL);
   EXPECT_EQ(Write(session, "\n"), 0UL);
   EXPECT_EQ(skClose(session), VI_SUCCESS);

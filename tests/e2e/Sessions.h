@@ -40,7 +40,7 @@ inline std::string Read(unsigned long session) {
   return {buffer.begin(), buffer.begin() + static_cast<long>(count)};
 }
 
-/// What the instrument itself holds, or "-" for one that nobody has opened yet.
+/// What the instrument itself holds, or "-" if it has not been opened yet.
 inline std::string Held(int instrument, const std::string& what) {
   std::array<char, 256> text{};
   const std::string question = "SIM" + std::to_string(instrument) + " " + what;

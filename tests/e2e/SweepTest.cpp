@@ -1,5 +1,5 @@
-// Sweeps from SCPI text alone: what every command does to a run that waits for its trigger, how each run ends, and how
-// long the caller waits for it at most. Cases run side by side, each on an instrument of its own.
+// Sweeps by SCPI text alone: what every command does to a run that waits for its trigger, how each run ends, and how
+// long the caller waits at most. Cases run side by side, each on an instrument of its own.
 #include <future>
 #include <gtest/gtest.h>
 #include <sstream>
@@ -106,16 +106,16 @@ struct End {
   const char* start;
   const char* await;    ///< before it happens
   const char* control;  ///< what happens at the instrument, if anything
-  const char* after;    ///< and what is awaited there then
+  const char* after;    ///< what is awaited there next
   const char* message;  ///< what the caller sends then
   double seconds;       ///< the caller waits no longer than this for it
   bool quiet;           ///< no run is left
-  const char* error;    ///< of ":OUTP ON" after it; empty where the link is fit
+  const char* error;    ///< of ":OUTP ON" after it; empty where the link works
 };
 
 TEST(Sweep, EveryWayItEnds) {
   constexpr const char* kLost = "20506,\"\"\n";
-  // Callers know: once a setting has found the link gone, this firmware's power setting reports nothing.
+  // Odd, and kept: once a setting has found the link lost, this firmware's power setting reports nothing.
   constexpr const char* kSilence = "+0,\"No error\"\n";
   constexpr const char* kOnce = ":INIT";
   constexpr const char* kForEver = ":INIT:CONT ON";

@@ -43,7 +43,7 @@ std::vector<Block> ReadBlocks(std::istream& page) {
   return blocks;
 }
 
-/// A name like "SIM0::fw=g0|g1::INSTR" stands for one instrument of each firmware: the block is run with each.
+/// "SIM0::fw=g0|g1::INSTR" names one instrument of each firmware: the block is run with each.
 std::vector<Block> ForEachFirmware(const Block& block) {
   const std::size_t first = block.resource.find('=') + 1;
   const std::size_t end = block.resource.find_first_of(",:", first);

@@ -1,4 +1,4 @@
-/* Compiles the public header as C99 behind definitions that another visa.h has, and calls a function of each kind. */
+/* Compiles the public header as C99 after the definitions of another visa.h, and calls a function of each kind. */
 #define VI_SUCCESS (0L)
 #define VI_ERROR_NIMPL_OPER (-2147483647L - 1 + 0x3FFF0081L)
 #define VI_ATTR_TMO_VALUE (0x3FFF001AUL)

@@ -1,4 +1,4 @@
-// What becomes of sessions that a program leaves open: at exit, when the library is unloaded, in a forked child.
+// Sessions that a program leaves open: at exit, when the library is unloaded, in a forked child.
 //
 // lifetime WAY LIBRARY: loads the library itself, so that an exit handler of this program, registered before, runs
 // after the library's own and can look at what the instruments hold.
@@ -210,7 +210,7 @@ void ExitOnPoller(const char* path) {
 const Library* interrupted_library = nullptr;
 unsigned long interrupted_session = 0;
 
-/// Calls `handler` on this thread out of what it does `milliseconds` from now.
+/// Interrupts this thread with `handler` in `milliseconds`.
 void InterruptIn(int milliseconds, void (*handler)(int)) {
   signal(SIGALRM, handler);
   itimerval time{};
@@ -227,7 +227,7 @@ void ExpectAllIsClosed() {
 
 constexpr const char* kSettings = ":FREQ 1GHZ\n:POW -10\n:OUTP ON\n:FREQ 3GHZ\n:OUTP OFF\n";
 
-/// A person's Ctrl-C: the handler ends the process out of a read that waits for ever.
+/// A user's Ctrl-C: the handler ends the process during a read that waits for ever.
 void ExitInHandler(const char* path) {
   static const Library library(path);
   const unsigned long session = library.Open("SIM1::latency=100");
@@ -285,7 +285,7 @@ void ExitInHandlerOfClose(const char* path) {
   });
 }
 
-/// The handler closes the session whose read it has interrupted, and lets that read go on.
+/// The handler closes the session of the read that it interrupted, and that read then goes on.
 void CloseInHandler(const char* path) {
   const Library library(path);
   interrupted_library = &library;
@@ -320,7 +320,7 @@ void SignalDescriptor(const char* path) {
   library.close(session);
 }
 
-/// A thread that is cancelled while it opens or closes ends when that is done.
+/// A thread that is cancelled while it opens or closes a session first finishes that.
 void Cancel(const char* path) {
   static const Library library(path);
   static std::atomic<unsigned long> session{0};
@@ -402,7 +402,7 @@ void Fork(const char* path) {
 
 }  // namespace
 
-/// Stands in front of the provider's.
+/// Called in place of the provider's, which it calls.
 extern "C" __attribute__((visibility("default"))) long viRead(unsigned long session, unsigned char* buffer,
                                                               unsigned long count, void* count_out) {
   static const auto provider = reinterpret_cast<decltype(&viRead)>(dlsym(RTLD_NEXT, "viRead"));

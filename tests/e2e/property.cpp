@@ -2,9 +2,9 @@
 // after each one the answers of all queries are compared with the state that the simulated generator decoded from the
 // packets by its own code.
 //
-// A setting is compared as long as the last packet that carried it was answered 0 or 1 and nothing changed it since;
-// one that was stored only, refused, or whose field another packet has overwritten is pending. Beside the roundings of
-// the wire these differences are allowed, each because callers rely on it:
+// A setting is compared as long as the last packet that carried it was answered 0 or 1 and nothing changed it since.
+// It is pending while it is only stored, was refused, or another packet has overwritten its field. Besides the wire's
+// rounding these differences are allowed, each because callers rely on it:
 //   - RF-out generations 3 and 5: the level that comes back is cut to whole dBm
 //   - falling frequency sweeps: their negative step comes back unsigned
 //   - a corrected range: a range setting takes its stop from start, count and step of the reply
@@ -247,7 +247,7 @@ const Setting kSettings[] = {
     {":PULM:INT:PER?", {"P_MODULATION"}, CarriesPulse, FitsPulsePeriod},
 };
 
-/// Asked too, because settings depend on them.
+/// Queried too, because settings depend on them.
 const char* const kFurtherQueries[] = {":FREQ:MODE?", ":PULM:SOUR:INT?"};
 
 using Random = std::mt19937;
@@ -354,7 +354,7 @@ class Walk {
     return answers;
   }
 
-  /// Decides whether the instrument's state speaks for a setting after this step.
+  /// Decides whether a setting can be compared with the instrument's state after this step.
   void Update(const Setting& setting, const std::vector<Packet>& packets, const Answers& before) {
     std::optional<Packet>& known = m_known[setting.query];
     if (before.at(setting.query) != m_answers.at(setting.query)) known.reset();

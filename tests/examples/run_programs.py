@@ -1,8 +1,8 @@
 """Runs the programs of docs/programs.md unchanged and compares what they print with the lines under them.
 
 Usage: run_programs.py BUILD_FOLDER
-A server listens in place of the port that the page names; the programs get the port that it really has. What a program needs and is not
-installed is a line that says "skipped"."""
+A server listens on a free port, which replaces the one on the page. A program that needs something that is not installed
+is skipped with a line."""
 import json
 import os
 import re
@@ -29,7 +29,7 @@ LANGUAGES = {
     "csharp": ("my.cs", [["mcs", "my.cs"], ["mono", "my.exe"]]),
     "octave": ("my.m", [["octave-cli", "--quiet", "my.m"]]),
 }
-# What says that something is not installed.
+# Messages that mean that something is not installed.
 MISSING = re.compile(r"No module named '?(?!scpi_zlt|pyvisa_zlt)\w+|package.* not found|could not be found|required.*not installed")
 
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs into a folder, moves it, and builds and runs programs of a user's in C and C++ on what is there: by CMake, by
-# pkg-config, and with the two words "-lscpi_zlt" alone. Each has to need the library and no provider by itself.
+# Installs into a folder, moves it, and builds and runs a user's programs in C and C++ against it: by CMake, by
+# pkg-config, and with the two words "-lscpi_zlt" alone. Each must need the library and, by itself, no provider.
 # check_install.sh BUILD_FOLDER CMAKE
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)

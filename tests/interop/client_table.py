@@ -20,5 +20,5 @@ class ClientTable:
         return f"ok: {client}, by {door}: {what}"
 
     def finish(self):
-        """For the end, where no client was skipped."""
+        """Called at the end, if no client was skipped."""
         assert not self.due, f"{PAGE.name} has rows that no test makes: {self.due}"

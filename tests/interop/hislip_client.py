@@ -1,4 +1,4 @@
-"""A HiSLIP 1.0 client (IVI-6.1), written from the standard's tables alone, so that it can judge a server's reading of them.
+"""A HiSLIP 1.0 client (IVI-6.1), written from the standard's tables alone, so that it can check a server against them.
 
 Nothing is hidden: each message is sent and received exactly as it is on the wire. Every wait is bounded by the socket time-out."""
 import collections
@@ -63,7 +63,7 @@ class Channel:
         return self.receive()
 
     def silent_for(self, seconds):
-        """True if nothing, not even an end, arrives in this time."""
+        """True if nothing arrives in this time, not even the end of the connection."""
         before = self.socket.gettimeout()
         self.socket.settimeout(seconds)
         try:
@@ -110,7 +110,7 @@ class Session:
                 channel.close()
 
     def take_delivered(self):
-        """RMT-delivered for the next message: told once per response."""
+        """RMT-delivered for the next message: set once per response."""
         bit, self.delivered = int(self.delivered), False
         return bit
 
@@ -159,7 +159,7 @@ class Session:
         return answer, int.from_bytes(answer.payload, "big")
 
     def clear(self):
-        """Device clear, dropping what comes in between; gives both acknowledges."""
+        """Device clear, dropping what comes in between; returns both acknowledgements."""
         self.side.send(ASYNC_DEVICE_CLEAR)
         first = self.side.receive()
         while first.type not in (ASYNC_DEVICE_CLEAR_ACKNOWLEDGE, FATAL_ERROR):

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The HiSLIP client's octets, and its part of a session against a peer on loopback that plays recorded right answers."""
+"""The HiSLIP client's octets, and its side of a session with a peer on loopback that plays recorded correct answers."""
 import socket
 import threading
 import unittest

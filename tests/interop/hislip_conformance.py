@@ -2,8 +2,8 @@
 """Walks through HiSLIP 1.0 against a server in front of a signal generator.
 
 Usage: hislip_conformance.py HOST PORT [--slow] [NAME...]. Prints "ok NAME" or "not ok NAME: ..." per check; a NAME picks the
-checks that contain it. --slow adds those that need an instrument whose answers take 20 ms or more. Ends with 0 only if all are
-ok. Or: hislip_conformance.py --serve SCPI_ZLT [NAME...] starts the server of a slow simulated instrument for all of them."""
+checks that contain it. --slow adds those that need an instrument whose answers take 20 ms or more. The exit status is 0 only if all
+are ok. Or: hislip_conformance.py --serve SCPI_ZLT [NAME...] starts the server of a slow simulated instrument for all of them."""
 import contextlib
 import sys
 import time
@@ -279,7 +279,7 @@ def a_fatal_error_from_the_client_ends_it(address):
         expect("lock", 1, other.lock(timeout=3000))
 
 
-# Locks. Each row: who does what with which answer; a key of None is a release, "" an exclusive lock, else a shared one.
+# Locks. Each step: client, key, answer; a key of None is a release, "" an exclusive lock, else a shared one.
 
 LOCK_ROWS = {
     "unlocked": [(0, None, 3), (0, "", 1), (0, None, 1), (0, "k", 1), (0, None, 2), (0, None, 3)],
@@ -482,7 +482,7 @@ def undelivered_response_is_interrupted_inside_only(address):
 
 
 def interrupt(session):
-    """Sends a query that asks the instrument and, in the same segment, the next one; gives the messages up to its answer."""
+    """Sends a query that asks the instrument and, in the same segment, the next one; returns the messages up to its answer."""
     first, second = session.next_id, session.next_id + 2
     session.sync.socket.sendall(encode(DATA_END, session.take_delivered(), first, b"*STB?\n") +
                                 encode(DATA_END, 0, second, b"*OPC?\n"))

@@ -50,7 +50,7 @@ def connect(port):
 
 
 def flood(channel):
-    """Sends messages that are answered by errors until the server takes no more; how many bytes it has taken."""
+    """Sends messages that get errors until the server takes no more; returns the bytes that it took."""
     channel.settimeout(2)
     sent = 0
     try:
@@ -209,7 +209,7 @@ def walk(port):
 
 
 def many_messages_at_once(server):
-    """One payload may hold as many messages as lines. They and their answers are kept; that has the payload's bound."""
+    """One payload may hold as many messages as lines. They and their answers are kept, so the payload bounds both."""
     one, other = Session(server.ports["hislip"]), Session(server.ports["hislip"])
     before = server.memory()
     count = 160144 // len("*OPC?\n")

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""An independent dissector reads what a HiSLIP session looks like on the wire.
+"""An independent dissector reads a HiSLIP session from the wire.
 
 Usage: hislip_tshark.py SCPI_ZLT. Records the loopback traffic of the walk in hislip_conformance.py, without the checks that send
 what is malformed on purpose, and lets tshark judge it: no malformed packet and no complaint. One message at the end is wrong on
@@ -30,7 +30,7 @@ def start_capture(port, path):
     while line := capture.stderr.readline():
         if line.startswith("Capturing on"):
             break
-    # It says so before it does so: the first connection that gets into the file shows that it has begun.
+    # It says that it records before it does: the first connection in the file shows that it has begun.
     until = time.monotonic() + WARM_UP
     empty = None
     while capture.poll() is None and time.monotonic() < until:

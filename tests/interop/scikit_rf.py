@@ -22,7 +22,7 @@ checks = 0
 
 
 def ours(*arguments):
-    """The rows that our program prints, by their head."""
+    """The rows that our program prints, by their first word."""
     result = subprocess.run([program, *map(str, arguments)], capture_output=True, text=True)
     assert result.returncode == 0, f"{arguments}: exit status {result.returncode}, {result.stderr}"
     rows = {"data": [], "noise": []}

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The server and clients that nobody here wrote, and clients that behave badly, on loopback.
+"""The server with independent clients, and with clients that behave badly, on loopback.
 
 Usage: server_clients.py SCPI_ZLT. Prints one line per client: what was tried, and "ok" or why it was skipped. Fails at the
 first thing that is wrong."""

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""How the server is run: who may come in, limits, locks over doors, the service manager, signals, a lost instrument.
+"""How the server is run: allowed networks, limits, locks over doors, the service manager, signals, a lost instrument.
 
-Usage: server_run.py SCPI_ZLT. Prints one line per check and fails at the first thing that is wrong."""
+Usage: server_run.py SCPI_ZLT. Prints one line per check and fails at the first error."""
 import os
 import signal
 import socket
@@ -85,7 +85,7 @@ def by_ipv6():
 
 
 def untaken_answers():
-    """Of two clients that never read, the one with the larger limit gets more answers out of its server."""
+    """Of two clients that never read, the one with the larger limit is sent more answers."""
     servers = [Server(PROGRAM, "--raw", "0", "--log-messages", "--max-unsent", limit) for limit in ("1000", str(8 << 20))]
     links = [server.connect() for server in servers]
     for link in links:
@@ -127,7 +127,7 @@ def second_signal(server):
 
 
 def lost(server):
-    """The instrument misses one packet: the loss is said once, clients told, opened again by itself."""
+    """The instrument misses one packet: the loss is logged once, clients get errors, and the server opens it again."""
     link = server.connect()
     with Session(("127.0.0.1", server.ports["hislip"])) as session:
         eventually(lambda: "instrument lost" in server.log(), "the loss is noticed")

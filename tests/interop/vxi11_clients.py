@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""VXI-11 by clients that nobody here wrote, and by bad ones: vxi11_clients.py SCPI_ZLT
+"""VXI-11 by independent clients, and by bad ones: vxi11_clients.py SCPI_ZLT
 
 They find the server by port 111 of 127.0.0.1 alone. So all this runs in a network namespace of its own, where that port
 is free; /run is empty there, so that nothing registers with the port mapper of the machine. Where that is impossible,
@@ -289,7 +289,7 @@ def taken(server):
 
 
 def registration():
-    """With the port mapper that runs: an entry, which a killed server leaves behind and a new one replaces."""
+    """With a running port mapper: a killed server leaves its entry, and a new server replaces it."""
     rpcbind = shutil.which("rpcbind", path=os.environ["PATH"] + ":/sbin:/usr/sbin")
     if rpcbind is None:
         return "skipped: rpcbind is not installed"

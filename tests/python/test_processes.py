@@ -55,7 +55,7 @@ print("leaves")
 """
 NO_NUMPY = "import scpi_zlt, sys\nprint([name for name in ('numpy', 'pyvisa') if name in sys.modules])"
 
-# name: (program, variables, what it prints, exit status). ? stands for the folder of the installed libraries.
+# name: (program, variables, what it prints, exit status). ? is replaced by the folder of the installed libraries.
 CHILDREN = {
     "no library": (IMPORT, {"SCPI_ZLT_LIBRARY": "/nowhere/libscpi_zlt_client.so.2"},
                    "/nowhere/.*: cannot open shared object file.*\nSCPI_ZLT_LIBRARY has to name", 0),
@@ -88,7 +88,7 @@ def installed(tmp_path_factory):
         pytest.skip(f"not installed: {missing}")
     folder = tmp_path_factory.mktemp("installed")
     subprocess.run(["cmake", "--install", BUILD, "--prefix", folder], check=True, stdout=subprocess.DEVNULL)
-    # A provider that is there and knows no simulated generators.
+    # A provider without simulated generators.
     (folder / "other").mkdir()
     functions = ("OpenDefaultRM", "Open", "Close", "Clear", "Read", "Write", "GetAttribute", "SetAttribute")
     (folder / "other" / "provider.c").write_text("\n".join(f"long vi{name}(void) {{ return -1; }}" for name in functions))

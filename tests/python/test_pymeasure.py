@@ -7,7 +7,7 @@ from scpi_zlt import AnswerTimeout, QueuedError  # noqa: E402
 from scpi_zlt.pymeasure import MicrowaveGenerator  # noqa: E402
 from scpi_zlt.settings import INTEGER, LIST, NUMBER, SETTINGS, SWITCH, WORD  # noqa: E402
 
-# Read back otherwise than written: whole seconds on the link, centre and span that move each other, steps that count, a
+# Not read back as written: whole seconds on the link, centre and span that move each other, steps that count, a
 # period that is never below its width.
 OTHERWISE = {"sync_period", "pulse_period", "pulse_width", "frequency_center", "frequency_span", "power_center", "power_span",
              "step"}

@@ -1,4 +1,4 @@
-"""pyvisa.ResourceManager("@zlt"): the front is found, and what is said where it is not."""
+"""pyvisa.ResourceManager("@zlt"): the front is found, or the message says what is missing."""
 import os
 import re
 import subprocess

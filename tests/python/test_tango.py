@@ -42,7 +42,7 @@ def server(tmp_path_factory):
         device.set_timeout_millis(20000)
         return device
 
-    # It says that it is ready only where it finds a terminal, so it is asked.
+    # It prints that it is ready only on a terminal, so it is polled.
     deadline = time.monotonic() + 60
     while True:
         assert process.poll() is None and time.monotonic() < deadline, log.read_text()
@@ -63,7 +63,7 @@ def refused(call):
 
 
 def wait_for(device, state):
-    """The state is asked, not sent: each question takes 400 ms while a sweep runs."""
+    """The state is polled, not pushed: each poll takes 400 ms while a sweep runs."""
     deadline = time.monotonic() + 20
     while device.state() != state:
         assert time.monotonic() < deadline, device.status()

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Types a transcript at the tool, in an empty folder, and compares what a person would see, word for word.
+# Types a transcript at the tool, in an empty folder, and compares what a user would see, word for word.
 #
 # Usage: run_transcript.sh FOLDER_OF_THE_TOOL TRANSCRIPT
 # A line "$ command" is typed; up to the next one follow its output and its error stream, and "[exit N]" when it failed.
-# Of a page (.md) the blocks marked "console" are the transcript. Its port 5025 stands for one that is likely to be free, and
-# a server that is left behind is ended by the number in the file "pid".
+# Of a page (.md) the blocks marked "console" are the transcript. Its port 5025 is replaced by one that is likely to be free, and
+# a server that still runs at the end is killed by the number in the file "pid".
 set -uo pipefail
 transcript=$(realpath "$2")
 PATH=$(realpath "$1"):$PATH

@@ -1,4 +1,4 @@
-// The front as a program meets it that loads it by name.
+// The front, as seen by a program that loads it by name.
 #pragma once
 
 #include <array>

@@ -122,7 +122,7 @@ TEST_F(Front, FormatsMessages) {
   EXPECT_EQ(queryf(session, "*IDN?\n", "%t", text.data()), kSuccess);
   EXPECT_EQ(std::string(text.data()), "Sorvik,ZG-20E,000001\n");
   EXPECT_EQ(queryf(session, "*IDN?\n", "%[^,],", text.data()), kSuccess);
-  // Two settings of an answer's rest: read on, or forget it.
+  // The rest of an answer: read on, or dropped.
   EXPECT_EQ(library.Get<Printf>("viScanf")(session, "%[^,]", text.data()), kSuccess);
   EXPECT_EQ(std::string(text.data()), "ZG-20E");
   EXPECT_EQ(library.Call("viFlush", session, ViUInt16{1}), kSuccess);

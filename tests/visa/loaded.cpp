@@ -1,7 +1,7 @@
 // Ways to have the front in a program beside other libraries with functions of the same names.
 //
-// loaded [own] FILE...: asks a generator through each front, all at once; "own" stands for the one that the program is
-// linked to or that was preloaded. "sk" asks the library itself, whose calls of the provider may meet the front.
+// loaded [own] FILE...: asks a generator through each front, all at once; "own" is the one that the program is linked
+// to or that was preloaded. "sk" asks the library itself, whose calls of the provider may meet the front.
 #include <cstring>
 #include <vector>
 

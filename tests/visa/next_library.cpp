@@ -1,5 +1,5 @@
-// Another VISA library, for what the front hands on: one instrument, GPIB0::7::INSTR, that answers "next" and what was
-// written. Its handles are small numbers, as the front's are.
+// Another VISA library, for the calls that the front hands on: one instrument, GPIB0::7::INSTR, that answers "next" and
+// what was written. Its handles are small numbers, as the front's are.
 #include <array>
 #include <cstdio>
 #include <cstring>

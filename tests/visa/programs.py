@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Programs that nobody here wrote, unchanged, on the VISA library in front: pyvisa in three ways, a driver of pymeasure,
+"""Independent programs, unchanged, on the VISA library in front: pyvisa in three ways, a driver of pymeasure,
 labgrid. What works of the driver is compared with the table in docs/visa.md.
 
 Usage: programs.py LIBRARY PAGE [--write]. Prints a line per program. Those that are not installed are skipped with a line;
@@ -94,7 +94,7 @@ def without_provider():
     print("without a provider: ok")
 
 
-# A value for each property that can be set, as the driver's user would choose it.
+# A plausible value for each property that can be set.
 VALUES = {"power": -10, "frequency": 5e9, "start_frequency": 1e9, "center_frequency": 2e9, "stop_frequency": 3e9,
           "start_power": -20, "stop_power": -10, "dwell_time": 0.01, "step_points": 11, "amplitude_depth": 50,
           "amplitude_source": "internal", "pulse_source": "internal", "pulse_input": "square", "pulse_frequency": 1000,

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Debian's pyvisa, unchanged, on the VISA library in front.
 
-Usage: pyvisa_front.py LIBRARY. Fails at the first thing that is wrong. Exit status 77: pyvisa is not installed."""
+Usage: pyvisa_front.py LIBRARY. Fails at the first error. Exit status 77: pyvisa is not installed."""
 import sys
 import threading
 
@@ -131,7 +131,7 @@ def attributes(manager, generator):
 
 def errors(manager):
     fails(Status.error_resource_not_found, manager.open_resource, "GPIB0::7::INSTR")
-    # Nobody answers at all.
+    # The instrument does not answer at all.
     fails(Status.error_timeout, manager.open_resource, "SIM8::silent=1::INSTR::ZLT", open_timeout=300)
     fails(Status.error_invalid_object, manager.visalib.read, 999, 10)
     fails(Status.error_invalid_object, manager.visalib.read, manager.session, 10)

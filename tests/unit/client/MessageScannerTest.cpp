@@ -10,7 +10,7 @@ namespace {
 
 using Messages = std::vector<std::string>;
 
-/// What the library would take for the complete messages of a text; what it keeps waiting for comes last.
+/// The complete messages that the library would find in a text; the incomplete rest comes last.
 Messages CutByTheLibrary(const std::string& text) {
   CCharBuff ring;
   unsigned long count = 0;

@@ -15,7 +15,7 @@
 
 namespace datafiles_test {
 
-/// A folder that is gone with all it holds at the end of the test.
+/// A folder that is deleted with its contents at the end of the test.
 class Folder {
  public:
   Folder() { m_path = mkdtemp(m_name); }
@@ -36,7 +36,7 @@ inline std::string ReadBytes(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// Rows in braces, numbers as short as they read back.
+/// Rows in braces, each number with the fewest digits that read back the same.
 inline std::string Text(const ICustomMatrix<double>& matrix) {
   std::string text;
   for (unsigned int row = 0; row < matrix.Rows(); ++row) {

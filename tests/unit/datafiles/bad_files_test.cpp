@@ -1,4 +1,4 @@
-// Files that are no files, text of any size, and every locale a process may be in.
+// Files that cannot be read or written, text of any size, and every locale a process may be in.
 #include <clocale>
 #include <gtest/gtest.h>
 #include <locale>

@@ -204,9 +204,9 @@ TEST(Matrix, ReadsNothingIntoOtherSizesOrWithoutMatrix) {
   EXPECT_EQ(LoadCustomMatrixFromFile(&matrix, ragged, nullptr, kMatrixPlain, false), -3);
   EXPECT_EQ(Text(matrix), "{7,8}");
   // Counting begins at the stream's position, storing at its start.
-  std::wistringstream behind(L"1 2 3\n4 5\n6 7\n");
-  behind.seekg(6);
-  EXPECT_EQ(LoadCustomMatrixFromFile(&matrix, behind, nullptr, kMatrixPlain, false), 0);
+  std::wistringstream after_row(L"1 2 3\n4 5\n6 7\n");
+  after_row.seekg(6);
+  EXPECT_EQ(LoadCustomMatrixFromFile(&matrix, after_row, nullptr, kMatrixPlain, false), 0);
   EXPECT_EQ(Text(matrix), "{1,2}{4,5}");
   CSimpleMatrix copy = MakeMatrix({{7, 8}});
   EXPECT_EQ(CopyCustomMatrix(&matrix, &copy), 0);

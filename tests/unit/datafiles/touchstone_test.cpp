@@ -121,7 +121,7 @@ TEST(Touchstone, WordsOfAnEarlierLoadHold) {
   WriteBytes(folder / "db", "# HZ S DB R 50\n");
   EXPECT_EQ(wrapper.Load((folder / "db").wstring().c_str(), nullptr, nullptr, nullptr), -5);
   EXPECT_TRUE(wrapper.ChangeMatrix(nullptr));
-  EXPECT_EQ(Text(matrix), "{1000,20,0,6}");  // the words of a file without rows are not taken over
+  EXPECT_EQ(Text(matrix), "{1000,20,0,6}");  // the option line of a file without rows is not taken over
   WriteBytes(folder / "db", "# HZ S DB R 50\n1 2 3\n");
   EXPECT_EQ(wrapper.Load((folder / "db").wstring().c_str(), nullptr, nullptr, nullptr), 0);
   matrix = MakeMatrix({{1, 20, 0, 20}});
@@ -236,7 +236,7 @@ TEST(Touchstone, SaveLoadSaveGivesTheSameBytes) {
     ASSERT_EQ(SaveTouchstone(name.c_str(), &matrix, nullptr, &noise, format), 0);
     ASSERT_EQ(Rows(ReadBytes(folder / "n.x")), bytes);
   }
-  // What does not come back: decibels near 0, and a pair that is zero.
+  // Not read back exactly: decibels near 0, and a pair that is zero.
   WriteBytes(folder / "n.x", "# Hz S DB\n1 -7.16936649342e-05 30\n");
   CSimpleMatrix matrix;
   ASSERT_EQ(LoadTouchstone(name.c_str(), &matrix, nullptr, nullptr, nullptr), 0);

@@ -76,7 +76,7 @@ TEST(CharBuff, GoesRoundItsEnd) {
   CCharBuff ring;
   std::string message(50021, 'a');
   message.back() = '\n';
-  for (int round = 0; round < 16; ++round) {  // five times round, each time at another place
+  for (int round = 0; round < 16; ++round) {  // five times round the ring, each time from another place
     message[static_cast<std::size_t>(round) * 3000] = 'b';
     ASSERT_EQ(Write(ring, message), message.size());
     ASSERT_TRUE(ring.CommandComplete());

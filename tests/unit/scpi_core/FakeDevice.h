@@ -31,7 +31,7 @@ struct World {
   std::atomic<int> sets{0};
   std::atomic<int> errors{0};
   std::atomic<int> last_error{0};
-  std::atomic<bool> stopped{false};  ///< a held message or open was let out by a stop
+  std::atomic<bool> stopped{false};  ///< a stop released a held message or open
   neosmart::neosmart_event_t entered = neosmart::CreateEvent(false, false);
   neosmart::neosmart_event_t release = neosmart::CreateEvent(false, false);
 

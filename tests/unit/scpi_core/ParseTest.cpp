@@ -176,7 +176,7 @@ TEST(Parse, RefusalRunsTheHandlerAgainInACompoundMessage) {
   EXPECT_EQ(talk("FREQ 9\n"), "|FREQ(9)|-222");
   EXPECT_EQ(talk("FREQ 9;\n"), "|FREQ(9) FREQ(9,9)|-222");
   EXPECT_EQ(talk("*IDN?;LIST:FREQ 1,2\n"), "<IDN>;|IDN?() LFREQ(1,2) LFREQ(1,2,1,2)|-222");
-  // The second attempt speaks: where it finds no row, the handler's refusal is forgotten.
+  // The second attempt decides: where it finds no row, the handler's refusal is dropped.
   EXPECT_EQ(talk("FREQ:STAR?;STOP 9\n"), "<STAR>;|STAR?() STOP(9)|-113");
   EXPECT_EQ(talk("FREQ:STAR?;:FREQ:STOP 9\n"), "<STAR>;|STAR?() STOP(9)|-222");
   talk.refusal = -365;  // the time-out of a waiting operation ends the message without a word
@@ -188,7 +188,7 @@ TEST(Parse, ErrorInfoSpeaksFirst) {
   talk.detail = {-310, "System error"};
   EXPECT_EQ(talk("*CLS\n"), "|CLS()|-310System error");
   EXPECT_EQ(talk("FREQ?\n"), "<FREQ>$|FREQ?()|-310System error");
-  talk.refusal = -365;  // no silence when something else is known
+  talk.refusal = -365;  // not silent when there is another error
   EXPECT_EQ(talk("*CLS\n"), "|CLS()|-310System error");
   talk.detail = {};
   EXPECT_EQ(talk("FREQ 1;*CLS\n"), "|FREQ(1) FREQ(1,1)|");
@@ -197,7 +197,7 @@ TEST(Parse, ErrorInfoSpeaksFirst) {
 TEST(Parse, RowsThatTheRealTreeLacks) {
   Check({
       {"TWIN CW\n", "|TWIN(w0)|"},
-      {"TWIN 5\n", "|TWIN(5)|"},  // what the first row leaves does not stop the second
+      {"TWIN 5\n", "|TWIN(5)|"},  // an error of the first row does not stop the second
       {"TWIN 5XX\n", "||-138"},
       {"MARK:PEAK 5\n", "|MARK(1,0,5)|"},
       {"MARK2:PEAK3 5\n", "|MARK(2,3,5)|"},

@@ -191,7 +191,7 @@ TEST_F(Session, AnotherTerminationCharacterNeverEndsAResponse) {
   Open();
   const std::int32_t semicolon = ';';
   ASSERT_EQ(Buffer().Device().SetAttribute(VI_ATTR_TERMCHAR, reinterpret_cast<unsigned long>(&semicolon)), VI_SUCCESS);
-  WriteHold("*IDN?\nHOLD\n");  // once the second runs, the first is through
+  WriteHold("*IDN?\nHOLD\n");  // once the second runs, the first is done
   auto never = ReadInThread();
   test::AwaitTimedWaiters(1);
   test::Advance(1000);
@@ -311,7 +311,7 @@ TEST_F(Session, OpensByStatusAndLeavesNothingBehind) {
 TEST_F(Session, RefusesWithoutAManagerOrMemory) {
   TheWorld().no_memory = true;
   EXPECT_EQ(OpenSession("SOMEWHERE::ZLT", 10000, &id), VI_ERROR_SYSTEM_ERROR);
-  DeleteResManager();  // goes, so nothing counts as alive
+  DeleteResManager();  // deleted, so nothing counts as alive
   EXPECT_EQ(OpenSession("SOMEWHERE::ZLT", 10000, &id), VI_ERROR_INV_OBJECT);
   EXPECT_EQ(CScpiResManager::CloseSession(1), VI_ERROR_INV_OBJECT);
   EXPECT_FALSE(SessionUse(1));
@@ -346,8 +346,8 @@ TEST_F(Session, ClosingLetsReadersOut) {
   id = 0;
 }
 
-/// As many answers as reads: none may come back with nothing because the other reader is just taking its own. The ring
-/// looks for a long while for the end of the second answer then.
+/// As many answers as reads: no read may return nothing because the other reader is just taking its own answer. The
+/// ring then takes long to find the end of the second answer.
 TEST_F(Session, ReadersShareWholeAnswers) {
   Open();
   std::barrier start(2);

@@ -99,7 +99,7 @@ TEST(Tokeniser, ChannelsMeetInTheMiddle) {
   EXPECT_EQ(length, 81);  // twenty characters at most come off
 }
 
-// The scans once more, a character at a time and without any short cut: what the fast ones are compared with.
+// The same scans a character at a time, without short cuts: the reference for the fast ones.
 struct Literal {
   const std::string& text;
 

@@ -1,5 +1,5 @@
-// Replaces the event loop, the network and the library's session below a door and the broker: all of it runs
-// when a test says so.
+// Replaces the event loop, the network and the library's session below a door and the broker: each runs only when
+// the test says so.
 #pragma once
 
 #include <cstdint>
@@ -73,7 +73,7 @@ class KeptWire : public server::Wire {
   const std::string m_peer = "test";
 };
 
-/// The one session of the library, as the test plays it (ScriptedWorker.cpp has server::Worker's functions).
+/// The library's one session, played by the test (ScriptedWorker.cpp has server::Worker's functions).
 struct ScriptedSession {
   struct Job {
     std::uint64_t id = 0;

@@ -1,4 +1,4 @@
-// The wire form of HiSLIP: what a reader makes of bytes that come in any pieces, and of lengths that lie.
+// The wire form of HiSLIP: messages cut anywhere, and wrong lengths.
 #include <gtest/gtest.h>
 #include <string>
 

@@ -1,5 +1,4 @@
-// Sessions of HiSLIP without a socket, over the real broker: each row is played step by step, and what happened stands
-// beside it.
+// Sessions of HiSLIP without a socket, over the real broker: each row lists steps and what they must cause.
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
@@ -70,7 +69,7 @@ class Play {
     server_test::KeptWire wire;
     std::unique_ptr<server::Connection> connection;
     Reader reader{4096};
-    bool took = false;  ///< something since it was told last that all has been taken
+    bool took = false;  ///< data since the last Drained
     bool hung_up = false;
   };
   struct Client {
@@ -180,23 +179,23 @@ TEST(Hislip, SessionsFollowTheRules) {
        "[A?~] [B?;C] a<14/0/6 a:13/0/6 a:7/0/6(2~)"},
       {"in pieces of the client's size", "a<size,0,0,20 a:end,0,2,A? =123456~",
        "a<16/0 [A?] a:6/0/2(1234) a:7/0/2(56~)"},
-      {"MAV from the answer to its delivery; not behind a later message",
+      {"MAV from the answer to its delivery; not after a later message",
        "a<stb a:end,0,2,A? =1~ a<stb,0,2 a<stb,0,4 a<stb,0,8 a<stb,1,2 a<stb,0,2",
        "a<22/4 [A?] a:7/0/2(1~) a<22/20 a<22/20 a<22/4 a<22/4 a<22/4"},
       {"MAV goes with a message that says it has been delivered",
        "a:end,0,2,A? =1~ a:end,1,4,B a<stb,0,4 =", "[A?] a:7/0/2(1~) [B] a<22/0"},
-      {"an answer behind a further message is interrupted, first on the asynchronous channel",
+      {"an answer that comes after a further message is interrupted, first on the asynchronous channel",
        "a:end,0,2,A? a:end,0,4,B? =1~ =2~", "[A?] [B?] a<14/0/4 a:13/0/4 a:7/0/4(2~)"},
-      {"settings are not", "a:end,0,2,A a:end,0,4,B? = =2~", "[A] [B?] a:7/0/4(2~)"},
+      {"settings are not interrupted", "a:end,0,2,A a:end,0,4,B? = =2~", "[A] [B?] a:7/0/4(2~)"},
       {"a device clear drops what waits and what comes, and starts afresh",
        "a:end,0,2,A? a:end,0,4,B? a:data,0,6,C a<clear =1~ a:end,0,8,D? a:cleared a:end,0,2,E? =5~ a<stb,0,2",
        "[A?] a<23/0 a:9/0 [E?] a:7/0/2(5~) a<22/20"},
-      {"and ends in a fatal error if the client does not go on", "a<clear +29999 +1", "a<23/0 a:2/0 a<2/0 a:. a<."},
+      {"a device clear that is not completed ends in a fatal error", "a<clear +29999 +1", "a<23/0 a:2/0 a<2/0 a:. a<."},
       {"completed out of turn", "a:cleared", "a:3/0"},
       {"locks: one wait, answered by the release, by time, or by a clear",
        "a<lock,1 b<lock,1,50 b<lock,1,50 a<lock,0,2 b<lock,0,2 a<lock,1 b<lock,1,50 +50 b<lock,1,50 b<clear",
        "a<5/1 b<5/3 a<5/1 b<5/1 b<5/1 a<5/1 b<5/0 b<5/0 b<23/0"},
-      {"who is locked out waits, and its status query does not", "a<lock,1 b:end,0,2,A? b<stb,0,2 a<lock,0,0 =1~",
+      {"a locked-out client waits, but its status query does not", "a<lock,1 b:end,0,2,A? b<stb,0,2 a<lock,0,0 =1~",
        "a<5/1 b<22/4 [A?] a<5/1 b:7/0/2(1~)"},
       {"shared with a key, and the count of holders",
        "a<lock,1,0,k b<lock,1,0,k b<lock,1,0,l a<lock,1 a<info a<lock,0 b<info",
@@ -204,13 +203,13 @@ TEST(Hislip, SessionsFollowTheRules) {
       {"a release waits for its message, two seconds if that never comes",
        "a<lock,1 a:end,0,2,A? a<lock,0,2 a<lock,0,2 =1~ a<lock,1 a<lock,0,4 +1999 +1",
        "a<5/1 [A?] a<5/3 a:7/0/2(1~) a<5/1 a<5/1 a<5/1"},
-      {"locks go with a connection, and what has not started", "a<lock,1 b<lock,1,50 a:end,0,2,A? a:end,0,4,B? a! =1~",
-       "a<5/1 [A?] b<5/1 a<."},
+      {"a lost connection drops locks and messages not yet started",
+       "a<lock,1 b<lock,1,50 a:end,0,2,A? a:end,0,4,B? a! =1~", "a<5/1 [A?] b<5/1 a<."},
       {"a trigger has an id", "a:trigger,0,2 = a<stb,0,2", "[:INIT] a<22/4"},
       {"errors, and on which channel",
        "a:unknown a<unknown a:vendor a<vendor a:stb a<end a<remote,7 a<remote,6 a<lock,2 a:error a<error",
        "a:3/1 a<3/1 a:3/3 a<3/3 a:3/1 a<3/1 a<3/2 a<11/0 a<3/2"},
-      {"too large for the reader, for the instrument, and the message behind",
+      {"too large for the reader, for the instrument, and the message after",
        "a:end,0,2,12345678901234567890123456789012345678901 a:data,0,4,1234567890123456789012345678901234567890 "
        "a:end,0,6,1~A? "
        "=1~",

@@ -13,7 +13,7 @@ char Letter(LockTable::Request result) {
 }
 
 /// Plays steps such as "1x" (client 1 asks for the exclusive lock), "2a" (client 2 for the shared one of key a),
-/// "1-" (gives one up), "1!" (is gone), and writes what each led to.
+/// "1-" (releases one), "1!" (disconnects), and writes the result of each.
 std::string Play(LockTable& table, const std::string& steps) {
   std::istringstream words(steps);
   std::string results;
@@ -51,7 +51,7 @@ TEST(LockTable, FollowsTheTableOfTheStandard) {
       {"shared, joined, refused by key, asked again", "1a 2a 3b 1a", "ggwh", "12", false, 2},
       {"shared, released by one and by the last", "1a 2a 1- 3- 2-", "ggs-s", "123", false, 0},
       {"both, asked for everything", "1a 2a 1x 1x 2x 3x 1a 2a 3b", "ggghwwhhw", "1", true, 2},
-      {"both, joined behind the exclusive lock", "1a 1x 3a", "ggg", "1", true, 2},
+      {"both, joined after the exclusive lock", "1a 1x 3a", "ggg", "1", true, 2},
       {"both, exclusive one given up first", "1a 2a 1x 1- 1-", "gggxs", "2", false, 1},
       {"both, the other holder leaves", "1a 2a 1x 2- 3-", "gggs-", "1", true, 1},
       {"another key when nobody shares any more", "1a 1- 2b", "gsg", "2", false, 1},

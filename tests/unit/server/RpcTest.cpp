@@ -84,7 +84,7 @@ TEST(PortMapper, AnswersByTheTable) {
   }
 }
 
-/// Answers when the test says so.
+/// A connection whose calls are answered when the test says so.
 class Slow : public server::RpcConnection {
  public:
   using RpcConnection::Answer;
@@ -163,7 +163,7 @@ TEST_F(RpcConnections, EndForWhatIsNoCall) {
     peer.Receive(text);
     EXPECT_TRUE(peer.Wire().closed);
     peer.Call(0, "");
-    EXPECT_EQ(m_door.connection->calls, 0) << "nothing behind it is looked at";
+    EXPECT_EQ(m_door.connection->calls, 0) << "nothing after it is looked at";
   }
 }
 

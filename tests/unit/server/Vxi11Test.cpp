@@ -1,5 +1,5 @@
-// The calls of VXI-11 without a socket, over the real broker: each row is played step by step, and what happened stands
-// beside it. Calls are coded here by hand, from the standard's tables.
+// The calls of VXI-11 without a socket, over the real broker: each row lists steps and what they must cause. Calls are
+// encoded here by hand, from the standard's tables.
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <map>
@@ -54,7 +54,7 @@ class Play {
       try {
         Do(step);
       } catch (const std::exception& error) {
-        ADD_FAILURE() << "step " << step << " behind \"" << m_seen << "\": " << error.what();
+        ADD_FAILURE() << "step " << step << " after \"" << m_seen << "\": " << error.what();
         return;
       }
       if (!at_once) m_loop.Settle();
@@ -176,17 +176,17 @@ TEST(Vxi11, CallsFollowTheRules) {
       {"a message above the limit is dropped, the next write begins another one",
        "a:link a:write,1,0,123456789012345678901234567890 a:write,1,8,12345678901 a:write,1,8,X",
        "a:0/1/1024 a:0/30 a:5/0 [X] a:0/1"},
-      {"nothing written is nothing done", "a:link a:write,1,0,AB a:write,1,8, a:write,1,8,C",
+      {"an empty write does nothing", "a:link a:write,1,0,AB a:write,1,8, a:write,1,8,C",
        "a:0/1/1024 a:0/2 a:0/0 [ABC] a:0/1"},
       {"an answer in pieces, by count, by character, by both, to its end",
        "a:link a:write,1,8,A? =12;45~ a:read,1,0,0 a:read,1,0,1 a:read,1,128,9,; a:read,1,128,1,4 a:read,1,128,9,; "
        "a:read,1,0,9 +100",
        "a:0/1/1024 [A?] a:0/2 a:0/1() a:0/1(1) a:0/2(2;) a:0/3(4) a:0/4(5~) a:15/0()"},
-      {"who waits for more than one reason gets them all", "a:link a:write,1,8,A? =1~ a:read,1,128,2,~ a:write,1,8,A?",
+      {"a read that ends for two reasons reports both", "a:link a:write,1,8,A? =1~ a:read,1,128,2,~ a:write,1,8,A?",
        "a:0/1/1024 [A?] a:0/2 a:0/7(1~) [A?] a:0/2"},
       {"a read that has timed out finds the answer later", "a:link a:write,1,8,A? a:read,1,0,9 +100 =1~ a:read,1,0,9",
        "a:0/1/1024 [A?] a:0/2 a:15/0() a:0/4(1~)"},
-      {"but no later message finds it, read or unread",
+      {"but not after another message, come or still to come",
        "a:link a:write,1,8,A? a:read,1,0,9 +100 a:write,1,8,B? =1~ =2~ a:write,1,8,C? =3~ a:read,1,0,9",
        "a:0/1/1024 [A?] a:0/2 a:15/0() a:0/2 [B?] [C?] a:0/2 a:0/4(3~)"},
       {"a setting has no answer", "a:link a:write,1,8,A = a:read,1,0,9 +99 +1", "a:0/1/1024 [A] a:0/1 a:15/0()"},
@@ -205,27 +205,27 @@ TEST(Vxi11, CallsFollowTheRules) {
        "a:link b:link a:lock,1 b:write,2,8,X b:read,2,0,9 b:stb,2 b:trigger,2 b:clear,2 b:remote,2 b:docmd,2 b:lock,2 "
        "b:write,2,9,Y +49 +1 a:write,1,8,Z",
        "a:0/1/1024 b:0/2/1024 a:0 b:11/0 b:11/0() b:11/0 b:11 b:11 b:11 b:11 b:11 b:11/0 [Z] a:0/1"},
-      {"until it is given up", "a:link b:link a:lock,1 a:lock,1 b:write,2,9,X a:unlock,1 a:unlock,1 b:unlock,2",
+      {"until it is released", "a:link b:link a:lock,1 a:lock,1 b:write,2,9,X a:unlock,1 a:unlock,1 b:unlock,2",
        "a:0/1/1024 b:0/2/1024 a:0 a:11 a:0 [X] b:0/1 a:12 b:12"},
       {"a lock goes with its link, and with its connection",
        "a:link,0,1 b:link b:lock,2,1 a:destroy,1 c:link c:lock,3,1 b! d:link,0,1 +50 d:link,0,0",
        "a:0/1/1024 b:0/2/1024 a:0 b:0 c:0/3/1024 c:0 d:11/0/0 d:0/5/1024"},
       {"a destroyed link has its messages carried out", "a:link a:write,1,8,A~B~C~ a:destroy,1 = = = a:stb,1",
        "a:0/1/1024 [A~] a:0/6 [B~] [C~] a:0 a:4/0"},
-      {"for four seconds", "a:link a:write,1,8,A~B~C~ a:destroy,1 +4000 = b:link",
+      {"for at most four seconds", "a:link a:write,1,8,A~B~C~ a:destroy,1 +4000 = b:link",
        "a:0/1/1024 [A~] a:0/6 a:0 b:0/2/1024"},
-      {"a client that is gone: what has not started never does", "a:link a:write,1,8,A~B~C~ a! = b:link b:write,2,8,D",
-       "a:0/1/1024 [A~] a:0/6 b:0/2/1024 [D] b:0/1"},
+      {"a client disconnects: messages not yet started are dropped",
+       "a:link a:write,1,8,A~B~C~ a! = b:link b:write,2,8,D", "a:0/1/1024 [A~] a:0/6 b:0/2/1024 [D] b:0/1"},
       {"abort is answered first, then the call that it ends",
        "a:link a:write,1,8,A? a:read,1,0,9 x:abort,1 =1~ a:read,1,0,9 x:abort,1 x:abort,5",
        "a:0/1/1024 [A?] a:0/2 x:0 a:23/0() a:0/4(1~) x:0 x:4"},
-      {"it ends waits for locks, and not a destroy_link",
+      {"abort ends waits for locks, but not a destroy_link",
        "a:link,0,1 b:link b:lock,2,1 x:abort,2 b:read,2,1,9 x:abort,2 a:unlock,1 b:write,2,8,A b:destroy,2 x:abort,2 =",
        "a:0/1/1024 b:0/2/1024 x:0 b:23 x:0 b:23/0() a:0 [A] b:0/1 x:0 b:0"},
-      {"a lock that is granted to a call in the moment of its abort is given up",
+      {"a lock granted to a call just as it is aborted is released",
        "a:link,0,1 b:link b:lock,2,1 a:unlock,1& x:abort,2 c:link c:lock,3",
        "a:0/1/1024 b:0/2/1024 a:0 x:0 b:23 c:0/3/1024 c:0"},
-      {"calls of one connection wait for each other, another one's does not",
+      {"calls on one connection wait for each other, those on another do not",
        "a:link b:link a:write,1,8,A? a:read,1,0,9 a:read,1,0,9 b:stb,2 =1~ +100",
        "a:0/1/1024 b:0/2/1024 [A?] a:0/2 b:0/0 a:0/4(1~) a:15/0()"},
       {"the instrument is lost under a message, then known to be",

@@ -1,4 +1,4 @@
-// The model: exact bytes for each form, then whole start-up dialogues and what is held afterwards, in words.
+// The model: exact bytes for each form, then whole start-up dialogues and the state after them, in words.
 #include <gtest/gtest.h>
 
 #include "simulator/GeneratorModel.h"
@@ -96,7 +96,7 @@ TEST(GeneratorModel, AnswersByteByByte) {
       {"unknown command", "", "AA55 0700 0080 0400 0120 0000 0000 0000 0300 0100",
        "AA55 0700 0180 0000 0120 0000 0000 0000"},
       {"swapped signature", "", "55AA 0100 0080 0000 0000 0000 0000 0000", "AA55 0100 0E80 0000 0000 0000 0000 0000"},
-      {"length that lies", "", "AA55 0300 0080 0600 0120 0000 0000 0000 0300 0100",
+      {"wrong length", "", "AA55 0300 0080 0600 0120 0000 0000 0000 0300 0100",
        "AA55 0300 0D80 0000 0120 0000 0000 0000"},
       {"set without a parameter", "", "AA55 0300 0080 0000 0000 0000 0000 0000",
        "AA55 0300 0480 0000 0000 0000 0000 0000"},
@@ -255,7 +255,7 @@ TEST(GeneratorModel, AnswersInEveryFormWhatItHolds) {
   for (const Dialogue& dialogue : dialogues) Hold(dialogue);
 }
 
-/// Whatever bytes come, there is one sound reply and the process lives.
+/// Any bytes get one well-formed reply, and nothing crashes.
 TEST(GeneratorModel, AnswersRubbish) {
   const char* const keys[] = {"", "fw=g3", "fw=middle", "fw=oldest,body=none"};
   std::uint32_t random = 12345;

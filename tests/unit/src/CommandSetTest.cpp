@@ -1,5 +1,5 @@
 // Every command of the reference, as query and as set form, in long, short and mixed case, with and without the nodes
-// that may be left out; and back: every header of the tree that the parser walks is in the reference.
+// that may be left out. And the reverse: every header in the parser's tree is in the reference.
 #include <algorithm>
 #include <cctype>
 #include <cstring>
@@ -34,7 +34,7 @@ bool SaysForm(const SCommandRow& row, EForms form) {
   return std::strstr(exception, form == kQueryForm ? "query" : "set") != nullptr;
 }
 
-/// The parameter of a set form: the example's, or else the first word that the command takes.
+/// The parameter of a set form: that of the example, or else the first keyword.
 std::string ParameterOf(const SCommandRow& row) {
   if (row.parameter == nullptr) return "";
   const std::string example = SentenceOf(row).example;
@@ -60,7 +60,7 @@ bool IsUndefined(Generator& generator, std::string message) {
   return !generator.errors.empty() && generator.errors.front() == -113;
 }
 
-/// All ways to leave bracketed nodes out.
+/// Every way to leave out bracketed nodes.
 std::vector<std::string> WithAndWithout(const std::string& header) {
   const std::size_t open = header.find('[');
   if (open == std::string::npos) return {header};

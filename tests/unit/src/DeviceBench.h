@@ -1,5 +1,5 @@
-// A generator model over a scripted provider: an instrument given as a table of request lines and replies, which takes
-// everything that no row is about. No interpreter thread runs; a test that needs one starts it with a body of its own.
+// A generator model over a scripted provider: an instrument given as a table of request lines and replies, which
+// accepts everything without a row. No interpreter thread runs; a test that needs one starts it with a body of its own.
 #pragma once
 
 #include <functional>

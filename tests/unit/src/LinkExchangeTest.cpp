@@ -46,7 +46,7 @@ const std::string kWithValue = "R16:16/0 R4:4/0 ";
 /// The probe that nobody answers, with the clears that end it.
 const std::string kSilentProbe = kProbe + "R16x21 C C ";
 
-/// What an exchange leaves behind: result, Status, and whether the link is lost.
+/// The outcome of an exchange: result, Status, and whether the link is lost.
 std::string Outcome(long result, const CDevCommand& packet, bool connected) {
   return test::StatusName(result) + " " + std::to_string(packet.Status()) + (connected ? "" : " lost");
 }
@@ -60,7 +60,7 @@ TEST(RecvFromDeviceTest, JoinsSlicesAndEndsAsTold) {
     const char* name;
     std::string trace;  // its reads with bytes are what the provider delivers
     const char* outcome;
-    double value;  // 1 is the request's, -1 stands for none
+    double value;  // 1: the request's; -1: none
     Bytes reply = kDone;
     long clear_status = 0;
     bool cancel = false;
@@ -110,7 +110,7 @@ TEST(RecvFromDeviceTest, JoinsSlicesAndEndsAsTold) {
   }
 }
 
-/// A stop request that comes up at a time, or with the number of requests sent.
+/// A stop request raised after a time or after a number of requests.
 struct Stop {
   std::int64_t after_ms = -1;
   std::size_t after_writes = SIZE_MAX;

@@ -1,4 +1,4 @@
-// What no transcript can show: operations that answer through their arguments, replies in another format than the
+// What no transcript can show: operations that return through their arguments, replies in a format other than the
 // request's, states that no message sets.
 #include <gtest/gtest.h>
 #include <vector>

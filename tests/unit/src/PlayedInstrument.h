@@ -1,8 +1,8 @@
 // A generator model over an instrument of one of three firmware generations, opened by its own start-up probing.
 // Messages and replies come from a transcript (transcripts/README.md); everything that goes out is kept as text.
 //
-// The run thread is played: it polls nothing, so that "(stops the run)" and "(starts a run)" stand in the log at the
-// places where they fall.
+// The run thread is played: it polls nothing, so that "(stops the run)" and "(starts a run)" appear in the log where
+// they happen.
 #pragma once
 
 #include <cstdint>
@@ -46,7 +46,7 @@ class PlayedInstrument {
   /// `generation` of RF output; below 0: that of the firmware.
   explicit PlayedInstrument(Firmware firmware, int generation = -1);
 
-  /// The next packets are answered so, in order; what comes after them is taken unchanged.
+  /// Answers of the next packets, in order. Later packets are taken unchanged.
   void Answers(std::deque<Reply> replies);
   /// Writes a message. Returns its response, without line ends, and the entries that it left in the error queue.
   std::string Say(std::string message, std::vector<std::string>& errors);

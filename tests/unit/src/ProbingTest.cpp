@@ -13,7 +13,7 @@ const Strings kFirst = {"RESET", "GET P_FILE 4.0 [0, 64000] \\fram\\type.txt",
                         "RESET", "GET P_FILE 4.0 [0, 64000] \\fram\\serial.txt",
                         "RESET", "SET P_MODE 2.0 [1]"};
 
-/// What instruments of three ages are sent from open to end, and what is learnt of them.
+/// What instruments of three generations are sent at start-up, and what is learnt about them.
 TEST(Probing, InstrumentsOfAllAges) {
   const std::string kSync = "P_SYNC_OUT 1.0 [0, 0, 0, 0, 0, 0, 0, 0, 0, 0]";
   const std::string kSyncSet = "SET P_SYNC_OUT 1.0 [0, 0, 10, 0, 0, 0, 0, 0, 0, 0]";
@@ -169,7 +169,7 @@ TEST(Probing, RFOutForms) {
 
 TEST(Probing, RFOutDeadEndSendsNothingMore) {
   test::OpenBench bench;
-  // A reply whose head refuses and whose body does not come.
+  // A refusal without its body.
   bench.provider.Respond([&](std::span<const unsigned char> request) {
     if (request[8] == 8) {
       test::Bytes head = test::Answer(request, Status16(0x8003));

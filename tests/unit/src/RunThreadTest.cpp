@@ -169,7 +169,7 @@ class WaitingRun : public testing::Test {
 
 TEST_F(WaitingRun, StatusByteAnswersFromTheCopy) {
   EXPECT_EQ(bench.device.SCPI_STB(), 0);
-  // No poll has been answered yet, so there is no lock that is known of.
+  // No poll has been answered yet, so no lock is known.
   EXPECT_EQ(bench.device.TakeResponse(), "00000100");
   int events = 0;
   EXPECT_EQ(bench.device.SCPI_ESR(events), 0);
@@ -187,7 +187,7 @@ TEST_F(WaitingRun, AnotherExchangeMakesItGiveUp) {
   EXPECT_TRUE(bench.device.IsSweeping());
   bool state = true;
   EXPECT_EQ(bench.device.GetLevelState(state), 0);
-  EXPECT_FALSE(state);  // as it was: a cancelled poll says nothing
+  EXPECT_FALSE(state);  // unchanged: a cancelled poll reports nothing
   EXPECT_EQ(bench.device.SCPI_STB(), 0);
   EXPECT_EQ(bench.provider.TakeLines(), (Strings{"RUN", "RESET", "GET P_RF_BUTTON 2.0 [0]", "GET P_RF_BUTTON 2.0 [0]",
                                                  "GET P_FREQUENCY 4.0 [0, 0, 0]"}));
@@ -234,7 +234,7 @@ TEST(RunThread, TimeOutFollowsTheSettings) {
       {"lists that wait for their modes", [](CDevice& d) { d.SetFreqList(list), d.SetPwrList(list); }, 4},
       {"frequency list", [](CDevice& d) { d.SetFreqList(list), d.SetFreqMode(kModeList); }, 7},
       {"power list", [](CDevice& d) { d.SetPwrList(list), d.SetPwrMode(kModeList); }, 7},
-      // A range that goes out with its mode leaves the time-out of the list; what comes after it does not.
+      // A range sent with its mode keeps the time-out of the list; later packets do not.
       {"sweep after a list", SweepAfterAList, 7},
       {"range", [](CDevice& d) { SweepAfterAList(d), d.HW_SendFrequencyRange(); }, 4},
       {"CW", [](CDevice& d) { SweepAfterAList(d), d.SetFreqMode(kModeFixed); }, 4},

@@ -47,7 +47,7 @@ double ValueAt(std::span<const unsigned char> bytes, std::size_t at, std::size_t
   return std::ldexp(static_cast<double>(integer), -8 * fraction);
 }
 
-/// The number in full: no packet that differs has the same text.
+/// The number in full: packets that differ never have the same text.
 std::string Digits(double value) {
   char digits[32];
   const bool is_whole = value == std::floor(value) && std::fabs(value) < 1e15;

@@ -48,7 +48,7 @@ class ScriptedProvider {
   ScriptedProvider(const ScriptedProvider&) = delete;
   ScriptedProvider& operator=(const ScriptedProvider&) = delete;
 
-  /// The next reads, in order. When they are used up, the responder answers; without one nothing does.
+  /// The next reads, in order. When they are used up, the responder answers, if there is one.
   void QueueRead(Bytes bytes, long status = 0) { m_script.push_back({std::move(bytes), status}); }
   /// Queues the reads of a trace that have bytes ("R16:10/TMO"), with the bytes of `reply` in order.
   void QueueReadsOf(const std::string& trace, const Bytes& reply);

@@ -155,7 +155,7 @@ bool IsPacket(const std::string& line) {
                              [&](const std::string& command) { return line.starts_with(command); });
 }
 
-/// What a step causes, as the lines under it. The replies are those of the lines that are expected there.
+/// What a step causes, as the lines under it. Replies are taken from the lines expected there.
 Lines Play(const Step& step, test::PlayedInstrument& instrument, bool with_bytes) {
   std::deque<test::Reply> replies;
   std::deque<std::string> marks;
@@ -211,7 +211,7 @@ std::string At(const Transcript& transcript, int line) {
   return transcript.path + ":" + std::to_string(line) + ": ";
 }
 
-/// Tells the first line that differs; true when none does.
+/// Prints the first line that differs; true when none does.
 bool Compare(const Transcript& transcript, const Block& block, const Step& step, const Lines& seen) {
   if (seen == step.expected) return true;
   const auto [expected, got] = std::ranges::mismatch(step.expected, seen);
@@ -222,7 +222,7 @@ bool Compare(const Transcript& transcript, const Block& block, const Step& step,
   return false;
 }
 
-/// True when the block went as it is written. With `renew` its steps become what was seen.
+/// True when the block did what it says. With `renew` its lines become what was seen.
 bool RunBlock(const Transcript& transcript, Block& block, bool renew) {
   test::PlayedInstrument instrument(block.firmware, block.generation);
   PlayBase(transcript, block, instrument);

@@ -54,7 +54,7 @@ TEST(Results, Doubles) {
   for (const auto& c : cases) EXPECT_EQ(ConvertDouble(c.value), c.expected);
 }
 
-// The quick way and the C library must agree on every bit pattern, not-a-numbers included.
+// The fast path and the C library must agree on every bit pattern, NaNs included.
 TEST(Results, DoublesAreThoseOfPrintf) {
   std::mt19937_64 random(12345);
   for (int i = 0; i < 200000; ++i) {
@@ -86,8 +86,8 @@ TEST(Results, OtherTypes) {
   EXPECT_EQ(std::string(out, 5), std::string("t0.5\0", 5));
 }
 
-/// Tells on standard error what a thread under a locale with a comma gets: a double, a whole number, whether its locale
-/// is back afterwards, and a double under the locale from before.
+/// Prints on standard error what a thread in a locale with a decimal comma gets: a double, a whole number, whether its
+/// locale is back afterwards, and a double under the locale from before.
 [[noreturn]] void ConvertUnderLocale(const std::string& folder) {
   setenv("LOCPATH", folder.c_str(), 1);
   const locale_t german = newlocale(LC_ALL_MASK, "de_DE", nullptr);
