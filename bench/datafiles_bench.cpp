@@ -123,7 +123,7 @@ double PeakBytes(const char* what, const std::string& file) {
   return Answer(std::filesystem::read_symlink("/proc/self/exe").string() + " " + what + " " + file) * 1024.0;
 }
 
-/// The other side of PeakBytes: loads a file or does nothing, then prints the peak in KiB.
+/// Run by PeakBytes in a process of its own: loads a file or does nothing, then prints the peak in KiB.
 int PrintPeak(const std::string& what, const std::filesystem::path& file) {
   CSimpleMatrix matrix;
   if (what == "--load" && LoadCustomMatrixFromFile(&matrix, file.wstring().c_str(), nullptr, kMatrixCsv, false) != 0) {

@@ -39,7 +39,7 @@ std::atomic<long> allocations{0};
 
 namespace {
 
-/// In place of a session: drops what is sent.
+/// Replaces a session: drops what is sent.
 class NullStream : public IResponseStream {
  public:
   int SendResponse(const char*, int length) override { return length; }
@@ -50,7 +50,7 @@ class NullStream : public IResponseStream {
   int SendEnd() override { return 0; }
 };
 
-/// In place of every handler: the measurement ends where a handler is called.
+/// Replaces every handler: the measurement ends where a handler is called.
 int Handle(std::vector<sParamInfo> parameters, bool query, void* device, sComErrorInfo*) {
   benchmark::DoNotOptimize(parameters.data());
   if (query) static_cast<NullStream*>(device)->SendResponse("1", 1);
@@ -103,7 +103,7 @@ void AllMessages(benchmark::State& state) {
   }
 }
 
-/// The least work that tells these messages apart: one pass that hashes them, and a look into a table.
+/// The least work that can distinguish these messages: one hashing pass and a table look-up.
 void HashMessages(benchmark::State& state) {
   std::unordered_map<std::uint64_t, int> table;
   const auto hash = [](const std::string& message) {

@@ -35,7 +35,7 @@ def medians(calls, turns, repeats):
 
 
 def processor_time(program, turns=15):
-    """Of a fresh Python: other programs on the machine do not count."""
+    """Processor time of a new Python, so other programs on the machine do not count."""
     times = []
     for _ in range(turns):
         before = resource.getrusage(resource.RUSAGE_CHILDREN)

@@ -219,7 +219,7 @@ long AskLabelled(const Ports& ports, std::size_t number, int queries) {
   return wrong;
 }
 
-/// Each client's questions have answers that no other client's have: a number of "+1" of its own.
+/// Each client asks for its own number of "+1", so no other client has the same answer.
 void CountMisrouted(const Ports& ports, int queries) {
   std::atomic<bool> done{false};
   std::thread churn([&] {
@@ -262,7 +262,7 @@ class Flood {
             client.TrySend(burst);
             std::array<char, 65536> answers;
             while (::recv(client.Socket(), answers.data(), answers.size(), MSG_DONTWAIT) > 0) continue;
-            // Far more is queued than the server answers meanwhile; the flood is to keep the server busy, not a
+            // Far more is queued than the server answers in that time. The flood should keep the server busy, not a
             // processor.
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
           }
@@ -293,7 +293,7 @@ Client Stall(std::uint16_t raw) {
   return client;
 }
 
-/// In turns, so that what else the machine does falls on all three alike.
+/// In turns, so that other load on the machine affects all three alike.
 void PrintLatencies(std::uint16_t raw) {
   std::string burst;
   for (int i = 0; i < 500; ++i) burst += ":FREQ?\n";
@@ -352,7 +352,7 @@ void PrintMemory(const char* door, std::uint16_t port, bool hislip) {
 
 int main(int argc, char** argv) {
   const int queries = argc > 1 ? std::atoi(argv[1]) : 2000;
-  // The log of connections would be measured otherwise.
+  // Otherwise the log of connections would be measured too.
   if (std::freopen("/dev/null", "w", stderr) == nullptr) return 1;
   server::NetLimits limits;
   limits.clients = 1000;

@@ -167,7 +167,7 @@ std::string ListText(int points) {
   return text;
 }
 
-/// A list in list mode, so that it is sent, up to the answer that shows that the last packet was acknowledged.
+/// A list, sent because list mode is on, until an answer shows that the last packet was acknowledged.
 void ListSetting(benchmark::State& state) {
   const Session session("SIM2::INSTR::ZLT");
   session.Write(":FREQ:MODE LIST\n");
@@ -328,7 +328,7 @@ void PrintIdle(const char* what, bool reads) {
 
 }  // namespace
 
-// Round trips are timed in many short runs, because the scheduler can spoil a single one.
+// Round trips are timed in many short runs, because the scheduler can spoil a single run.
 #define ROUND_TRIP(function) \
   BENCHMARK(function)->UseRealTime()->MinTime(0.05)->Repetitions(41)->ReportAggregatesOnly(true)
 ROUND_TRIP(PingPongBound);

@@ -1,6 +1,6 @@
 // What a call through the VISA library in front costs more than the library's own, in one process, on simulated
-// generators that answer at once. Usage: visa_bench FRONT. The two take turns, so that the machine's changes of speed
-// meet both.
+// generators that answer at once. Usage: visa_bench FRONT. The two take turns, so that changes of
+// the machine's speed affect both.
 #include <algorithm>
 #include <array>
 #include <chrono>

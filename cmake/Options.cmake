@@ -14,7 +14,7 @@ set(CMAKE_C_FLAGS_DEBUG "-O1 -g")
 
 include(GNUInstallDirs)
 # The simulated generator is a provider under the provider's own name, so it has a folder of its own, where the loader finds
-# it only when it is named: it never stands in for a real one.
+# it only when that is named: it never replaces a real one.
 set(ZLT_SIMULATOR_DIR ${CMAKE_INSTALL_LIBDIR}/scpi-zlt/simulator)
 
 set(ZLT_SANITIZE "" CACHE STRING "Comma-separated list for -fsanitize")
@@ -43,7 +43,7 @@ if(ZLT_SANITIZE STREQUAL "thread")
   set(ZLT_THREADS_ONLY ON)
 endif()
 
-# Nearly all the time of a test source goes into the optimiser and the debugger's tables, and gains nothing.
+# Nearly all the compile time of a test goes into optimisation and debug information, which a test does not need.
 add_library(zlt_test_options INTERFACE)
 target_link_libraries(zlt_test_options INTERFACE zlt_options)
 target_compile_options(zlt_test_options INTERFACE -O0 -g1)

@@ -30,7 +30,7 @@ in_root() {
   env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8 chroot "$root" bash -euc "$1"
 }
 
-# What others need is installed first, so that what is left at the end is ours.
+# The packages' dependencies are installed first, so that what is left at the end is ours.
 in_root 'apt-get update -qq
          for package in /packages/*.deb; do dpkg-deb -f $package Depends; done | tr "," "\n" | sed -E "s/[(|].*//; s/:any//; s/ //g" |
            grep -vE "scpi-zlt|skvisa|zlt-visa" | sort -u | xargs apt-get install -y -qq --no-install-recommends gcc libc6-dev pkgconf >/dev/null
