@@ -33,7 +33,7 @@ asio::ip::address ParseAddress(const std::string& text) {
   return address;
 }
 
-/// An IPv4 address that came in an IPv6 one, as the IPv4 address.
+/// The IPv4 address inside an IPv4-mapped IPv6 address; any other address as it is.
 asio::ip::address Plain(const asio::ip::address& address) {
   if (!address.is_v6() || !address.to_v6().is_v4_mapped()) return address;
   return asio::ip::make_address_v4(asio::ip::v4_mapped, address.to_v6());
@@ -164,7 +164,7 @@ class AsioLoop::Impl::Socket : public Wire, public std::enable_shared_from_this<
   }
   const std::string& Peer() const override { return m_peer; }
 
-  /// The end of the connection, from whichever side. The door's half is destroyed from the loop.
+  /// Ends the connection, whichever side closed it. The door's half is destroyed from the loop.
   void Fail() {
     if (std::exchange(m_gone, true)) return;
     m_idle.cancel();
@@ -216,7 +216,7 @@ class AsioLoop::Impl::Socket : public Wire, public std::enable_shared_from_this<
                       });
   }
 
-  /// A peer that neither sends nor takes anything for the time of the limit is closed, unless it waits for an answer.
+  /// Closes a peer that neither sends nor takes anything within the idle limit, unless it waits for an answer.
   void RestartIdle() {
     if (m_impl.limits.idle.count() == 0) return;
     m_idle.expires_after(m_impl.limits.idle);
@@ -237,11 +237,11 @@ class AsioLoop::Impl::Socket : public Wire, public std::enable_shared_from_this<
   asio::steady_timer m_idle;
   std::unique_ptr<Connection> m_connection;
   std::array<char, 16384> m_buffer{};
-  std::string m_sending;  ///< on its way
-  std::string m_unsent;   ///< follows it
+  std::string m_sending;  ///< being sent
+  std::string m_unsent;   ///< sent next
   bool m_reading = false;
   bool m_paused = false;
-  bool m_ended = false;    ///< the peer sends nothing more
+  bool m_ended = false;    ///< the peer will send nothing more
   bool m_closing = false;  ///< the door has hung up
   bool m_gone = false;
 };
@@ -262,7 +262,7 @@ void AsioLoop::Impl::AcceptNext(Port& port) {
       AcceptNext(port);
       return;
     }
-    // No descriptor left, say: it is tried again when others may have closed theirs.
+    // Out of descriptors, for example: try again when other connections may have closed.
     port.retry.expires_after(std::chrono::milliseconds(100));
     port.retry.async_wait([this, &port](const error_code& cancelled) {
       if (!cancelled) AcceptNext(port);
@@ -315,7 +315,7 @@ void AsioLoop::Post(Task task) {
 }
 
 Loop::Timer AsioLoop::After(std::chrono::milliseconds delay, Task task) {
-  // The clock counts nanoseconds in 64 bits: a wait of a year is as good as one for ever.
+  // The clock counts nanoseconds in 64 bits: a wait of a year is as good as an endless one.
   constexpr std::chrono::hours kLongest{24 * 365};
   const Timer number = ++m_impl->last_timer;
   asio::steady_timer& timer = m_impl->timers.emplace(number, m_impl->io).first->second;

@@ -8,8 +8,8 @@
 namespace server {
 namespace {
 
-/// Messages handed to a worker ahead of time, so that it does not wait for the loop between two. They are of as many
-/// clients: one that comes waits for a single message of each other one.
+/// Messages handed to a worker ahead of time, so that it does not wait for the loop between two. Each is from a
+/// different client, so a new client waits for at most one message of each other client.
 constexpr std::size_t kAhead = 64;
 
 /// What starts an armed run.
@@ -109,7 +109,7 @@ void Broker::Clear(ClientId id) {
   Schedule();
 }
 
-/// Hands messages to the workers, one of each client in turn.
+/// Hands messages to the workers, one from each client in turn.
 void Broker::Schedule() {
   if (m_finished) return;
   for (std::size_t passed = 0; passed < m_round.size();) {
@@ -228,7 +228,7 @@ void Broker::CancelLockWaits(ClientId client) {
   });
 }
 
-/// Grants what can be granted now, first come, first served, and lets messages go that were kept out.
+/// Grants the locks that can be granted now, first come, first served, and starts messages that a lock had kept out.
 void Broker::LocksChanged() {
   std::erase_if(m_lock_waits, [&](LockWait& wait) {
     const LockTable::Request result = TryLock(wait);
@@ -252,7 +252,7 @@ void Broker::LogMessage(const Client& client, const char* direction, std::string
   LogLine(client.info.door + " " + client.info.peer + " " + direction + " " + Printable(text));
 }
 
-/// After Finish: done when nothing is under way any more.
+/// After Finish: reports the end when no message is running any more.
 void Broker::LookForEnd() {
   if (!m_finished || m_ended) return;
   for (const auto& [id, client] : m_clients) {

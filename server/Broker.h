@@ -7,17 +7,17 @@
 // Threads
 //
 //   Everything of this class is called on the loop's thread and calls back on that thread; there are no locks. Only a
-//   worker's thread waits in a call of the library (Worker.h). A callback never runs inside the call that it belongs
-//   to, so a door may finish its own bookkeeping after that call.
+//   worker's thread waits in a call of the library (Worker.h). A callback never runs inside the call that asked for
+//   it, so a door may finish its own bookkeeping after that call.
 //
 // The life of a client
 //
-//   Connect      The client is known. Nothing is asked of the instrument.
-//   Submit       A message (one program message of IEEE 488.2) joins the client's queue, and the client the
-//                round if it is not in it yet. A client's messages run in order; clients take turns, one message each.
+//   Connect      Registers the client. The instrument is not asked anything.
+//   Submit       A message (one program message of IEEE 488.2) joins the client's queue, and the client joins
+//                the round if it is not in it. A client's messages run in order; clients take turns, one message each.
 //                The callback gets the whole answer, which may be empty.
-//   Disconnect   Messages not yet started are dropped, and so are locks and waits for locks. The message under way
-//                finishes; its answer is dropped.
+//   Disconnect   Drops messages not yet started, locks and waits for locks. The message that is running finishes;
+//                its answer is dropped.
 //
 // How many messages a client may queue is up to its door, which knows how to slow its protocol down: the raw socket
 // stops reading after a few. No door queues without a bound.
@@ -25,13 +25,13 @@
 // What a callback gets
 //
 //   Exactly one reply for each Submit, unless Withdraw, Clear or Disconnect dropped the request: then its callback
-//   never runs. So an answer that comes after its client gave up reaches nobody, and is never taken for the answer to
-//   a later message of that client.
+//   never runs. So an answer that comes after its client has given up is dropped, and is never taken for the answer
+//   to a later message of that client.
 //
 // Locks
 //
 //   One table for all doors (LockTable.h). While another client's lock keeps a client out, its messages wait in its
-//   queue; those with a limit are answered kLocked when the limit is over. Messages already started go on. A lock ends
+//   queue; those with a time limit are answered kLocked when it is over. Messages already started go on. A lock ends
 //   with its client. Waits for a lock are served first come, first served.
 //
 // The instrument
@@ -62,7 +62,7 @@
 
 namespace server {
 
-/// For a wait without a limit.
+/// A wait without a limit.
 constexpr std::chrono::milliseconds kForever = std::chrono::milliseconds::max();
 
 /// What the broker and its log know of a client.
@@ -74,7 +74,7 @@ struct ClientInfo {
 
 enum class LockResult {
   kGranted,
-  kTimedOut,  ///< others held it for as long as the request waited
+  kTimedOut,  ///< other clients held it for as long as the request waited
   kHeld,      ///< an error: the client holds this kind already
 };
 
@@ -89,7 +89,7 @@ class Broker {
   /// starts to open here. `on_state` hears of each change of a session's state;
   /// `log_messages` logs every message and answer.
   Broker(Loop& loop, WorkerOptions options, bool private_sessions, bool log_messages, Worker::OnState on_state);
-  /// Closes the sessions, which takes a second or more. No callback is run any more.
+  /// Closes the sessions, which takes a second or more. No callback runs after that.
   ~Broker();
   Broker(const Broker&) = delete;
   Broker& operator=(const Broker&) = delete;
@@ -98,37 +98,37 @@ class Broker {
   void Disconnect(ClientId client);
   std::size_t Clients() const { return m_clients.size(); }
 
-  /// `message` with or without its line end; it may hold any bytes. `lock_wait` is how long it may wait for the locks
-  /// of others.
+  /// `message` may come with or without its line end and may contain any bytes. `lock_wait` is how long it may wait for
+  /// other clients' locks.
   RequestId Submit(ClientId client, std::string message, OnReply done, std::chrono::milliseconds lock_wait = kForever);
-  /// Drops one request: its callback is not run. If it has not started it never will; if it runs, it finishes.
+  /// Drops one request: its callback is not run. If it has not started, it never will; if it is running, it finishes.
   void Withdraw(ClientId client, RequestId request);
   /// Device clear, IEEE 488.2 clause 5.8: drops all requests of the client, and its waits for locks (answered kTimedOut
   /// from the loop). Settings, status registers and locks stay.
   void Clear(ClientId client);
-  /// As Submit, of the message that starts an armed run.
+  /// Submits the message that starts an armed run.
   RequestId Trigger(ClientId client, OnReply done, std::chrono::milliseconds lock_wait = kForever);
 
-  /// The status byte of IEEE 488.2 clause 11.2 without MAV (bit 4) and RQS (bit 6), which a door knows better. The
-  /// instrument is asked between messages; while one is under way, the byte as last read answers at once. No lock keeps
-  /// this out. The callback runs once, also after Clear; never after Disconnect.
+  /// The status byte of IEEE 488.2 clause 11.2 without MAV (bit 4) and RQS (bit 6), which are the door's. The
+  /// instrument is asked between messages; while one is running, the byte last read is the answer at once. Locks do not
+  /// apply. The callback runs once, also after Clear, but never after Disconnect.
   void ReadStatusByte(ClientId client, OnStatusByte done);
 
   /// Asks for a lock and waits for it for at most `timeout` (0: not at all).
   void LockExclusive(ClientId client, std::chrono::milliseconds timeout, OnLock done);
   void LockShared(ClientId client, std::string key, std::chrono::milliseconds timeout, OnLock done);
-  /// Waits until no lock of others keeps the client out, for at most `timeout`. Granted, it holds nothing.
+  /// Waits for at most `timeout` until no other client's lock keeps this client out. It takes no lock itself.
   void AwaitUse(ClientId client, std::chrono::milliseconds timeout, OnLock done);
-  /// Gives the exclusive lock up, else the shared one.
+  /// Releases the exclusive lock if the client holds it, else the shared one.
   LockTable::Release Unlock(ClientId client);
   /// Ends all waits of the client for locks at once, with kTimedOut.
   void CancelLockWaits(ClientId client);
   const LockTable& Locks() const { return m_locks; }
 
-  /// Of the session that the client's messages go to.
+  /// The state of the session that the client's messages go to.
   WorkerState State(ClientId client) const { return m_clients.at(client).worker->State(); }
 
-  /// Starts no further message; runs `done` when the one under way has ended.
+  /// Starts no further messages; runs `done` when the running one has ended.
   void Finish(Loop::Task done);
 
  private:
@@ -140,7 +140,7 @@ class Broker {
   };
   struct Client {
     ClientInfo info;
-    std::shared_ptr<Worker> worker;        ///< of its own with private sessions, else the common one
+    std::shared_ptr<Worker> worker;        ///< the client's own with private sessions, else the common one
     std::deque<Request> queue;             ///< not started
     std::map<RequestId, OnReply> started;  ///< handed to the worker
     bool in_round = false;
@@ -180,7 +180,7 @@ class Broker {
   LockTable m_locks;
   std::list<LockWait> m_lock_waits;
   std::uint64_t m_last_id = 0;
-  Loop::Task m_finished;  ///< set: nothing more is started
+  Loop::Task m_finished;  ///< when set, no message is started
   bool m_ended = false;
 };
 

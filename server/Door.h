@@ -3,8 +3,8 @@
 //
 //   A peer connects          Door::Accept makes a Connection and gives it the Wire.
 //   Bytes come               Connection::Receive, in pieces of any size.
-//   The door is busy         Wire::Pause: no further Receive, so the peer's own socket slows it down.
-//                            Wire::Resume: go on.
+//   The door is busy         Wire::Pause: no further Receive, so the socket fills and slows the peer down.
+//                            Wire::Resume: Receive again.
 //   An answer is ready       Wire::Send: queued, and sent as fast as the peer takes it.
 //   Everything has been sent Connection::Drained, only if something was waiting.
 //   The door hangs up        Wire::Close: what is queued still goes out, then the Connection is destroyed. No Receive
@@ -22,13 +22,13 @@
 
 namespace server {
 
-/// The way back to one peer.
+/// One peer's socket as its door uses it.
 class Wire {
  public:
   virtual ~Wire() = default;
   virtual void Send(std::string_view bytes) = 0;
-  /// Bytes sent and not yet taken by the socket. A door that lets this grow without a bound lets a peer that never
-  /// reads fill the memory: pause above some limit, resume in Connection::Drained.
+  /// Bytes passed to Send and not yet taken by the socket. A door that lets this grow without a bound lets a peer that
+  /// never reads fill the memory: pause above some limit, resume in Connection::Drained.
   virtual std::size_t Unsent() const = 0;
   virtual void Pause() = 0;
   virtual void Resume() = 0;
@@ -42,11 +42,11 @@ class Connection {
   virtual ~Connection() = default;
   virtual void Receive(std::string_view bytes) = 0;
   virtual void Drained() {}
-  /// The peer will send nothing more, but may still read. True: the door has answers to give and hangs up after them.
-  /// False: the peer counts as gone.
+  /// The peer will send nothing more, but may still read. True: the door still has answers and hangs up after them.
+  /// False: the connection is closed as if the peer were gone.
   virtual bool EndOfInput() { return false; }
-  /// True while the peer cannot be blamed for silence: an answer is due to it, or its session is open and may rest. The
-  /// idle limit does not count meanwhile.
+  /// True while the peer may be silent: an answer is due to it, or its session is open and may rest. The idle limit
+  /// does not apply then.
   virtual bool Waiting() const { return false; }
 };
 
@@ -55,7 +55,7 @@ class Door {
   virtual ~Door() = default;
   /// One word for the log and the port file: "raw", "hislip", "vxi11".
   virtual const char* Name() const = 0;
-  /// Null refuses the peer: its socket is closed at once.
+  /// Returns null to refuse the peer; its socket is then closed at once.
   virtual std::unique_ptr<Connection> Accept(Wire& wire) = 0;
 };
 

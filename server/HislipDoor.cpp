@@ -10,7 +10,7 @@ namespace {
 using hislip::FatalCode;
 using hislip::Type;
 
-/// The standard's names for the first device; a port after a comma is the client's own affair.
+/// True for the standard's names for the first device. A port after a comma is for the client only and is ignored.
 bool IsSubAddress(std::string_view name) {
   return name.empty() || name.starts_with("hislip") || name.starts_with("HISLIP");
 }

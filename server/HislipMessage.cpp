@@ -6,9 +6,9 @@
 namespace server::hislip {
 namespace {
 
-/// A lock string, a sub-address or the text of an error.
+/// Room for a lock string, a sub-address or the text of an error.
 constexpr std::size_t kOtherLimit = 256;
-/// A longer payload is no message of a client that is in step.
+/// No client that is in step sends a longer payload.
 constexpr std::uint64_t kNotToBeSkipped = std::uint64_t{1} << 32;
 
 void Append(std::string& text, std::uint64_t value, int bytes) {
@@ -48,7 +48,7 @@ Reader::Result Reader::Next(std::string_view& bytes, Message& message) {
     const std::size_t missing = std::min(kHeaderSize - m_header.size(), bytes.size());
     m_header += bytes.substr(0, missing);
     bytes.remove_prefix(missing);
-    // A wrong start is seen before a whole header has come.
+    // A wrong start is noticed before the whole header has come.
     if (!std::string_view("HS").starts_with(std::string_view(m_header).substr(0, 2))) return Result::kBadHeader;
     if (m_header.size() < kHeaderSize) return Result::kNeedsMore;
     if (!TakeHeader()) return Result::kBadHeader;

@@ -43,7 +43,7 @@ enum class Type : std::uint8_t {
   kFirstOfVendors = 128,
 };
 
-/// Control codes of kError and of kFatalError.
+/// Control codes of kError and kFatalError.
 enum class ErrorCode : std::uint8_t {
   kUnidentified = 0,
   kUnknownType = 1,
@@ -62,17 +62,17 @@ struct Message {
   bool too_large = false;  ///< the payload was longer than the reader keeps, and was skipped
 };
 
-/// Header and payload as they go out.
+/// Header and payload as they are sent.
 std::string Encode(Type type, std::uint8_t control, std::uint32_t parameter, std::string_view payload = {});
 
 /// Eight bytes, big-endian.
 std::string EncodeSize(std::uint64_t size);
 std::uint64_t DecodeSize(std::string_view payload);
 
-/// Puts messages together from bytes in any pieces. Keeps what has come, never more than the limit.
+/// Puts messages together from pieces of any size. Keeps only bytes that have come, and no more than the limit.
 class Reader {
  public:
-  /// `data_limit` bytes of payload are kept of Data and DataEND, 256 of every other message.
+  /// Keeps up to `data_limit` bytes of payload of Data and DataEND, and 256 of every other message.
   explicit Reader(std::size_t data_limit) : m_data_limit(data_limit) {}
 
   enum class Result { kMessage, kNeedsMore, kBadHeader };
@@ -88,7 +88,7 @@ class Reader {
   const std::size_t m_data_limit;
   std::string m_header;
   Message m_message;
-  std::uint64_t m_left = 0;  ///< bytes of the payload still due
+  std::uint64_t m_left = 0;  ///< bytes of the payload still to come
 };
 
 }  // namespace server::hislip

@@ -18,22 +18,22 @@ constexpr std::uint32_t kVendor = 0x5A4C;  // "ZL"
 constexpr std::uint8_t kRmtDelivered = 1;
 constexpr std::uint8_t kMessageAvailable = 1 << 4;
 constexpr std::size_t kHeaderSize = 16;
-/// What a client takes that has not said how much.
+/// Bytes of payload sent to a client that has not named its own limit.
 constexpr std::size_t kFirstPiece = 256;
-/// Messages of one client at the broker; the next ones wait in its socket.
+/// Messages that one client may have at the broker; further ones wait in its socket.
 constexpr std::size_t kQueued = 4;
-/// For the second connection, and for the end of a device clear.
+/// How long to wait for the second connection, and for the end of a device clear.
 constexpr seconds kPatience{30};
-/// A release may overtake the message that it waits for.
+/// How long a release waits for a message that it has overtaken.
 constexpr seconds kOvertaken{2};
 /// The largest piece of an answer.
 constexpr std::size_t kLargestPiece = 1 << 20;
-/// What a client may leave untaken before nothing more is read from it: a piece and many errors.
+/// Bytes that a client may leave untaken before nothing more is read from it: a piece and many errors.
 constexpr std::size_t kUnsent = kLargestPiece + 65536;
 /// The id of the message "before the first one".
 constexpr std::uint32_t kNoMessageYet = 0xFFFFFEFE;
 
-/// AsyncLockResponse.
+/// Control codes of AsyncLockResponse.
 enum LockAnswer : std::uint8_t { kFailure = 0, kSuccess = 1, kError = 3 };
 enum ReleaseAnswer : std::uint8_t { kExclusiveReleased = 1, kSharedReleased = 2, kNoneHeld = 3 };
 
@@ -101,7 +101,7 @@ void HislipSession::Gone(const Wire& wire) {
   End();
 }
 
-/// After this no callback of the broker comes any more.
+/// No callback of the broker comes after this.
 void HislipSession::End() {
   if (std::exchange(m_ended, true)) return;
   m_door.EventLoop().Cancel(m_deadline);
@@ -127,7 +127,7 @@ void HislipSession::Complain(bool synchronous, ErrorCode code, std::string_view 
   Throttle();
 }
 
-/// A message that does not belong on this connection, or that nobody knows.
+/// Answers a message that is unknown or does not belong on this connection.
 void HislipSession::Refuse(bool synchronous, const Message& message) {
   if (message.type == Type::kError) return;
   if (message.type == Type::kFatalError) return End();
@@ -226,8 +226,8 @@ void HislipSession::Completed(std::uint32_t message_id, Reply reply) {
     Complain(true, ErrorCode::kTooLarge, "the message is larger than the instrument takes");
   } else if (!reply.response.empty()) {
     if (m_last_id != message_id) {
-      // The client has sent a further message since, so it would take this answer for that one's. IVI-6.1 clause 3.1.1:
-      // Interrupted goes first on the asynchronous channel.
+      // The client has sent another message since, and would take this answer for that one's. IVI-6.1 clause
+      // 3.1.1: Interrupted goes first on the asynchronous channel.
       SendAsync(Type::kAsyncInterrupted, 0, *m_last_id);
       Send(Type::kInterrupted, 0, *m_last_id);
     } else {
@@ -304,7 +304,7 @@ void HislipSession::Lock(const Message& message) {
     });
     return TryRelease();
   }
-  // One wait at a time: their number would have no bound.
+  // One wait at a time: otherwise their number would have no bound.
   if (std::exchange(m_waits_for_lock, true)) return SendAsync(Type::kAsyncLockResponse, kError, 0);
   const auto answer = [this](LockResult result) {
     m_waits_for_lock = false;
@@ -319,7 +319,7 @@ void HislipSession::Lock(const Message& message) {
   }
 }
 
-/// True once the message of this id has come. An id that no client could have sent yet counts as come.
+/// True once the message of this id has come. Always true before the first message, and for the id that means none.
 bool HislipSession::IsBehind(std::uint32_t message_id) const {
   if (!m_last_id || message_id == kNoMessageYet) return true;
   return static_cast<std::int32_t>(message_id - *m_last_id) <= 0;
@@ -337,7 +337,7 @@ void HislipSession::TryRelease() {
 
 void HislipSession::StatusQuery(const Message& message) {
   if ((message.control & kRmtDelivered) != 0) m_available = false;
-  // Some clients name the message that they will send next.
+  // Some clients give the id of the message that they will send next.
   const std::uint32_t last = m_last_id.value_or(kNoMessageYet);
   const bool current = message.parameter == last || message.parameter == last + 2;
   m_broker.ReadStatusByte(m_client, [this, current](std::uint8_t byte) {
@@ -356,7 +356,8 @@ void HislipSession::RemoteLocal(const Message& message) {
 }
 
 void HislipSession::MaximumMessageSize(const Message& message) {
-  // Whether the header counts is not said: it does for what is sent, and does not for what is taken.
+  // The standard does not say whether the size counts the header. So a piece with its header stays within the client's
+  // size, and a payload from the client may have the whole message limit.
   const std::uint64_t size = hislip::DecodeSize(message.payload);
   const std::uint64_t piece = size > kHeaderSize ? size - kHeaderSize : 1;
   m_piece = static_cast<std::size_t>(std::min<std::uint64_t>(piece, kLargestPiece));
@@ -372,7 +373,7 @@ void HislipSession::DeviceClear() {
   m_input.clear();
   m_scanner = {};
   m_skipping = false;
-  // What it waits for will not come any more.
+  // The message that it waits for will not come any more.
   if (m_release) m_release = Release{kNoMessageYet, false};
   TryRelease();
   Throttle();
@@ -380,7 +381,7 @@ void HislipSession::DeviceClear() {
   m_deadline = m_door.EventLoop().After(kPatience, [weak = weak_from_this()] {
     if (const auto session = weak.lock()) session->Fail(FatalCode::kUnidentified, "the device clear was not completed");
   });
-  // After the answers to the lock requests that this has ended, which the broker gives from the loop.
+  // The broker answers the lock requests that this has ended from the loop; this must come after those answers.
   m_door.EventLoop().Post([weak = weak_from_this()] {
     if (const auto session = weak.lock()) session->SendAsync(Type::kAsyncDeviceClearAcknowledge, 0, 0);
   });

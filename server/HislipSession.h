@@ -23,13 +23,13 @@ class HislipSession : public std::enable_shared_from_this<HislipSession> {
   HislipSession(const HislipSession&) = delete;
   HislipSession& operator=(const HislipSession&) = delete;
 
-  /// False: there is an asynchronous connection already.
+  /// False if there is an asynchronous connection already.
   bool Join(Wire& asynchronous);
   void OnSynchronous(hislip::Message message);
   void OnAsynchronous(hislip::Message message);
   /// The socket of this connection has taken everything.
   void Drained(Wire& wire);
-  /// FatalError on both connections, and the end.
+  /// Sends FatalError on both connections and ends the session.
   void Fail(hislip::FatalCode code, std::string_view text);
   /// One of the connections is gone; the other one is closed.
   void Gone(const Wire& wire);
@@ -45,7 +45,7 @@ class HislipSession : public std::enable_shared_from_this<HislipSession> {
   };
   struct Release {
     std::uint32_t message_id = 0;
-    bool answered = true;  ///< false: carried out without a word, after a device clear
+    bool answered = true;  ///< false: its answer is not sent, as after a device clear
   };
 
   void Open();
@@ -83,13 +83,13 @@ class HislipSession : public std::enable_shared_from_this<HislipSession> {
   bool m_clearing = false;
 
   scpi_zlt::MessageScanner m_scanner;
-  std::string m_input;                     ///< of a program message that has not ended yet
+  std::string m_input;                     ///< the part so far of a program message that has not ended
   bool m_skipping = false;                 ///< in a program message that is too long
-  std::optional<std::uint32_t> m_last_id;  ///< of the last Data, DataEND or Trigger
+  std::optional<std::uint32_t> m_last_id;  ///< id of the last Data, DataEND or Trigger
   std::size_t m_queued = 0;                ///< messages at the broker
   std::deque<Answer> m_answers;
-  std::size_t m_piece;       ///< bytes of payload that the client takes in one message
-  bool m_available = false;  ///< MAV: a response was sent and the client has not said that it has it whole
+  std::size_t m_piece;       ///< bytes of payload that the client accepts in one message
+  bool m_available = false;  ///< MAV: a response was sent and the client has not confirmed it whole
   bool m_waits_for_lock = false;
   std::optional<Release> m_release;
   Loop::Timer m_release_timer = 0;

@@ -11,7 +11,7 @@ LockTable::Request LockTable::AskExclusive(ClientId client) {
 
 LockTable::Request LockTable::AskShared(ClientId client, std::string_view key) {
   if (HoldsAny(client)) return Request::kHeld;
-  // Beside an exclusive lock of a client that also shares, others with the key may still share.
+  // If the holder of the exclusive lock shares too, others may still join the shared lock with its key.
   if (m_shared.empty() ? m_exclusive != 0 : m_key != key) return Request::kWaiting;
   m_key = key;
   m_shared.insert(client);

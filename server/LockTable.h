@@ -1,5 +1,5 @@
 // Who may use the instrument: the one table of locks over all doors, as IVI-6.1 clause 2.2 and VXI-11 clause B.5.3 have
-// them. Plain state: no waiting, no clock; the broker adds both.
+// define them. Plain state: no waiting, no clock; the broker adds both.
 //
 //   no lock      every client may use it
 //   exclusive    only its holder
@@ -22,16 +22,16 @@ class LockTable {
  public:
   enum class Request {
     kGranted,
-    kHeld,     ///< an error: the client holds this kind already, or asks for a shared one above its exclusive one
+    kHeld,     ///< an error: the client holds this kind already, or asks for a shared lock on top of its exclusive one
     kWaiting,  ///< others hold locks that exclude it
   };
   enum class Release { kExclusive, kShared, kNone };
 
   Request AskExclusive(ClientId client);
   Request AskShared(ClientId client, std::string_view key);
-  /// Gives the exclusive lock up, else the shared one; says which it was.
+  /// Releases the exclusive lock if the client holds it, else the shared one; returns which it was.
   Release GiveUp(ClientId client);
-  /// Gives everything up. True if there was something.
+  /// Releases all locks of the client. True if it held any.
   bool Drop(ClientId client);
 
   /// False while other clients' locks keep this one out.
@@ -44,7 +44,7 @@ class LockTable {
  private:
   ClientId m_exclusive = 0;  ///< 0: no client
   std::set<ClientId> m_shared;
-  std::string m_key;  ///< of the shared lock; means nothing without a holder
+  std::string m_key;  ///< key of the shared lock; unused while nobody holds it
 };
 
 }  // namespace server

@@ -20,7 +20,7 @@ void LogLine(std::string_view text) {
   std::string line = stamp.data();
   line += text;
   line += '\n';
-  // One call for the line, so that lines of two threads do not mix. A log that cannot be written stops nobody.
+  // One call for the line, so that lines of two threads do not mix. A log that cannot be written is no reason to stop.
   [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
 }
 

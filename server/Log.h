@@ -8,7 +8,7 @@ namespace server {
 
 void LogLine(std::string_view text);
 
-/// Text with what is not printable written as \n, \0 or \x1B, and with more than `limit` bytes cut, for a log line.
+/// Text for a log line: unprintable bytes are written as \n, \0 or \x1B, and what exceeds `limit` bytes is cut off.
 std::string Printable(std::string_view text, std::size_t limit = 200);
 
 }  // namespace server

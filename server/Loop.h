@@ -1,5 +1,5 @@
-// The event loop as doors and the broker see it: one thread, tasks in the order of their posting, timers. The server's
-// is AsioLoop; a test drives one of its own by hand.
+// The event loop as doors and the broker see it: one thread, timers, and tasks in the order in which they were posted.
+// The server uses AsioLoop; a test drives its own loop by hand.
 #pragma once
 
 #include <chrono>
@@ -15,12 +15,12 @@ class Loop {
 
   virtual ~Loop() = default;
 
-  /// Runs `task` on the loop's thread, later, never inside this call. Any thread may post.
+  /// Runs `task` later on the loop's thread, never inside this call. Any thread may post.
   virtual void Post(Task task) = 0;
 
-  /// Runs `task` after `delay`. On the loop's thread only, as is Cancel. A timer is never 0.
+  /// Runs `task` after `delay`. Call this and Cancel on the loop's thread only. A timer is never 0.
   virtual Timer After(std::chrono::milliseconds delay, Task task) = 0;
-  /// The task of a cancelled timer is not run. One that has run, or 0, is nothing to cancel.
+  /// The task of a cancelled timer is not run. A timer that has run, or 0, is ignored.
   virtual void Cancel(Timer timer) = 0;
 };
 

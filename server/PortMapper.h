@@ -23,8 +23,7 @@ struct RpcProgram {
 
 constexpr std::uint16_t kPortMapperPort = 111;
 
-/// A port mapper that knows what it is made with and itself, nothing else: SET and UNSET of others are refused, CALLIT
-/// is not there.
+/// A port mapper that knows only itself and the programs it is made with: it refuses SET and UNSET, and has no CALLIT.
 class PortMapper : public Door {
  public:
   PortMapper(Loop& loop, std::vector<RpcProgram> programs);
@@ -32,7 +31,7 @@ class PortMapper : public Door {
   const char* Name() const override { return "portmapper"; }
   std::unique_ptr<Connection> Accept(Wire& wire) override;
 
-  /// The reply to a call that came as a datagram, empty if it was none.
+  /// The reply to a call that came as a datagram; empty if it was not a call.
   std::string AnswerDatagram(std::string_view datagram) const;
   std::string Answer(const rpc::Call& call) const;
 
@@ -41,7 +40,7 @@ class PortMapper : public Door {
   std::vector<RpcProgram> m_programs;
 };
 
-/// Entries at the port mapper that runs on this host, taken out at the end. The calls block.
+/// Entries at the port mapper that runs on this host, removed at the end. The calls block.
 class PortMapperEntry {
  public:
   explicit PortMapperEntry(RpcProgram program) : m_program(program) {}

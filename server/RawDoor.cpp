@@ -9,7 +9,7 @@
 namespace server {
 namespace {
 
-/// Messages of one client at the broker; the next ones wait in its socket.
+/// Messages that one client may have at the broker; further ones wait in its socket.
 constexpr std::size_t kQueued = 4;
 
 constexpr std::array<std::string_view, 10> kHttpStarts = {"GET ",     "POST ",  "PUT ",    "HEAD ",  "OPTIONS ",
@@ -79,7 +79,7 @@ class RawConnection : public Connection {
     m_wire.Close();
   }
 
-  /// False until the first bytes have shown that this is no browser, and when they have shown that it is one.
+  /// True once the first bytes have shown that this is no browser. False before that, and if it is one.
   bool IsNoHttp() {
     if (m_looked) return true;
     for (const std::string_view start : kHttpStarts) {
@@ -118,9 +118,9 @@ class RawConnection : public Connection {
   std::string m_input;
   std::size_t m_scanned = 0;  ///< bytes of the input that the scanner has seen
   std::size_t m_queued = 0;
-  bool m_skipping = false;  ///< in a message that is too long
-  bool m_looked = false;    ///< for the beginning of an HTTP request
-  bool m_ended = false;     ///< the client sends nothing more; what it sent is still carried out
+  bool m_skipping = false;  ///< inside a message that is too long
+  bool m_looked = false;    ///< the check for an HTTP request is done
+  bool m_ended = false;     ///< the client will send nothing more; what it sent is still carried out
   bool m_closed = false;
 };
 

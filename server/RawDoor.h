@@ -1,10 +1,10 @@
 // The raw socket: lines of SCPI text in, answers out, byte for byte; port 5025 by custom.
 //
-// A message ends at a LF outside of a definite-length block. What ends nothing yet is kept, up to the size that the
-// library takes; a longer message is skipped up to its end without an answer: the protocol has no error
-// for it. A browser that is made to send to this port opens with an HTTP request; such a connection is dropped
+// A message ends at a LF outside of a definite-length block. An unfinished message is kept, up to the size that the
+// library takes; a longer one is skipped up to its end without an answer: the protocol has no error for it.
+// A web page can make a browser send to this port, which begins with an HTTP request; such a connection is dropped
 // before any of its lines is carried out. When the instrument is not there, the connection is closed: the protocol
-// has no other sign.
+// has no other way to say so.
 #pragma once
 
 #include "server/Broker.h"
@@ -15,7 +15,7 @@ namespace server {
 struct RawOptions {
   bool tidy = false;
   std::size_t message_limit = 160144;  ///< bytes with the line end
-  std::size_t unsent_limit = 1 << 20;  ///< bytes of answers that a client may leave untaken before it is paused
+  std::size_t unsent_limit = 1 << 20;  ///< bytes of answers that a client may leave unread before it is paused
 };
 
 class RawDoor : public Door {

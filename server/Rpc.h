@@ -1,5 +1,5 @@
-// ONC RPC (RFC 5531) as a server on an event loop of its own needs it: records cut out of a stream, heads of calls
-// read, replies written. Bodies are coded by libtirpc's XDR routines (RFC 4506) and those that rpcgen makes of vxi11.x.
+// ONC RPC (RFC 5531) for a server with its own event loop: cuts records out of a stream, reads the heads of calls and
+// writes replies. Bodies are coded by libtirpc's XDR routines (RFC 4506) and those that rpcgen makes from vxi11.x.
 // Buffers grow with what has come, never by a length that was announced.
 #pragma once
 
@@ -27,8 +27,8 @@ class RecordReader {
   const std::size_t m_limit;
   std::string m_record;
   std::uint32_t m_mark = 0;
-  std::size_t m_mark_bytes = 0;  ///< of the mark that have come
-  std::size_t m_left = 0;        ///< of the fragment
+  std::size_t m_mark_bytes = 0;  ///< bytes of the mark that have come
+  std::size_t m_left = 0;        ///< bytes of the fragment still to come
 };
 
 /// A record of one fragment.
@@ -36,23 +36,23 @@ std::string ToRecord(std::string_view message);
 
 struct Call {
   std::uint32_t xid = 0;
-  std::uint32_t rpc_version = 0;  ///< the rest means nothing unless this is 2
+  std::uint32_t rpc_version = 0;  ///< the other members are valid only if this is 2
   std::uint32_t program = 0;
   std::uint32_t version = 0;
   std::uint32_t procedure = 0;
-  std::string_view arguments;  ///< in the message that was read
+  std::string_view arguments;  ///< points into the message that was read
 };
 
-/// Nothing if the message is no call. Whatever credentials it has are accepted.
+/// Empty if the message is not a call. Any credentials are accepted.
 std::optional<Call> ReadCall(std::string_view message);
 
-/// What a server that has only these versions of this program says to a call; empty if the call is for it.
+/// The reply of a server that has only these versions of this program; empty if the call is for it.
 std::string Refusal(const Call& call, std::uint32_t program, std::uint32_t low, std::uint32_t high);
 
 /// A reply without results: PROC_UNAVAIL, GARBAGE_ARGS, SYSTEM_ERR; or SUCCESS of a procedure that returns nothing.
 std::string Reply(std::uint32_t xid, accept_stat status);
 
-/// The routine that codes a T.
+/// The XDR routine for a T.
 template <typename T>
 using Xdr = bool_t (*)(XDR*, T*);
 
@@ -62,7 +62,7 @@ inline XDR Reading(std::string_view text) {
   return xdrs;
 }
 
-/// False if the bytes end too early or exceed a bound. What it allocates is given back by Free, whatever the result.
+/// False if the bytes end too early or exceed a bound. Free releases what it allocates, whatever the result.
 template <typename T>
 bool Decode(std::string_view text, Xdr<T> xdr, T& value) {
   XDR xdrs = Reading(text);
@@ -76,7 +76,7 @@ void Free(Xdr<T> xdr, T& value) {
   xdr(&xdrs, &value);
 }
 
-/// A successful reply. `room` is at least what the results take beside a few numbers.
+/// A successful reply. `room` is the space in bytes for strings, lists and data in the results.
 template <typename T>
 std::string Reply(std::uint32_t xid, Xdr<T> xdr, T& results, std::size_t room = 0) {
   constexpr std::size_t kNumbers = 64;

@@ -8,15 +8,15 @@
 namespace server {
 namespace {
 
-/// The longest call: a message that is too long for the instrument is answered in the protocol's words, as long as it
-/// is not much too long.
+/// The longest call. It is well above the instrument's longest message, so that one which is somewhat too long still
+/// gets the protocol's own error.
 constexpr std::size_t kLongestRecord = 1 << 20;
-/// What a client may send ahead of the call that is being carried out. It is read on meanwhile, because otherwise
-/// nobody would notice that the client is gone.
+/// Bytes that a client may send ahead while a call is being carried out. Reading goes on meanwhile, because otherwise
+/// the server would not notice that the client is gone.
 constexpr std::size_t kAhead = 65536;
-/// What a client may leave unread before its next call is looked at.
+/// Bytes of replies that a client may leave unread; above that its next call waits.
 constexpr std::size_t kUnsent = 65536;
-/// For the first call, and for what else has to come from a client that may not rest.
+/// How long to wait for the first call, and for each further one of a client that may not rest.
 constexpr std::chrono::seconds kPatience{30};
 
 }  // namespace

@@ -23,10 +23,10 @@ class RpcConnection : public Connection {
   bool Waiting() const override { return m_busy || MayRest(); }
 
  protected:
-  /// Carries the call out and calls Answer, now or later, once. `call` does not outlive this.
+  /// Carries the call out and calls Answer once, now or later. `call` is valid only inside this function.
   virtual void Handle(const rpc::Call& call) = 0;
   void Answer(const std::string& reply);
-  /// True: the client may be silent for as long as it likes; else half a minute without a call is its end.
+  /// True if the client may be silent for as long as it likes; else half a minute without a call closes it.
   virtual bool MayRest() const { return false; }
 
   Loop& EventLoop() { return m_loop; }
@@ -40,10 +40,10 @@ class RpcConnection : public Connection {
   Loop& m_loop;
   Wire& m_wire;
   rpc::RecordReader m_reader;
-  std::string m_input;  ///< after the call that is being carried out
+  std::string m_input;  ///< what came after the call that is being carried out
   Loop::Timer m_patience = 0;
   bool m_busy = false;    ///< a call is being carried out
-  bool m_called = false;  ///< since the patience began
+  bool m_called = false;  ///< a call has come since m_patience was set
   bool m_working = false;
   bool m_closed = false;
 };

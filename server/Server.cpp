@@ -26,11 +26,11 @@
 namespace server {
 namespace {
 
-/// What a message under way may take after the first signal: as long as the library itself gives it when it closes.
+/// How long a running message may take after the first signal: as long as the library gives it when it closes.
 constexpr std::chrono::seconds kFinishLimit{10};
 
-/// Reports a state to the service manager, as sd_notify does: one datagram to the socket that it names. Without one,
-/// nothing.
+/// Reports a state to the service manager, as sd_notify does: one datagram to the socket that it names, nothing if
+/// it names none.
 void Notify(std::string_view state) {
   const char* path = std::getenv("NOTIFY_SOCKET");
   if (path == nullptr) return;
@@ -112,8 +112,8 @@ class Server {
         std::to_string(port) + " (--portmapper answers there)");
   }
 
-  /// Empty, or why this process cannot answer on port 111. A broadcast reaches only a socket that is bound
-  /// to the wildcard address.
+  /// Empty on success, else the reason why this process cannot answer on port 111. A broadcast reaches only a
+  /// socket that is bound to the wildcard address.
   std::string StartPortMapper(const RpcProgram& core, std::uint16_t abort_port) {
     m_port_mapper.emplace(m_loop, std::vector{core, RpcProgram{DEVICE_ASYNC, DEVICE_ASYNC_VERSION, abort_port}});
     try {
@@ -148,7 +148,7 @@ class Server {
     }
   }
 
-  /// {"raw": 5025}: whole at once, so that a script that sees the file can read it.
+  /// Writes {"raw": 5025}. The file appears whole, so a script that sees it can read it.
   void WritePortFile() const {
     if (m_options.port_file.empty()) return;
     const std::string draft = m_options.port_file + ".new";
@@ -181,7 +181,7 @@ class Server {
     });
   }
 
-  /// The last answers go out, then the loop ends. A client that does not take them is waited for with the limit above.
+  /// Lets the last answers go out, then ends the loop. Terminate's limit holds for a client that does not take them.
   void AwaitSockets() {
     if (m_loop.Connections() == 0) return m_loop.Stop();
     m_loop.After(std::chrono::milliseconds(5), [this] { AwaitSockets(); });

@@ -1,4 +1,4 @@
-// The program behind `scpi-zlt serve`: the instrument, the broker, the doors that are asked for, and the end of it all.
+// `scpi-zlt serve`: starts the instrument, the broker and the doors that are asked for, and shuts them down in order.
 #pragma once
 
 #include <chrono>
@@ -18,8 +18,8 @@ struct ServerOptions {
   std::optional<std::uint16_t> raw;     ///< port; 0 picks a free one
   std::optional<std::uint16_t> hislip;  ///< the same
   std::optional<std::uint16_t> vxi11;   ///< the same, of the core channel
-  bool port_mapper = false;             ///< answers on port 111 itself if nobody does
-  std::optional<bool> tidy;             ///< unset: as the door's protocol expects it
+  bool port_mapper = false;             ///< answers on port 111 itself if no other service does
+  std::optional<bool> tidy;             ///< unset: what the door's protocol expects
   bool private_sessions = false;
   bool log_messages = false;
   std::size_t message_limit = 160144;
@@ -28,7 +28,7 @@ struct ServerOptions {
 };
 
 /// Serves until SIGTERM or SIGINT; a second one ends the process at once. Returns the exit status. Throws
-/// std::runtime_error with a reason in words when it cannot begin.
+/// std::runtime_error with a reason in words if it cannot start.
 int Serve(const ServerOptions& options);
 
 }  // namespace server

@@ -1,4 +1,4 @@
-// A door whose protocol has locks, device clear and time-outs: it needs timers besides the broker.
+// A door whose protocol has locks, device clear and time-outs, so it needs timers as well as the broker.
 #pragma once
 
 #include "server/Broker.h"

@@ -8,7 +8,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// Bits of the flags and of the reasons why a read ends (VXI-11 clauses B.5.3 and B.6.4).
+/// Bits of the flags, and of the reason why a read ends (VXI-11 clauses B.5.3 and B.6.4).
 constexpr int kWaitLock = 0x01;
 constexpr int kEnd = 0x08;
 constexpr int kTermCharSet = 0x80;
@@ -17,16 +17,16 @@ constexpr int kReasonChar = 0x02;
 constexpr int kReasonEnd = 0x04;
 
 constexpr std::uint8_t kMessageAvailable = 1 << 4;
-/// The least that the standard allows, and all that is announced: some clients set END only on the last write of a
-/// message that is cut into pieces of 1024 bytes. Longer writes are taken all the same.
+/// The maxRecvSize that links are given: the least that the standard allows. Some clients cut messages at maxRecvSize
+/// but set END only on pieces of at most 1024 bytes. Longer writes are accepted all the same.
 constexpr unsigned kMaxRecvSize = 1024;
-/// The longest piece of an answer.
+/// The longest piece of an answer, in bytes.
 constexpr std::size_t kLargestPiece = 1 << 20;
 constexpr std::size_t kLinksOfConnection = 16;
-/// For what was written to a link that is destroyed. Some clients wait for five seconds.
+/// Milliseconds that a link being destroyed waits for its messages. Some clients give up after five seconds.
 constexpr std::uint32_t kDestroyPatience = 4000;
 
-/// Where long data of the parameters is decoded to; null if there is none.
+/// Where long data of the parameters is decoded into; null if there is none.
 template <typename Parameters>
 char** DataOf(Parameters&) {
   return nullptr;
@@ -91,13 +91,13 @@ void Vxi11Connection::Handle(const rpc::Call& call) {
   }
 }
 
-/// Calls the method with the parameters of the call.
+/// Decodes the parameters of the call and calls the method with them.
 template <typename Parameters>
 void Vxi11Connection::With(const rpc::Call& call, rpc::Xdr<Parameters> xdr,
                            void (Vxi11Connection::*method)(Parameters&)) {
   Parameters parameters{};
   char** const data = DataOf(parameters);
-  // Otherwise memory would be taken for a length that the client may only pretend.
+  // Otherwise the decoder would allocate the length that the client claims, which may be false.
   std::string room(data != nullptr ? call.arguments.size() : 0, '\0');
   if (data != nullptr) *data = room.data();
   if (rpc::Decode(call.arguments, xdr, parameters)) {
@@ -125,13 +125,13 @@ Vxi11Link* Vxi11Connection::Find(std::int32_t link) const {
   return found == m_links.end() ? nullptr : found->second.get();
 }
 
-/// The instrument does not answer, and the broker is trying to open it again.
+/// True while the instrument does not answer and the broker is trying to open it again.
 bool Vxi11Connection::Lost(const Vxi11Link& link) const {
   const WorkerState state = m_door.TheBroker().State(link.Client());
   return state == WorkerState::kLost || state == WorkerState::kFailed;
 }
 
-/// A callback of the broker that does nothing once the operation of now has ended.
+/// A callback for the broker that does nothing once the current operation has ended.
 template <typename Function>
 auto Vxi11Connection::WhileThisRuns(Function function) {
   return [this, number = m_operations, function = std::move(function)](const auto& result) {
@@ -143,7 +143,7 @@ void Vxi11Connection::Start(Operation operation) {
   m_operation = std::move(operation);
 }
 
-/// For the calls that the locks of others keep out.
+/// Runs a call that the locks of others can keep out.
 void Vxi11Connection::Run(Operation operation, int flags, std::uint32_t lock_timeout) {
   const Vxi11Link* const link = Find(operation.link);
   if (link == nullptr) return operation.fail(Vxi11Error::kInvalidLink);
@@ -163,7 +163,7 @@ void Vxi11Connection::Begin() {
 }
 
 void Vxi11Connection::GoOn() {
-  // A copy: the operation may end in it.
+  // A copy, because the operation, and go_on with it, may end inside the call.
   if (const auto go_on = m_operation.go_on) go_on();
 }
 
@@ -211,7 +211,7 @@ void Vxi11Connection::AnswerLink(std::int32_t link, Vxi11Error error) {
                                                   made ? m_door.AbortPort() : u_short{0}, made ? kMaxRecvSize : 0});
 }
 
-/// The link leaves at once, and goes when none of its calls can be running.
+/// The link leaves the broker at once. It is destroyed when none of its calls can be running.
 void Vxi11Connection::Drop(std::int32_t link) {
   auto node = m_links.extract(link);
   if (node.empty()) return;
@@ -302,7 +302,7 @@ void Vxi11Connection::GoOnReading(const Device_ReadParms& parameters) {
   });
 }
 
-// What is beside messages.
+// The other calls.
 
 void Vxi11Connection::ReadStatusByte(Device_GenericParms& parameters) {
   const auto answer = [this](Vxi11Error error, std::uint8_t byte) {
@@ -374,7 +374,7 @@ void Vxi11Connection::Lock(Device_LockParms& parameters) {
                        [this, &broker, client = link->Client(), number = m_operations](LockResult result) {
                          const bool granted = result == LockResult::kGranted;
                          if (number == m_operations) return Finish(granted ? Vxi11Error::kNone : Vxi11Error::kLocked);
-                         // Granted to a call that was aborted meanwhile.
+                         // The call that asked was aborted meanwhile.
                          if (granted) broker.Unlock(client);
                        });
 }

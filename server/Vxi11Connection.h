@@ -19,19 +19,19 @@ class Vxi11Connection : public RpcConnection {
   Vxi11Connection(Vxi11Door& door, Wire& wire) : RpcConnection(door.EventLoop(), wire), m_door(door) {}
   ~Vxi11Connection() override;
 
-  /// Ends the call in progress if it works on this link and can be aborted.
+  /// Ends the call in progress if it uses this link and can be aborted.
   void Abort(std::int32_t link);
 
  private:
   /// The call in progress.
   struct Operation {
     std::int32_t link = 0;
-    std::function<void(Vxi11Error)> fail;  ///< answers the call by an error
-    std::function<void()> begin;           ///< when the rule of locks lets it
-    std::uint32_t io_timeout = 0;          ///< in milliseconds, from there
+    std::function<void(Vxi11Error)> fail;  ///< answers the call with an error
+    std::function<void()> begin;           ///< called when no lock of others keeps it out
+    std::uint32_t io_timeout = 0;          ///< in milliseconds, from begin on
     bool may_abort = true;
-    std::function<void()> go_on;     ///< set by begin: when the link has changed
-    std::function<void()> withdraw;  ///< set by begin: when it ends by an error
+    std::function<void()> go_on;     ///< set by begin: called when the link has changed
+    std::function<void()> withdraw;  ///< set by begin: called when the operation ends with an error
   };
 
   void Handle(const rpc::Call& call) override;
@@ -76,7 +76,7 @@ class Vxi11Connection : public RpcConnection {
   std::map<std::int32_t, std::unique_ptr<Vxi11Link>> m_links;
   std::uint32_t m_xid = 0;
   std::uint64_t m_operations = 0;
-  Operation m_operation;  ///< none without a link
+  Operation m_operation;  ///< its link is 0 while there is none
   Loop::Timer m_deadline = 0;
 };
 

@@ -20,11 +20,11 @@ class AbortConnection : public RpcConnection {
     if (!rpc::Decode(call.arguments, xdr_Device_Link, link)) return Answer(rpc::Reply(call.xid, GARBAGE_ARGS));
     Vxi11Connection* const owner = m_door.Owner(link);
     Device_Error result{static_cast<int>(owner != nullptr ? Vxi11Error::kNone : Vxi11Error::kInvalidLink)};
-    // First this, then the call that it ends.
+    // This call is answered first, then the one that it ends.
     Answer(rpc::Reply(call.xid, xdr_Device_Error, result));
     if (owner != nullptr) owner->Abort(link);
   }
-  /// It is opened beside a link and may never be used.
+  /// Clients open it along with a link and may never use it.
   bool MayRest() const override { return m_door.HasLinks(); }
 
   Vxi11Door& m_door;

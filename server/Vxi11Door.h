@@ -1,18 +1,18 @@
 // VXI-11 (VXI-11 1.0, for instruments of IEEE 488.2: VXI-11.3) over ONC RPC. Two programs: the core channel, which
-// makes links to the one device "inst0" and works on them, and the abort channel, whose port each new link is told.
+// makes links to the one device "inst0" and works on them, and the abort channel, whose port create_link returns.
 //
 // A link is a client of the broker: it has its queue, its lock and its answers. Links belong to the connection that
-// made them and end with it. The calls of a connection run one after the other; a client that wants to ask for the
-// status byte while a read waits opens another connection, as the standard advises.
+// made them and end with it. The calls of a connection run one after the other; to read the status byte while a read
+// waits, a client opens another connection, as the standard advises.
 //
-//   create_link    -> the link is made; with lockDevice only if the lock is got in time
-//   any call       -> 4 if the connection has no such link; then the rule of locks: while another link, or a client of
-//                     another door, keeps this one out, 11 at once, or with waitlock after lock_timeout
-//   device_write   -> 0 when all is taken: a few messages may wait in the broker, for the next one the write waits
-//   device_read    -> an answer or a part of it; 15 when none comes within io_timeout. It still can be read later,
+//   create_link    -> the link is made; with lockDevice only if the lock is granted in time
+//   any call       -> 4 if the connection has no such link; then, while another link, or a client of another door,
+//                     holds a lock that excludes this one: 11 at once, or with waitlock after lock_timeout
+//   device_write   -> 0 when all is taken: a few messages may wait in the broker; a further one makes the write wait
+//   device_read    -> an answer or a part of it; 15 when none comes within io_timeout. It can still be read later,
 //                     until a new message begins
-//   destroy_link   -> 0 when what was written has been carried out, or after 4 s, when what has not started is dropped
-//   device_abort   -> ends the call that works on the link, if one does, with 23
+//   destroy_link   -> 0 when its messages have run, or after 4 s, when those that have not started are dropped
+//   device_abort   -> ends the call that is using the link, if there is one, with 23
 //
 // There are no service requests, so no interrupt channel is made; clients then ask for the status byte.
 #pragma once
@@ -35,7 +35,7 @@ class Vxi11Door : public SessionDoor {
   const char* Name() const override { return "vxi11"; }
   std::unique_ptr<Connection> Accept(Wire& wire) override;
 
-  /// The abort channel; it has a port of its own, which new links are told.
+  /// The abort channel, which has a port of its own. create_link returns that port.
   Door& AbortChannel();
   void SetAbortPort(std::uint16_t port) { m_abort_port = port; }
   std::uint16_t AbortPort() const { return m_abort_port; }

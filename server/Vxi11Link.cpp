@@ -6,9 +6,9 @@
 namespace server {
 namespace {
 
-/// Messages of one link at the broker; the next ones wait in their write.
+/// Messages that one link may have at the broker; further ones wait in their device_write.
 constexpr std::size_t kQueued = 4;
-/// Bytes of answers from which on a write waits. Only one write with many questions can get there.
+/// Above this many bytes of unread answers a write waits. Only a write with many queries can get there.
 constexpr std::size_t kAnswerBytes = 1 << 20;
 
 }  // namespace
@@ -26,7 +26,7 @@ void Vxi11Link::Write(std::string data, bool end) {
   if (m_input.empty() && !m_data.empty()) DropAnswers();
 }
 
-/// Those that wait, and those that are still to come.
+/// Drops the answers that wait to be read, and those still to come.
 void Vxi11Link::DropAnswers() {
   ++m_generation;
   m_answers.clear();

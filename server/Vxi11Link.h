@@ -1,9 +1,9 @@
-// A link of VXI-11 as a device of IEEE 488.2 has it: the message that is being written, the answers that wait to be
-// read. It knows no RPC and no time.
+// A VXI-11 link seen as an IEEE 488.2 device: the message that is being written and the answers that wait to be read.
+// It knows nothing of RPC and of time.
 //
-// A message ends at its END, or at a line end outside of a definite-length block; the last may come in a later write.
-// When a new message begins, answers that were not read are dropped, those that are still to come too: so a client that
-// has given up on an answer never finds it in front of a later one.
+// A message ends at END, or at a line end outside of a definite-length block; either may come in a later write. When a
+// new message begins, unread answers are dropped, and so are those still to come: a client that has given up on an
+// answer never finds it in front of a later one.
 #pragma once
 
 #include <cstdint>
@@ -44,12 +44,12 @@ class Vxi11Link {
 
   ClientId Client() const { return m_client; }
 
-  /// Begins a write; Pump takes its bytes as there is room.
+  /// Begins a write; Pump takes its bytes when there is room.
   void Write(std::string data, bool end);
-  /// Takes what there is room for. kNone when all is taken, nothing while the rest has to wait. Any other error ends
-  /// the write and drops the message that was not whole.
+  /// Takes what there is room for. Returns kNone when all is taken, nothing while the rest has to wait. Any other error
+  /// ends the write and drops the unfinished message.
   std::optional<Vxi11Error> Pump();
-  /// Bytes of the write that were taken.
+  /// Bytes of the write taken so far.
   std::size_t Taken() const { return m_taken; }
 
   /// Messages that have not ended.
@@ -59,14 +59,14 @@ class Vxi11Link {
   struct Piece {
     Vxi11Error error = Vxi11Error::kNone;
     std::string text;
-    bool end = false;  ///< the answer ends with it
+    bool end = false;  ///< the piece ends the answer
   };
   /// Takes the next bytes of the first answer: up to `size` of them, and up to the first `stop`. There must be one.
   Piece Read(std::size_t size, std::optional<char> stop);
 
   /// Device clear.
   void Clear();
-  /// Leaves the broker, locks and all; nothing but the destructor may follow.
+  /// Leaves the broker and releases its locks; only the destructor may follow.
   void End();
 
  private:
@@ -87,16 +87,16 @@ class Vxi11Link {
   bool m_ended = false;
 
   scpi_zlt::MessageScanner m_scanner;
-  std::string m_input;  ///< of a message that has not ended
-  std::string m_data;   ///< of the write
+  std::string m_input;  ///< the part so far of a message that has not ended
+  std::string m_data;   ///< data of the write
   std::size_t m_taken = 0;
   bool m_end = false;
 
   std::size_t m_queued = 0;
-  std::uint64_t m_generation = 0;  ///< counts the messages that a client began; one write may end several
+  std::uint64_t m_generation = 0;  ///< counts the messages begun; one write may end several
   std::deque<Answer> m_answers;
   std::size_t m_answer_bytes = 0;
-  std::size_t m_read = 0;  ///< of the first answer
+  std::size_t m_read = 0;  ///< bytes of the first answer already read
 };
 
 }  // namespace server

@@ -18,15 +18,15 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
 
-/// How long the loop's thread looks for an answer before it leaves the wait to the worker's. A query of an idle session
-/// takes a few microseconds, which is less than it takes to wake a thread.
+/// How long the loop's thread looks for an answer before it leaves the wait to the worker's thread. A query of an idle
+/// session takes a few microseconds, less than it takes to wake a thread.
 constexpr std::chrono::microseconds kLook{20};
 /// How long the worker's own question may take.
 constexpr milliseconds kCheckLimit{5000};
 constexpr std::array kPauses = {seconds(1), seconds(2), seconds(4), seconds(8), seconds(10)};
 constexpr std::size_t kQueueBit = 2;
 
-/// The one command of a message in capitals, without blanks around it and a line end.
+/// A message's only command in capitals, without its line end and the blanks around it.
 std::string Normalised(std::string_view message) {
   std::string text;
   if (message.size() > 32) return text;
@@ -36,7 +36,7 @@ std::string Normalised(std::string_view message) {
   return text;
 }
 
-/// Eight digits, bit 0 first.
+/// Parses eight binary digits, bit 0 first.
 std::optional<std::uint8_t> ParseStatusByte(std::string_view digits) {
   if (digits.size() < 8) return std::nullopt;
   unsigned value = 0;
@@ -67,7 +67,7 @@ Reply::Kind KindOf(scpi_zlt::Outcome outcome) {
 
 }  // namespace
 
-/// What the worker's thread knows of the session while it is open.
+/// The open session as the worker's thread uses it.
 class Worker::Session {
  public:
   long Open(const WorkerOptions& options) {
@@ -84,8 +84,8 @@ class Worker::Session {
     m_session.Close();
   }
 
-  /// Writes a message and looks for its whole answer without a wait. If there is none yet, Exchange of the same message
-  /// waits for it. False, with nothing written, if the message has to begin there as well.
+  /// Writes a message and looks for its whole answer without waiting. If it has not come, Exchange of the same message
+  /// waits for it. False, with nothing written, if Exchange has to write the message too.
   bool Begin(std::string_view message, std::optional<std::string>& response) {
     if (!m_exchange->InStep() || AsksInstrument(Normalised(message))) return false;
     m_begun_at = steady_clock::now();
@@ -98,8 +98,8 @@ class Worker::Session {
     return true;
   }
 
-  /// One message of a client. Sets `lost` to the reason if it shows that the instrument is not there. `early` gets
-  /// answers that need no second look before the message is over.
+  /// Runs one message of a client. Sets `lost` to the reason if it shows that the instrument is not there. `early` gets
+  /// the parts of the answer that need no check before the message is over.
   scpi_zlt::Answer Exchange(std::string_view message, const WorkerOptions& options, std::string& lost,
                             const std::function<void(std::string)>& early) {
     const auto start = m_begun ? m_begun_at : steady_clock::now();
@@ -130,7 +130,7 @@ class Worker::Session {
     return answer;
   }
 
-  /// Asks the instrument for its status byte. Empty, or the reason why it is lost.
+  /// Asks the instrument for its status byte. Returns the reason if it is lost, else nothing.
   std::string Check() {
     const scpi_zlt::Answer answer = m_exchange->Exchange("*STB?", kCheckLimit);
     const std::optional<std::uint8_t> byte = ParseStatusByte(answer.response);
@@ -144,8 +144,8 @@ class Worker::Session {
     return {};
   }
 
-  /// The status byte as last read by Check, with the bit of the error queue, which the question has cleared there, as
-  /// long as errors are left.
+  /// The status byte that Check read last. Reading clears the bit of the error queue in the library; it is added here
+  /// while errors are left.
   std::uint8_t StatusByte() {
     if (m_queue_bit_eaten && !ErrorsAreLeft()) m_queue_bit_eaten = false;
     return static_cast<std::uint8_t>(m_read | (m_queue_bit_eaten ? 1u << kQueueBit : 0u));
@@ -166,7 +166,7 @@ class Worker::Session {
 
   scpi_zlt::Session m_session;
   std::optional<scpi_zlt::MessageExchange> m_exchange;
-  std::optional<scpi_zlt::Answer> m_begun;  ///< what writing it gave, of a message that was begun
+  std::optional<scpi_zlt::Answer> m_begun;  ///< result of writing the message that was begun
   steady_clock::time_point m_begun_at;
   steady_clock::time_point m_last_heard;
   std::uint8_t m_read = 0;
@@ -205,11 +205,11 @@ void Worker::Queue(Job job) {
     }
     m_jobs.push_back(std::move(job));
   }
-  // The thread would wake up to find the mutex held otherwise.
+  // Notified without the mutex: otherwise the thread would wake up only to find it held.
   m_changed.notify_one();
 }
 
-/// Ends a job without the instrument.
+/// Answers a job without the instrument.
 void Worker::Refuse(Job& job) {
   if (job.done) {
     Complete(job, {Reply::Kind::kNoInstrument, {}});
@@ -292,7 +292,7 @@ bool Worker::OpenFirst(Session& session) {
   return false;
 }
 
-/// Works messages off until the instrument is lost or a stop is asked for.
+/// Runs messages until the instrument is lost or a stop is asked for.
 void Worker::Serve(Session& session) {
   std::string lost;
   while (lost.empty()) {

@@ -1,8 +1,8 @@
 // One session of the library and the thread that makes its blocking calls.
 //
 // A query takes the library a few microseconds, and waking a thread takes far longer. So while the session is idle and
-// nothing waits, the loop's thread writes a message itself and looks for its answer for a moment, without sleeping. An
-// answer that has not come by then is the worker's to wait for.
+// nothing waits, the loop's thread writes a message itself and looks for its answer for a moment, without sleeping. For
+// an answer that has not come by then the worker's thread waits.
 //
 // States
 //
@@ -10,15 +10,15 @@
 //   kUp       The session is open. Messages run, one after the other.
 //   kLost     The link is gone or the instrument does not answer. Messages are answered kNoInstrument at once. The
 //             session is closed and opened again after 1, 2, 4, 8, 10, 10, ... seconds; then kUp again.
-//   kFailed   The first opening failed. It stays so.
+//   kFailed   The first opening failed. The worker stays in this state.
 //
 // How a loss is noticed
 //
 //   When the link is gone, the library goes on answering queries from its model, and a setting reports nothing. Only
-//   "*STB?" and "*ESR?" ask the instrument; without it they answer an empty line. So the worker looks at these answers
-//   when a client asks. It asks "*STB?" itself when nobody has asked for a while, and after a message that took very
-//   long, as one does when the instrument is silent. Reading the status byte clears the bit of the error queue (bit 2).
-//   If the worker's own question has cleared it and errors are left, the client's next "*STB?" shows the bit again.
+//   "*STB?" and "*ESR?" ask the instrument; without it they answer an empty line. So the worker checks these answers
+//   when a client asks. It asks "*STB?" itself when no client has for a while, and after a message that took very
+//   long, as messages do when the instrument is silent. Reading the status byte clears the bit of the error queue
+//   (bit 2). If the worker's own question has cleared it and errors are left, the client's next "*STB?" shows it again.
 //
 // A session whose message never ends (a response that outgrows its ring) is given up after `give_up`, like a lost one.
 #pragma once
@@ -42,16 +42,16 @@ namespace server {
 struct WorkerOptions {
   std::string resource;  ///< VISA resource name followed by ::ZLT
   std::chrono::milliseconds open_timeout{60000};
-  std::chrono::milliseconds check_interval{10000};  ///< between two looks at an instrument that nobody asks
-  std::chrono::milliseconds slow{5000};             ///< after a message that took longer, the worker looks too
+  std::chrono::milliseconds check_interval{10000};  ///< between two checks of an instrument that no client asks
+  std::chrono::milliseconds slow{5000};             ///< the worker also checks after a message that took longer
   std::chrono::milliseconds give_up{120000};        ///< for one message
 };
 
 struct Reply {
   enum class Kind {
     kDone,          ///< the message has run; `response` is its whole answer, maybe empty
-    kLocked,        ///< others held the lock for as long as the request would wait; not run
-    kNoInstrument,  ///< the link is lost or the instrument does not answer; not run, or cut short
+    kLocked,        ///< not run: others held the lock for as long as the request could wait
+    kNoInstrument,  ///< not run or cut short: the link is lost or the instrument does not answer
     kUnfinished,    ///< not run: the message ends inside a definite-length block
     kTooLong,       ///< not run: longer than the library takes (160144 bytes with the line end)
   };
@@ -61,34 +61,34 @@ struct Reply {
 
 enum class WorkerState { kOpening, kUp, kLost, kFailed };
 
-/// All public functions on the loop's thread; all callbacks there too, and never inside a call.
+/// All public functions are called on the loop's thread. Callbacks run there too, never inside one of those calls.
 class Worker {
  public:
   using OnReply = std::function<void(Reply)>;
   using OnStatusByte = std::function<void(std::uint8_t)>;
-  /// A new state, with a reason in words where there is one.
+  /// Called with a new state, and with a reason in words if there is one.
   using OnState = std::function<void(WorkerState, const std::string&)>;
 
   Worker(Loop& loop, WorkerOptions options, OnState on_state);
-  /// Stop, and waits for its end. No callback runs any more.
+  /// Stops and waits for the end. No callback runs after that.
   ~Worker();
   Worker(const Worker&) = delete;
   Worker& operator=(const Worker&) = delete;
 
   /// Queues a message. `id` is the caller's, for Withdraw.
   void Run(std::uint64_t id, std::string message, bool tidy, OnReply done);
-  /// True if the message had not started: it never will, and its callback is not run. One that runs goes on.
+  /// True if the message had not started: it never will, and its callback does not run. A running message goes on.
   bool Withdraw(std::uint64_t id);
   /// Asks for the status byte between messages.
   void AskStatusByte(OnStatusByte done);
-  /// The status byte as last read.
+  /// The status byte that was read last.
   std::uint8_t StatusByte() const { return m_status_byte; }
 
-  /// Messages and questions queued or under way.
+  /// Messages and status questions queued or running.
   std::size_t Pending() const { return m_pending; }
   WorkerState State() const { return m_state; }
 
-  /// Lets the message under way end, closes the session, and runs `stopped`.
+  /// Waits for the running message, closes the session, and runs `stopped`.
   void Stop(Loop::Task stopped);
 
  private:
@@ -97,8 +97,8 @@ class Worker {
     std::string message;
     bool tidy = false;
     OnReply done;
-    OnStatusByte status_done;  ///< set: a question for the status byte, nothing else
-    bool begun = false;        ///< it was written to the session already
+    OnStatusByte status_done;  ///< if set, the job only asks for the status byte
+    bool begun = false;        ///< the message was written to the session already
   };
   class Session;
 
@@ -119,7 +119,7 @@ class Worker {
   const WorkerOptions m_options;
   const OnState m_on_state;
 
-  std::size_t m_pending = 0;  ///< loop's thread
+  std::size_t m_pending = 0;  ///< used on the loop's thread only
   std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
 
   std::atomic<std::uint8_t> m_status_byte{0};
