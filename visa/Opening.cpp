@@ -16,7 +16,7 @@ constexpr ViUInt32 kOwnOpenTimeout = 10000;
 ViStatus OpenGenerator(ViSession manager, const std::string& generator, const char* name, ViUInt32 access_mode,
                        ViUInt32 timeout_ms, ViSession& handle) {
   if (generator.size() >= kFindLength) return kInvalidName;
-  if (!LoadProvider()) return kLibraryNotFound;
+  if (!LoadProvider(generator)) return kLibraryNotFound;
   std::shared_ptr<Instrument> instrument;
   // Programs pass 0 for a lock that they do not ask for; the generator needs its time to start.
   const ViStatus status = Instrument::Open(generator, timeout_ms == 0 ? kOwnOpenTimeout : timeout_ms, instrument);

@@ -11,6 +11,8 @@ namespace visa {
 namespace {
 
 constexpr const char* kProviderFile = "libSkVisa.so.2";
+/// Installed beside this library.
+constexpr const char* kInstalledSimulator = "$ORIGIN/scpi-zlt/simulator/libSkVisa.so.2";
 
 /// What the library calls, by the widths that it calls with: it takes counts and handles of 32 and 64 bits. Until the
 /// provider is loaded each says that it is missing.
@@ -80,6 +82,14 @@ bool FrontIsGlobal() {
   return found != nullptr && LibraryOf(found) == LibraryOf(reinterpret_cast<const void*>(&LibraryOf));
 }
 
+void* FindProvider(std::string_view resource) {
+  const bool has_one = dlopen(kProviderFile, RTLD_NOW | RTLD_NOLOAD) != nullptr;
+  if (resource.starts_with("SIM") && !has_one) {
+    if (void* const simulator = LoadVisaLibrary(kInstalledSimulator)) return simulator;
+  }
+  return LoadVisaLibrary(kProviderFile);
+}
+
 /// What the linker puts in the place of the library's calls is only reached after a session began to open.
 const Functions& Call() {
   LoadProvider();
@@ -103,11 +113,11 @@ void* LoadVisaLibrary(const char* file) {
   return dlopen(file, mode);
 }
 
-bool LoadProvider() {
+bool LoadProvider(std::string_view resource) {
   Provider& provider = TheProvider();
   const std::lock_guard hold(provider.lock);
   if (provider.loaded) return true;
-  void* const library = LoadVisaLibrary(kProviderFile);
+  void* const library = FindProvider(resource);
   if (library == nullptr) {
     SayOnce("the VISA provider can't be loaded: " + LoaderMessage() +
             ". Install it, or name its folder in LD_LIBRARY_PATH before the program starts.");

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "visa/VisaTypes.h"
@@ -19,8 +20,10 @@ namespace visa {
 /// to all libraries. Null after a failure; dlerror has the reason.
 void* LoadVisaLibrary(const char* file);
 
-/// False, after a line on the error stream that says what to do, when the provider can't be loaded.
-bool LoadProvider();
+/// False, after a line on the error stream that says what to do, when the provider can't be loaded. If nothing has
+/// loaded a provider yet, a resource of the simulated generator ("SIM...") gets the installed simulator; all others get
+/// the one that the loader finds.
+bool LoadProvider(std::string_view resource = {});
 
 /// The names of all instruments that the provider lists; none if it can list none.
 std::vector<std::string> ListProviderNames();

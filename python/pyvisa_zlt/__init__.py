@@ -13,9 +13,9 @@ from pyvisa import errors
 from pyvisa.ctwrapper.highlevel import IVIVisaLibrary
 from pyvisa.util import LibraryPath
 
+from scpi_zlt._places import beside_package, existing, of_system
+
 NAME = "libzlt_visa.so.1"
-_TREE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "build", "release", "visa")
-_FOLDERS = (_TREE, "/usr/local/lib", "/usr/local/lib/x86_64-linux-gnu", "/usr/lib/x86_64-linux-gnu", "/usr/lib")
 
 
 class ZltVisaLibrary(IVIVisaLibrary):
@@ -26,7 +26,7 @@ class ZltVisaLibrary(IVIVisaLibrary):
         named = os.environ.get("ZLT_VISA_LIBRARY")
         if named:
             return (LibraryPath(named, "ZLT_VISA_LIBRARY"),)
-        found = [path for path in (os.path.join(folder, NAME) for folder in _FOLDERS) if os.path.exists(path)]
+        found = existing([*beside_package("visa"), *of_system()], NAME)
         return (LibraryPath(found[0] if found else NAME, "pyvisa_zlt"),)
 
     def _init(self) -> None:

@@ -7,11 +7,11 @@ import threading
 from ctypes import POINTER, c_char_p, c_int, c_long, c_ulong, c_void_p
 
 from ._errors import LibraryMissing
+from ._places import beside_package, existing, of_system
 
 NAME = "libscpi_zlt_client.so.2"
 # Where the simulated generator is installed, beside the library.
 _SIMULATOR = os.path.join("scpi-zlt", "simulator", "libSkVisa.so.2")
-_FOLDERS = ["/usr/local/lib", "/usr/local/lib/x86_64-linux-gnu", "/usr/lib/x86_64-linux-gnu", "/usr/lib"]
 
 # Each of these is found through the one library: the loader looks into those that it needs, too.
 _FUNCTIONS = {
@@ -60,22 +60,18 @@ def status_text(status: int) -> str:
 
 def _candidates() -> list[str]:
     named = os.environ.get("SCPI_ZLT_LIBRARY")
-    if named:
-        return [named]
-    here = os.path.dirname(os.path.abspath(__file__))
-    tree = os.path.join(here, "..", "..", "build", "release", "client", NAME)
-    return [tree, NAME] if os.path.exists(tree) else [NAME]
+    return [named] if named else [*existing(beside_package("client"), NAME), NAME]
 
 
 def _load_simulator() -> None:
     """Once it is loaded the library takes it by its name, and looks for no other. Where none is installed, the library finds
     one by the loader, or says that it is missing."""
-    beside = [os.path.dirname(path) for path in _candidates() if os.path.dirname(path)]
-    for folder in beside or _FOLDERS:
-        path = os.path.join(folder, _SIMULATOR)
-        if os.path.exists(path):
+    folders = [os.path.dirname(path) for path in _candidates() if os.path.dirname(path)]
+    for path in existing([*folders, *of_system()], _SIMULATOR)[:1]:
+        try:
             ctypes.CDLL(path)
-            return
+        except OSError as error:
+            raise LibraryMissing(f"{error}\nThat is the installed simulator: install it again, or take it away.") from None
 
 
 def _load() -> ctypes.CDLL:

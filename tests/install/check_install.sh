@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs into a folder, moves it, and builds and runs a user's programs in C and C++ against it: by CMake, by
-# pkg-config, and with the two words "-lscpi_zlt" alone. Each must need the library and, by itself, no provider.
+# pkg-config, and with the two words "-lscpi_zlt" alone. Each must need the library and, by itself, no provider. Then, with no
+# variable set, in Python and by the VISA library in front.
 # check_install.sh BUILD_FOLDER CMAKE
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
@@ -53,4 +54,33 @@ cc "$examples/frequency.c" -o "$work/plain/frequency" -lscpi_zlt
 c++ -std=c++20 "$examples/identity.cpp" -o "$work/plain/identity" -lscpi_zlt
 c++ -std=c++20 "$here/attenuation.cpp" -o "$work/plain/attenuation" -lscpi_zlt_datafiles
 try -lscpi_zlt "$work/plain"
+
+# bare PROGRAM: what the program in Python prints. It finds the packages of the tree, and nothing else is set.
+packages=$tree/lib/python3/dist-packages
+mkdir -p "$packages"
+cp -r "$here"/../../python/*_zlt "$packages"
+bare() { env -i PYTHONDONTWRITEBYTECODE=1 PYTHONPATH="$packages" /usr/bin/python3 -c "$1" 2>&1; }
+
+simulated='import scpi_zlt.simulator
+with scpi_zlt.simulator.SimulatedGenerator() as generator: print(generator.query(":FREQ 1 GHZ;:FREQ?"))'
+expect 'Python: a generator' "$(bare 'import scpi_zlt
+with scpi_zlt.Generator("SIM0::INSTR::ZLT") as generator: print(generator.query(":FREQ 1 GHZ;:FREQ?"))')" 1000000000
+expect 'Python: a simulated generator' "$(bare "$simulated")" 1000000000
+expect 'The front' "$(bare "import ctypes
+front = ctypes.CDLL('$tree/lib/libzlt_visa.so')"'
+manager, session, text = ctypes.c_uint32(), ctypes.c_uint32(), ctypes.create_string_buffer(64)
+assert front.viOpenDefaultRM(ctypes.byref(manager)) == 0
+assert front.viOpen(manager, b"SIM0::INSTR::ZLT", 0, 0, ctypes.byref(session)) == 0
+assert front.viWrite(session, b":FREQ 1 GHZ;:FREQ?", 18, None) == 0 and front.viRead(session, text, 64, None) == 0
+print(text.value.decode().strip())
+front.viClose(manager)')" 1000000000
+if /usr/bin/python3 -c 'import pyvisa' 2>/dev/null; then
+  expect 'pyvisa' "$(bare 'import pyvisa
+generator = pyvisa.ResourceManager("@zlt").open_resource("SIM0::INSTR::ZLT")
+print(generator.query(":FREQ 1 GHZ;:FREQ?").strip())
+generator.close()')" 1000000000
+fi
+echo broken >"$simulator/libSkVisa.so.2"
+expect 'Python: a broken simulator' "$(bare "$simulated" | tail -n 1)" \
+  'That is the installed simulator: install it again, or take it away.'
 exit $failed
