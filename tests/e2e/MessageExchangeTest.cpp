@@ -1,9 +1,12 @@
 // One message, its whole answer, or a time-out after which the session is in step again.
+#include <array>
+#include <memory>
 #include <optional>
 #include <thread>
 
 #include "client/MessageExchange.h"
 #include "client/Session.h"
+#include "client/exchange.h"
 #include "tests/e2e/Sessions.h"
 
 namespace {
@@ -162,6 +165,78 @@ TEST_F(Exchanges, AreInStepAgainAfterATimeOut) {
   EXPECT_EQ(exchange->Exchange(slow, milliseconds(20)).outcome, Outcome::kTimeout);
   EXPECT_EQ(Ask("*OPC?"), "+1\n");  // what was late is dropped
   EXPECT_TRUE(exchange->InStep());
+}
+
+TEST_F(Exchanges, AppendMessagesWhoseAnswersAreDropped) {
+  Open(79, "latency=50");
+  const std::string lines(2 * kMaximumMessage, '\n');
+  const struct {
+    std::string begun;
+    std::string appended;
+    Outcome outcome;
+    std::string response;
+    std::string frequency;
+  } cases[] = {
+      {"", ":FREQ 1GHZ;:FREQ?", Outcome::kComplete, "1000000000\n", "1000000000\n"},  // in step: as Begin
+      {":FREQ 2GHZ;:FREQ?", ":FREQ 3GHZ", Outcome::kComplete, "", "3000000000\n"},
+      {":FREQ 4GHZ", "*OPC?", Outcome::kComplete, "", "4000000000\n"},
+      {":FREQ 5GHZ;:FREQ?", "DATA #14abc", Outcome::kUnfinished, "5000000000\n", "5000000000\n"},
+      {":FREQ 6GHZ;:FREQ?\n" + lines, ":FREQ 7GHZ", Outcome::kBusy, "6000000000\n",
+       "6000000000\n"},  // the ring is full
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.begun.substr(0, 30) + " " + row.appended);
+    if (!row.begun.empty()) {
+      ASSERT_EQ(exchange->Begin(row.begun).outcome, Outcome::kComplete);
+    }
+    EXPECT_EQ(exchange->Append(row.appended).outcome, row.outcome);
+    EXPECT_FALSE(exchange->InStep());
+    const Answer answer = exchange->Await(kLong);
+    EXPECT_EQ(answer.outcome, Outcome::kComplete);
+    EXPECT_EQ(answer.response, row.response);
+    EXPECT_EQ(Ask(":FREQ?"), row.frequency);
+  }
+}
+
+TEST_F(Exchanges, AreReachedFromC) {
+  Open(68, "latency=50");
+  const auto deleter = [](zltExchange* c) { zltExchangeDelete(c); };
+  const std::unique_ptr<zltExchange, decltype(deleter)> c(zltExchangeCreate(session.Handle()), deleter);
+  const auto response = [&] {
+    unsigned long length = 0;
+    const char* const text = zltExchangeResponse(c.get(), &length);
+    return std::string(text, length);
+  };
+  const struct {
+    std::string message;
+    unsigned long length;
+    int begun;
+    std::string response;
+  } cases[] = {
+      {"*IDN?", 5, ZLT_COMPLETE, "Sorvik,ZG-20E,000068\n"},
+      {":FREQ 1GHZ;:OUTP OFF", 20, ZLT_COMPLETE, ""},
+      {":FREQ?;*RST", 6, ZLT_COMPLETE, "1000000000\n"},  // as far as `length` says
+      {"DATA #14abc", 11, ZLT_UNFINISHED, ""},
+      {std::string(kMaximumMessage, ' '), kMaximumMessage, ZLT_TOO_LONG, ""},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.message.substr(0, 30));
+    EXPECT_EQ(zltExchangeBegin(c.get(), row.message.data(), row.length), row.begun);
+    EXPECT_EQ(zltExchangeBusy(c.get()), row.begun == ZLT_COMPLETE ? 1 : 0);
+    EXPECT_EQ(zltExchangeAwait(c.get(), kLong.count()), ZLT_COMPLETE);
+    EXPECT_EQ(response(), row.response);
+  }
+  EXPECT_EQ(zltExchangeBegin(c.get(), ":FREQ 2GHZ;:NONSENSE?", 21), ZLT_COMPLETE);
+  EXPECT_EQ(zltExchangeAwait(c.get(), 0), ZLT_TIMEOUT);
+  EXPECT_EQ(zltExchangeBegin(c.get(), ":FREQ 3GHZ", 10), ZLT_BUSY);
+  EXPECT_EQ(zltExchangeAwait(c.get(), kLong.count()), ZLT_COMPLETE);
+  EXPECT_EQ(response(), "\n") << "the refused message must not make it the answer of a setting";
+  session.Close();
+  EXPECT_EQ(zltExchangeBegin(c.get(), "*OPC?", 5), ZLT_FAILED);
+  EXPECT_EQ(zltExchangeStatus(c.get()), VI_ERROR_INV_OBJECT);
+  std::array<char, 8> text{};
+  zltStatusText(VI_ERROR_INV_OBJECT, text.data(), text.size());
+  EXPECT_STREQ(text.data(), "the ses");
 }
 
 TEST_F(Exchanges, StayOutstandingBehindAResponseThatOutgrowsItsRing) {
