@@ -187,7 +187,8 @@ std::optional<std::string> ReadBackDifference(const std::string& message, const 
   const bool level = std::string_view(unit.command->parameter).find("DBM") != std::string_view::npos;
   if (level && !Is(unit, ":UNIT:POW") && ask(":UNIT:POW?") == "W") return std::nullopt;
 
-  const std::optional<std::string> answer = ask(unit.header + "?");
+  // This one's own query answers whole seconds.
+  const std::optional<std::string> answer = ask(Is(unit, ":LIST:DWEL") ? ":SWE:DWEL?" : unit.header + "?");
   std::string wanted = unit.parameter;
   if (IsLimitWord(wanted) && *unit.command->words == 'M') wanted = ask(unit.header + "? " + wanted).value_or("");
   if (!answer || wanted.empty()) return std::nullopt;
