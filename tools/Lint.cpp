@@ -76,7 +76,7 @@ struct Row {
   Form form;
   bool (*applies)(const std::string& parameter);
   const char* text;
-  const char* chapter;  ///< of docs/surprises.md
+  const char* anchor;  ///< of its paragraph in docs/surprises.md
 };
 
 bool Always(const std::string&) {
@@ -108,35 +108,36 @@ constexpr const char* kLevelWord = "MIN, MAX and DEF set 0 dBm; ask for the limi
 constexpr const char* kWholeSeconds = "pulse times go out in whole seconds, this one as 0";
 
 constexpr Row kRows[] = {
-    {":INIT:CONT", Form::kSet, IsOne, "1 means off here; say ON", "silence"},
-    {":PULM:STAT", Form::kSet, IsOne, "1 means off here; say ON", "silence"},
-    {"*RST", Form::kSet, Always, "resets no setting, and ends a sweep", "silence"},
-    {"*OPC", Form::kQuery, Always, "answers at once, whatever runs", "silence"},
-    {":POW:ATT", Form::kQuery, Always, "leaves an entry 1 in the error queue", "silence"},
-    {":POW", Form::kSet, IsLimitWord, kLevelWord, "power"},
-    {":POW:STAR", Form::kSet, IsLimitWord, kLevelWord, "power"},
-    {":POW:STOP", Form::kSet, IsLimitWord, kLevelWord, "power"},
-    {":POW:CENT", Form::kSet, IsLimitWord, kLevelWord, "power"},
-    {":POW:SPAN", Form::kSet, IsLimitWord, "MIN, MAX and DEF set 0 dB; write the number", "power"},
-    {":UNIT:POW", Form::kSet, IsWatts, "watts are for answers only; settings stay dBm", "power"},
+    {":INIT:CONT", Form::kSet, IsOne, "1 means off here; say ON", "one-means-off"},
+    {":PULM:STAT", Form::kSet, IsOne, "1 means off here; say ON", "one-means-off"},
+    {"*RST", Form::kSet, Always, "resets no setting, and ends a sweep", "rst-resets-nothing"},
+    {"*OPC", Form::kQuery, Always, "answers at once, whatever runs", "opc-answers-at-once"},
+    {":POW:ATT", Form::kQuery, Always, "leaves an entry 1 in the error queue", "attenuation-leaves-an-error"},
+    {":POW", Form::kSet, IsLimitWord, kLevelWord, "min-sets-0-dbm"},
+    {":POW:STAR", Form::kSet, IsLimitWord, kLevelWord, "min-sets-0-dbm"},
+    {":POW:STOP", Form::kSet, IsLimitWord, kLevelWord, "min-sets-0-dbm"},
+    {":POW:CENT", Form::kSet, IsLimitWord, kLevelWord, "min-sets-0-dbm"},
+    {":POW:SPAN", Form::kSet, IsLimitWord, "MIN, MAX and DEF set 0 dB; write the number", "min-sets-0-dbm"},
+    {":UNIT:POW", Form::kSet, IsWatts, "watts are for answers only; settings stay dBm", "watts-are-for-answers"},
     {":SWE:SPAC", Form::kSet, IsLogarithmic,
      "goes out with the next change of the range, overwrites the frequency list, and "
      "makes the last step larger",
-     "sweeps-and-lists"},
+     "spacing-goes-out-later"},
     {":TRIG:SOUR", Form::kSet, IsImmediate, "a sweep that takes longer than a second is broken off; BUS has no limit",
-     "sweeps-and-lists"},
+     "immediate-source-cuts-short"},
     {":LIST:MODE", Form::kSet, [](const std::string& word) { return word.starts_with("MAN"); },
-     "steps by triggers only if :TRIG:SOUR EXT was written before", "sweeps-and-lists"},
-    {":TRIG", Form::kSet, Always, "starts no sweep; :INIT does", "sweeps-and-lists"},
-    {":ABOR", Form::kSet, Always, "leaves :INIT:CONT on, so the next sweep setting starts again", "sweeps-and-lists"},
-    {":LIST:DWEL", Form::kQuery, Always, "answers whole seconds; :SWE:DWEL? is exact", "sweeps-and-lists"},
+     "steps by triggers only if :TRIG:SOUR EXT was written before", "source-before-list-mode"},
+    {":TRIG", Form::kSet, Always, "starts no sweep; :INIT does", "trig-starts-nothing"},
+    {":ABOR", Form::kSet, Always, "leaves :INIT:CONT on, so the next sweep setting starts again",
+     "abort-leaves-continuous-on"},
+    {":LIST:DWEL", Form::kQuery, Always, "answers whole seconds; :SWE:DWEL? is exact", "list-dwell-in-whole-seconds"},
     {":PULM:INT:PWID", Form::kSet, IsBelowASecond, kWholeSeconds, "numbers-that-wrap"},
     {":PULM:INT:PER", Form::kSet, IsBelowASecond, kWholeSeconds, "numbers-that-wrap"},
-    {":PULM:SOUR:INT", Form::kSet, IsTrain, "a pulse train can be stored, not started", "pulses"},
+    {":PULM:SOUR:INT", Form::kSet, IsTrain, "a pulse train can be stored, not started", "train-cannot-start"},
 };
 
-std::string Linked(const std::string& text, const char* chapter) {
-  return text + " (docs/surprises.md#" + chapter + ")";
+std::string Linked(const std::string& text, const char* anchor) {
+  return text + " (docs/surprises.md#" + anchor + ")";
 }
 
 bool IsRange(const Unit& unit) {
@@ -154,25 +155,24 @@ std::vector<std::string> Surprises::Of(const std::string& message) {
   for (const Unit& unit : units) {
     for (const Row& row : kRows) {
       if (Is(unit, row.header) && unit.query == (row.form == Form::kQuery) && row.applies(unit.parameter)) {
-        found.push_back(Linked(row.text, row.chapter));
+        found.push_back(Linked(row.text, row.anchor));
       }
     }
     if (IsRange(unit)) {
       found.push_back(
-          Linked(m_sweeps ? "in sweep mode older firmware refuses this without a word; write :FREQ:MODE SWE behind it"
+          Linked(m_sweeps ? "in sweep mode older firmware refuses this without a word; write :FREQ:MODE SWE after it"
                           : "is only stored until :FREQ:MODE SWE",
-                 "sweeps-and-lists"));
+                 "range-then-mode"));
     }
     if (Is(unit, ":FREQ:MODE") && !unit.query) m_sweeps = unit.parameter.starts_with("SWE");
   }
   if (units.size() < 2) return found;
   if (!units.front().query) {
-    found.push_back(
-        Linked("a setting in front of another command can leave an empty line; write it on a line of its own",
-               "opening-reading-closing"));
+    found.push_back(Linked("a setting before another command can leave an empty line; write it on a line of its own",
+                           "setting-before-a-command"));
   }
   if (scpi_zlt::IsQuery(message) && !units.back().query) {
-    found.push_back(Linked("a query in front of a setting has no line end; put it last", "opening-reading-closing"));
+    found.push_back(Linked("a query before a setting has no line end; put it last", "query-before-a-setting"));
   }
   return found;
 }

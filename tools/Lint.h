@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// What the page of surprises warns of in these messages, each as "text (docs/surprises.md#chapter)". Messages are
+/// What the page of surprises warns of in these messages, each as "text (docs/surprises.md#paragraph)". Messages are
 /// looked at in order, because what a range setting does depends on the mode.
 class Surprises {
  public:
