@@ -113,6 +113,13 @@ std::optional<std::string> Conversation::Ask(const std::string& query) {
   return WithoutLineEnd(scpi_zlt::Tidy(query, answer.response));
 }
 
+std::string Conversation::Demand(const std::string& query, const std::string& consequence) {
+  const std::optional<std::string> answer = Ask(query);
+  if (m_interruption.Happened()) throw Interrupted();
+  if (!answer) throw ToolError("no answer to " + Quoted(query) + "; " + consequence, kNoInstrument);
+  return *answer;
+}
+
 void Conversation::GetInStep(Said& said) {
   if (m_instrument->InStep()) return;
   const milliseconds patience = std::max(kLeastPatience, m_options.answer_timeout);

@@ -36,6 +36,10 @@ class Conversation {
   /// The answer of a query that is not reported; nothing if there was none in time or the person interrupted.
   std::optional<std::string> Ask(const std::string& query);
 
+  /// The answer of a query without which nothing goes on. Throws Interrupted, or ToolError with `consequence` if there
+  /// is none in time.
+  std::string Demand(const std::string& query, const std::string& consequence);
+
   /// Sends these without a report, after waiting for what is outstanding, whether the person has interrupted or not.
   /// Says so if one is not done.
   void Conclude(const std::vector<std::string>& messages);

@@ -4,6 +4,9 @@
 #include <chrono>
 #include <csignal>
 
+/// Thrown where there is nothing to go on with after an interruption.
+struct Interrupted {};
+
 /// From Watch on, SIGINT and SIGTERM no longer end the process but are noticed by Happened. The first that is noticed
 /// gives both their usual effect back, so that a second Ctrl-C ends a program that is slow to close.
 class Interruption {

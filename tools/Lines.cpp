@@ -18,16 +18,20 @@ constexpr const char* kHelp =
     "  :OUTP ON           switches the RF output on\n"
     "  # text             is passed over\n"
     "  help HEADER        says what a command does; Tab completes\n"
+    "  save [FILE]        writes the settings as SCPI text, which \"scpi-zlt load\" plays back\n"
     "  quit, exit         the end\n";
 
-bool IsHelp(const std::string& line) {
-  return line == "help" || line.starts_with("help ");
+/// What follows a word for the prompt itself, without the blanks around it; nothing if the line begins otherwise.
+std::optional<std::string> After(const std::string& word, const std::string& line) {
+  if (!line.starts_with(word)) return std::nullopt;
+  if (line.size() > word.size() && line[word.size()] != ' ') return std::nullopt;
+  const std::size_t start = line.find_first_not_of(' ', word.size());
+  return start == std::string::npos ? "" : line.substr(start, line.find_last_not_of(' ') + 1 - start);
 }
 
-std::string HelpText(const std::string& line) {
-  const std::size_t start = line.find_first_not_of(' ', 4);
-  if (start == std::string::npos) return kHelp;
-  const std::string header = line.substr(start, line.find(' ', start) - start);
+std::string HelpText(const std::string& subject) {
+  if (subject.empty()) return kHelp;
+  const std::string header = subject.substr(0, subject.find(' '));
   const CommandEntry* const entry = FindCommand(header);
   return entry != nullptr ? EntryText(*entry, TerminalWidth())
                           : "no command \"" + header + "\"; Tab shows those that there are\n";
@@ -50,9 +54,14 @@ std::optional<std::string> Lines::Next() {
   for (;;) {
     std::optional<std::string> line = m_editor->Next(*m_interruption);
     if (line == "quit" || line == "exit") return std::nullopt;
-    if (!line || !IsHelp(*line)) return line;
-    Print(HelpText(*line));
+    const std::optional<std::string> subject = line ? After("help", *line) : std::nullopt;
+    if (!subject) return line;
+    Print(HelpText(*subject));
   }
+}
+
+std::optional<std::string> Lines::FileToSave(const std::string& line) const {
+  return m_editor ? After("save", line) : std::nullopt;
 }
 
 std::optional<std::string> Lines::ReadOn() {

@@ -22,6 +22,9 @@ class Lines {
   /// "exit" end and "help" helps. Throws ToolError when reading fails.
   std::optional<std::string> Next();
 
+  /// FILE of "save FILE", typed at a prompt; empty for "save" alone, nothing for any other line.
+  std::optional<std::string> FileToSave(const std::string& line) const;
+
  private:
   std::optional<std::string> ReadOn();
 

@@ -17,16 +17,21 @@ struct SaveArguments {
   bool all = false;
 };
 
-std::string SettingsText(Conversation& conversation, Interruption& interruption, bool all) {
-  const AskFunction ask = [&](const std::string& query) {
-    const std::optional<std::string> answer =
-        interruption.Happened() ? std::nullopt : std::optional(conversation.Ask(query));
-    if (answer) return *answer;
-    throw ToolError("no answer to \"" + query + "\"; nothing is saved", kNoInstrument);
-  };
+std::string SettingsText(Conversation& conversation, bool all) {
+  const AskFunction ask = [&](const std::string& query) { return conversation.Demand(query, "nothing is saved"); };
   std::string text = "# " + ask("*IDN?") + "\n";
   for (const std::string& message : SettingsAsMessages(ask, all)) text += message + "\n";
   return text;
+}
+
+void WriteSettings(const std::string& text, const std::string& name) {
+  if (name.empty()) {
+    Print(text);
+    return;
+  }
+  errno = 0;
+  std::ofstream file(name);
+  if (!(file << text << std::flush)) throw ToolError(name + ": cannot write: " + std::strerror(errno), kFileFailed);
 }
 
 void Save(const SaveArguments& arguments) {
@@ -34,21 +39,20 @@ void Save(const SaveArguments& arguments) {
   talk.TakeResource();
   if (!talk.words.empty()) throw CLI::ExtrasError(talk.words);
   std::string text;
-  End(Talk(talk.options, [&](Conversation& conversation, Interruption& interruption) {
-    text = SettingsText(conversation, interruption, arguments.all);
-  }));
-  if (arguments.file.empty()) {
-    Print(text);
-    return;
-  }
-  errno = 0;
-  std::ofstream file(arguments.file);
-  if (!(file << text << std::flush)) {
-    throw ToolError(arguments.file + ": cannot write: " + std::strerror(errno), kFileFailed);
-  }
+  End(Talk(talk.options,
+           [&](Conversation& conversation, Interruption&) { text = SettingsText(conversation, arguments.all); }));
+  WriteSettings(text, arguments.file);
 }
 
 }  // namespace
+
+void SaveAtPrompt(Conversation& conversation, const std::string& file) {
+  try {
+    WriteSettings(SettingsText(conversation, false), file);
+  } catch (const ToolError& error) {
+    Warn(error.what());
+  }
+}
 
 void AddSettingsCommands(CLI::App& app) {
   CLI::App& save = *app.add_subcommand("save", "Writes the settings as SCPI text that \"load\" plays back");

@@ -44,16 +44,11 @@ milliseconds Since(steady_clock::time_point start) {
   return std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
 }
 
-double AskNumber(Conversation& conversation, const std::string& query) {
-  const std::optional<std::string> answer = conversation.Ask(query);
-  if (!answer) throw ToolError("no answer to \"" + query + "\"; nothing was sent", kNoInstrument);
-  return std::strtod(answer->c_str(), nullptr);
-}
-
 LevelLimits AskLimits(Conversation& conversation) {
-  const bool in_watts = conversation.Ask(":UNIT:POW?") == "W";
+  const auto ask = [&](const char* query) { return conversation.Demand(query, "nothing was sent"); };
+  const bool in_watts = ask(":UNIT:POW?") == "W";
   const auto level = [&](const char* query) {
-    const double value = AskNumber(conversation, query);
+    const double value = std::strtod(ask(query).c_str(), nullptr);
     return in_watts ? 10 * std::log10(value * 1000) : value;
   };
   return {level(":POW? MIN"), level(":POW? MAX")};

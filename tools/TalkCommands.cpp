@@ -12,6 +12,7 @@
 #include "tools/CommandReference.h"
 #include "tools/Lines.h"
 #include "tools/Lint.h"
+#include "tools/SettingsCommands.h"
 #include "tools/ToolError.h"
 
 namespace {
@@ -39,7 +40,13 @@ int TalkLines(const ConversationOptions& options) {
   Lines lines;
   return Talk(options, [&lines](Conversation& conversation, Interruption& interruption) {
     lines.Watch(interruption);
-    while (const std::optional<std::string> line = lines.Next()) conversation.Say(*line);
+    while (const std::optional<std::string> line = lines.Next()) {
+      if (const std::optional<std::string> file = lines.FileToSave(*line)) {
+        SaveAtPrompt(conversation, *file);
+      } else {
+        conversation.Say(*line);
+      }
+    }
   });
 }
 
@@ -169,7 +176,10 @@ int Talk(const ConversationOptions& options, const std::function<void(Conversati
   std::signal(SIGPIPE, SIG_IGN);
   Interruption interruption;
   Conversation conversation(options, interruption);
-  talk(conversation, interruption);
+  try {
+    talk(conversation, interruption);
+  } catch (const Interrupted&) {
+  }
   if (interruption.Happened()) {
     conversation.SayWhatIsLeft();
     return interruption.ExitStatus();
