@@ -264,8 +264,10 @@ void AddNetworkCommands(CLI::App& app) {
   convert->add_option("INPUT", arguments->input, "Touchstone file to read; - is the standard input")->required();
   convert->add_option("OUTPUT", arguments->output, "Touchstone file to write")->required();
   convert->add_option("-f,--format", arguments->options.format, "ri, ma or db; ri unless given")
+      ->type_name("FORMAT")
       ->transform(CLI::CheckedTransformer(kFormats, CLI::ignore_case));
   convert->add_option("-u,--unit", arguments->options.unit, "hz, khz, mhz or ghz; hz unless given")
+      ->type_name("UNIT")
       ->transform(CLI::CheckedTransformer(kUnits, CLI::ignore_case));
   convert->callback([arguments] { ConvertNetwork(*arguments); });
 }
@@ -277,6 +279,7 @@ void AddMatrixOptions(CLI::App& command, const std::string& prefix, const std::s
       .add_option_function<MatrixForm>(
           "--" + prefix + "form", [&options](const MatrixForm& form) { options.form = form; },
           "Form of the " + what + ": plain, csv or enr; by its extension (.txt, .csv, .enr) unless given")
+      ->type_name("FORM")
       ->transform(CLI::CheckedTransformer(kForms, CLI::ignore_case));
   command.add_flag("--" + prefix + "scrambled", options.scrambled, "The " + what + " is scrambled");
 }

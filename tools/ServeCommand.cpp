@@ -48,7 +48,8 @@ void AddServeCommand(CLI::App& app) {
   AddPort(serve, "--vxi11", options->vxi11, 0, "VXI-11 (a free port; clients find it by the port mapper)");
   serve
       .add_flag("--portmapper", options->port_mapper,
-                "Answers on port 111 for VXI-11 clients if no port mapper runs; takes the right to open that port")
+                "Answers on port 111 for VXI-11 clients if no port mapper runs; with --vxi11, and the right to open "
+                "that port")
       ->needs("--vxi11");
   serve.add_option("--bind", options->bind, "Address to listen on")->capture_default_str();
   serve.add_option("--allow", options->net.allow, "Network that may connect, as ADDRESS/BITS; may be repeated")
@@ -69,7 +70,7 @@ void AddServeCommand(CLI::App& app) {
   AddTime(serve, "--idle", options->net.idle, "Seconds after which a silent connection is closed; 0: never");
   AddTime(serve, "--open-timeout", options->worker.open_timeout, "Milliseconds to wait for the instrument to open");
   AddTime(serve, "--check", options->worker.check_interval,
-          "Milliseconds between two looks at an instrument that nobody asks");
+          "Milliseconds between two checks of an instrument that no client uses");
   AddTime(serve, "--give-up", options->worker.give_up, "Milliseconds that one message may take");
   serve.callback([options] {
     LoadLibrary(options->worker.resource);

@@ -121,7 +121,7 @@ void AddSweepCommand(CLI::App& app) {
       ->required()
       ->transform(Frequency());
   sweep.add_option("--stop", plan.stop_hz, "Last frequency")->required()->transform(Frequency());
-  sweep.add_option("--points", plan.points, "Number of points")->required()->check(CLI::Range(2, 100001));
+  sweep.add_option("--points", plan.points, "Number of points, 2 to 100001")->required()->check(CLI::Range(2, 100001));
   sweep.add_option("--dwell", plan.dwell_s, "Time at each point, as 10ms; s without a unit; 4.29 s at most")
       ->required()
       ->transform(Time());

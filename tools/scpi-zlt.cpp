@@ -4,6 +4,8 @@
 #include <cstring>
 #include <fcntl.h>
 #include <iostream>
+#include <memory>
+#include <string>
 #include <unistd.h>
 
 #include "scpi_zlt/datafiles.h"
@@ -25,6 +27,25 @@ void OccupyClosedStreams() {
     if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
   }
 }
+
+/// Options as a person types them: without the marks of the parser for checks of a value and for what a flag sets.
+class HelpFormat : public CLI::Formatter {
+ public:
+  std::string make_option_name(const CLI::Option* option, bool positional) const override {
+    std::string name = CLI::Formatter::make_option_name(option, positional);
+    const std::size_t mark = name.find('{');
+    return mark == std::string::npos ? name : name.erase(mark, name.find('}') + 1 - mark);
+  }
+
+  std::string make_option_opts(const CLI::Option* option) const override {
+    if (option->get_type_size() == 0) return "";
+    const std::string type = option->get_type_name();
+    std::string text = " " + type.substr(0, type.find(':'));
+    if (!option->get_default_str().empty()) text += "=" + option->get_default_str();
+    if (option->get_expected_max() == CLI::detail::expected_max_vector_size) text += " ...";
+    return option->get_required() ? text + " REQUIRED" : text;
+  }
+};
 
 /// `status`, or a failure if what was printed did not arrive.
 int Printed(int status) {
@@ -60,15 +81,8 @@ int Parse(CLI::App& app, TalkArguments& arguments, int argc, char** argv) {
 int main(int argc, char** argv) {
   OccupyClosedStreams();
   CLI::App app("Talks SCPI to a microwave generator; shows and converts S-parameter and matrix files.", "scpi-zlt");
+  app.formatter(std::make_shared<HelpFormat>());
   app.set_version_flag("--version", "scpi-zlt " SCPI_ZLT_VERSION);
-  app.footer(
-      "Examples:\n"
-      "  scpi-zlt SIM0::INSTR::ZLT '*IDN?' ':FREQ 1GHZ' ':FREQ?'\n"
-      "  scpi-zlt SIM0::INSTR::ZLT < commands.txt\n"
-      "Without messages it reads them from standard input, one a line; lines that begin with # are comments.\n"
-      "SIM<n> is the simulated generator; SCPI_ZLT_SIM_LOG=FILE writes its packets to FILE.\n"
-      "Exit status: 0 done; 1 a message left an error or had no answer in time; 2 wrong command line;\n"
-      "3 the instrument, server or VISA provider is not there; 4 a file cannot be read or written.");
   const auto arguments = AddTalkOptions(app, "MESSAGE", "SCPI messages, sent in order");
   AddTalkCommands(app);
   AddSettingsCommands(app);
@@ -77,6 +91,15 @@ int main(int argc, char** argv) {
   AddDataFileCommands(app);
   AddServeCommand(app);
   AddTableCommands(app);
+  // Set last: a verb that is added later takes it over, but these lines are not about one verb.
+  app.footer(
+      "Examples:\n"
+      "  scpi-zlt SIM0::INSTR::ZLT '*IDN?' ':FREQ 1GHZ' ':FREQ?'\n"
+      "  scpi-zlt SIM0::INSTR::ZLT < commands.txt\n"
+      "Without messages it reads them from standard input, one a line; lines that begin with # are comments.\n"
+      "SIM<n> is the simulated generator; SCPI_ZLT_SIM_LOG=FILE writes its packets to FILE.\n"
+      "Exit status: 0 done; 1 a message left an error or had no answer in time; 2 wrong command line;\n"
+      "3 the instrument, server or VISA provider is not there; 4 a file cannot be read or written.");
   app.require_subcommand(0, 1);
   return Printed(Parse(app, *arguments, argc, argv));
 }

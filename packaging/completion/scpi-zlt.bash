@@ -10,7 +10,8 @@ _scpi_zlt() {
     help=$("${COMP_WORDS[0]}" "${path[@]}" --help 2>/dev/null) || return
   done
   if [[ $word == -* ]]; then
-    mapfile -t COMPREPLY < <(compgen -W "$(grep -oE -- '--[a-z][a-z-]*' <<<"$help" | sort -u)" -- "$word")
+    help=$(sed -n 's/^  \(-[^ ]*\).*/\1/p' <<<"$help" | tr , '\n' | grep '^--')
+    mapfile -t COMPREPLY < <(compgen -W "$help" -- "$word")
     return
   fi
   verbs=$(sed -n '/^Subcommands:/,$ s/^  \([a-z0-9]\+\) .*/\1/p' <<<"$help")

@@ -14,7 +14,7 @@ _scpi_zlt() {
     _scpi_zlt_verbs
   done
   if [[ $words[CURRENT] == -* ]]; then
-    compadd -- ${(fu)"$(grep -oE -- '--[a-z][a-z-]*' <<<"$help")"}
+    compadd -- ${(f)"$(sed -n 's/^  \(-[^ ]*\).*/\1/p' <<<"$help" | tr , '\n' | grep '^--')"}
     return
   fi
   (( $#verbs )) && compadd -- $verbs
