@@ -105,7 +105,7 @@ int main(int count, char** arguments) {
 
   std::printf("%-52s %11s %11s %11s\n", "median of calls", "front", "library", "more");
   Compare("an attribute", front_attribute, bare_attribute);
-  Compare("\":FREQ?\" and its whole answer, both fenced", front_query, exchanged);
+  Compare("\":FREQ?\" and its answer, the library's by an exchange", front_query, exchanged);
   Compare("\":FREQ?\" and its answer, the library's bare", front_query, bare_query);
   front.Call("viClose", manager);
   skClose(session);

@@ -17,6 +17,17 @@ constexpr std::string_view kFenceAnswer = "+1\n";
 
 /// The longest single wait; a longer time-out is a sequence of them.
 constexpr milliseconds kLongestWait{3600 * 1000};
+/// How long an answer is awaited before a fence goes out after it all the same.
+constexpr milliseconds kUnfencedWait{100};
+
+/// True for a header with its question mark and nothing else: such a query answers one line, whatever comes of it. Not
+/// for "*IDN?", whose text is the instrument's own and may hold a line end.
+bool AnswersOneLine(std::string_view message) {
+  if (message.ends_with('\n')) message.remove_suffix(1);
+  constexpr std::string_view kHeader = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_:*";
+  const std::size_t end = message.find_first_not_of(kHeader);
+  return end > 0 && end == message.size() - 1 && message[end] == '?' && !Asks(message, "*IDN?");
+}
 
 }  // namespace
 
@@ -55,12 +66,14 @@ Answer MessageExchange::Begin(std::string_view message) {
   m_one_message = message.find('\n') >= message.size() - 1;
   m_lone_query = m_query && m_one_message && message.find_first_of(";#") == std::string_view::npos;
   m_handed_out = false;
+  m_fenced = !AnswersOneLine(message);
   return Send(message);
 }
 
 Answer MessageExchange::Append(std::string_view message) {
   if (InStep()) return Begin(message);
   if (!m_unsent.empty()) return {Outcome::kBusy, {}, 0};
+  m_fenced = true;
   Answer sent = Send(message);
   if (sent.outcome == Outcome::kComplete) m_appended = true;
   return sent;
@@ -73,7 +86,7 @@ Answer MessageExchange::Send(std::string_view message) {
 
   m_unsent.assign(message);
   if (needs_end) m_unsent += '\n';
-  m_unsent += kFence;
+  if (m_fenced) m_unsent += kFence;
   m_step = Step::kOutstanding;
   if (const long status = SendOn(); status != VI_SUCCESS) return {Outcome::kFailed, {}, status};
   return {};
@@ -87,18 +100,24 @@ Answer MessageExchange::Await(milliseconds timeout, const OnAnswer& early) {
     const auto before = steady_clock::now();
     const auto used = std::chrono::duration_cast<milliseconds>(before - start);
     // No event says when the ring has room again, so it is tried every millisecond.
-    const milliseconds longest = m_unsent.empty() ? kLongestWait : milliseconds(1);
+    const milliseconds longest = !m_unsent.empty() ? milliseconds(1) : m_fenced ? kLongestWait : kUnfencedWait;
     const milliseconds left = std::clamp(timeout - used, milliseconds(1), longest);
     const long status = Read(left.count());
     if (status >= VI_SUCCESS || status == VI_ERROR_IO) {
-      if (FenceHasCome()) return Finish();
+      if (EndHasCome()) return Finish();
       if (early) HandOutEarly(early);
       continue;
     }
     if (status != VI_ERROR_TMO) return {Outcome::kFailed, {}, status};
-    // A time-out at once means that nothing is under way; one after the whole wait means nothing.
     const auto now = steady_clock::now();
-    if (now - before < left && m_unsent.empty()) return Finish();
+    if (!m_fenced) {
+      m_fenced = true;
+      m_unsent += kFence;
+      if (const long sent = SendOn(); sent != VI_SUCCESS) return {Outcome::kFailed, {}, sent};
+    } else if (now - before < left && m_unsent.empty()) {
+      // A time-out at once means that nothing is under way; one after the whole wait means nothing.
+      return Finish();
+    }
     if (now - start >= timeout) return {Outcome::kTimeout, {}, 0};
   }
 }
@@ -108,15 +127,16 @@ Answer MessageExchange::Look(std::chrono::microseconds time) {
   const auto until = steady_clock::now() + time;
   while (m_unsent.empty() && steady_clock::now() < until) {
     const long status = Read(0);
-    if (FenceHasCome()) return Finish();
+    if (EndHasCome()) return Finish();
     if (status < VI_SUCCESS && status != VI_ERROR_IO && status != VI_ERROR_TMO) return {Outcome::kFailed, {}, status};
   }
   return {Outcome::kTimeout, {}, 0};
 }
 
-/// True if what was received last can only be the answer of the fence. Otherwise only reading on shows it; that takes
-/// longer.
-bool MessageExchange::FenceHasCome() const {
+/// True if nothing can come after what was received last: it is the line of a query without a fence, or can only be the
+/// answer of the fence. Otherwise only reading on shows it; that takes longer.
+bool MessageExchange::EndHasCome() const {
+  if (!m_fenced) return m_received.ends_with('\n');
   if (!m_unsent.empty() || m_appended || !m_received.ends_with(kFenceAnswer)) return false;
   if (!m_query) return true;
   // One message has one line at the most, so a second one is the fence's.
@@ -135,7 +155,7 @@ void MessageExchange::HandOutEarly(const OnAnswer& early) {
 Answer MessageExchange::Finish() {
   m_step = Step::kInStep;
   if (m_appended || m_handed_out) m_received.clear();
-  if (m_received.ends_with(kFenceAnswer)) m_received.resize(m_received.size() - kFenceAnswer.size());
+  if (m_fenced && m_received.ends_with(kFenceAnswer)) m_received.resize(m_received.size() - kFenceAnswer.size());
   Answer answer{Outcome::kComplete, {}, 0};
   answer.response.swap(m_received);
   return answer;

@@ -1,9 +1,11 @@
 // One program message and its whole answer, over a session of scpi_zlt.h.
 //
 // skRead alone cannot tell a message without an answer from one whose answer is late: after a setting it waits for its
-// whole time-out. So every message is followed by a fence, "*OPC?", which is answered at once whatever runs.
+// whole time-out. So a message is followed by a fence, "*OPC?", which is answered at once whatever runs.
 // When nothing is left to read and nothing is under way, skRead fails at once. What came until then ends with the
-// fence's "+1" and LF; everything before that is the answer to the message:
+// fence's "+1" and LF; everything before that is the answer to the message. A query that is a header and a question
+// mark alone needs no fence, which would double its time: its answer is one line. Only if that has not come after a
+// tenth of a second, or before a time-out, does a fence follow.
 //
 //   :FREQ 1GHZ               nothing
 //   :FREQ?                   "1000000000\n"
@@ -18,7 +20,7 @@
 // States
 //
 //   in step      No answer is due: the session is idle, its rings are empty. Exchange and Begin send.
-//   outstanding  A message was sent and its fence has not come back yet. Await waits for it. A time-out leaves this
+//   outstanding  A message was sent and its end has not been seen yet. Await waits for it. A time-out leaves this
 //                state as it is: Await returns the late answer, or the next Exchange drops it.
 //
 // A message that ends inside a definite-length block would swallow its own fence. It is refused and never sent.
@@ -72,8 +74,8 @@ class MessageExchange {
   /// Sends one message and waits for its whole answer. A line end is added if it has none. `message` may hold several
   /// messages with their line ends; the answer is then that of all of them. First waits for a message that is still
   /// outstanding, and drops what that answers. `timeout` is the limit for both; 0 waits for a millisecond at most.
-  /// `early`, if given, may get the answer of a lone query as soon as it is whole, while the fence is still awaited;
-  /// the response that is returned is empty then.
+  /// `early`, if given, may get the answer of a lone query with a fence as soon as it is whole, while the fence is
+  /// still awaited; the response that is returned is empty then.
   Answer Exchange(std::string_view message, std::chrono::milliseconds timeout, const OnAnswer& early = nullptr);
 
   /// The first half of Exchange: sends and does not wait. kComplete if the message was sent (the exchange is
@@ -101,13 +103,14 @@ class MessageExchange {
 
   long SendOn();
   long Read(long timeout_ms);
-  bool FenceHasCome() const;
+  bool EndHasCome() const;
   void HandOutEarly(const OnAnswer& early);
   Answer Finish();
   Answer Send(std::string_view message);
 
   unsigned long m_session;
   Step m_step = Step::kInStep;
+  bool m_fenced = true;        ///< a fence has gone out, or goes out, after the message
   bool m_appended = false;     ///< the response is that of several messages
   std::string m_unsent;        ///< what the input ring had no room for yet
   std::string m_received;      ///< since the message was sent

@@ -47,4 +47,9 @@ bool IsQuery(std::string_view message) {
   return false;
 }
 
+bool Asks(std::string_view message, std::string_view query) {
+  const auto same = [](char a, char b) { return (a >= 'a' && a <= 'z' ? a - 'a' + 'A' : a) == b; };
+  return std::search(message.begin(), message.end(), query.begin(), query.end(), same) != message.end();
+}
+
 }  // namespace scpi_zlt

@@ -33,4 +33,7 @@ class MessageScanner {
 /// True if a message asks for an answer: it holds a question mark outside of quotes.
 bool IsQuery(std::string_view message);
 
+/// True if `message` holds `query` (in capitals) in any case.
+bool Asks(std::string_view message, std::string_view query);
+
 }  // namespace scpi_zlt

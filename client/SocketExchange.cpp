@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -15,6 +14,8 @@
 #include <unistd.h>
 
 #include "scpi_zlt/scpi_zlt.h"
+
+#include "client/MessageScanner.h"
 
 namespace scpi_zlt {
 namespace {
@@ -49,11 +50,6 @@ Address Split(const std::string& text) {
   }
   if (bracket != std::string::npos) address.host = text.substr(1, bracket - 1);
   return address;
-}
-
-bool Asks(std::string_view message, std::string_view query) {
-  const auto same = [](char a, char b) { return std::toupper(static_cast<unsigned char>(a)) == b; };
-  return std::search(message.begin(), message.end(), query.begin(), query.end(), same) != message.end();
 }
 
 bool WaitFor(int socket, short events, milliseconds timeout) {

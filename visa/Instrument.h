@@ -2,9 +2,10 @@
 // output off, and two models of one instrument would contradict each other. So sessions of one name take turns message
 // by message, each gets its own answers, and locks (VPP-4.3 section 3.6) hold between them.
 //
-// A message goes out with a fence after it (client/MessageExchange.h). While it runs, the instrument is `outstanding`
-// for the session that sent it; the next to send first waits for its end. Answers wait in their session's Mailbox
-// until they are read, or until that session begins the next message: a late answer is never taken for a new one.
+// client/MessageExchange.h finds the end of each message's answer. While a message runs, the instrument is
+// `outstanding` for the session that sent it; the next to send first waits for its end. Answers wait in their session's
+// Mailbox until they are read, or until that session begins the next message: a late answer is never taken for a new
+// one.
 #pragma once
 
 #include <chrono>

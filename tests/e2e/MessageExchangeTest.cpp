@@ -58,6 +58,11 @@ TEST_F(Exchanges, HandOutTheWholeAnswerOfEachMessage) {
       {"*OPC?", "+1\n", "+1\n"},
       {"*OPC?;*OPC?", "+1;+1\n", "+1;+1\n"},
       {":NONSENSE?", "\n", "\n"},
+      // Without a fence, and one line each all the same.
+      {"freq?\n", "1000000000\n", "1000000000\n"},
+      {"*RST?", "\n", "\n"},
+      {"::?", "\n", "\n"},
+      {"1?", "\n", "\n"},
       {"", "", ""},
       {"\n\n\n", "", ""},
       {":FREQ?\n:FREQ 2GHZ;:OUTP OFF\n*OPC?\n:FREQ?", "1000000000\n\n+1\n2000000000\n",
@@ -91,10 +96,11 @@ TEST_F(Exchanges, HandOutALoneQueryEarlyAndNothingElse) {
     std::string early;
     std::string response;
   } cases[] = {
-      {":FREQ?", "1000000000\n", ""},
+      {":FREQ? ", "1000000000\n", ""},
       {"*IDN?\n", "Sorvik,ZG-20E,000074\0\n"s, ""},
-      {":NONSENSE?", "\n", ""},
-      {"*OPC?", "", "+1\n"},  // like the fence's own
+      {":NONSENSE? MIN", "\n", ""},
+      {":FREQ?", "", "1000000000\n"},  // has no fence
+      {"*OPC?", "", "+1\n"},           // like the fence's own
       {":FREQ 1GHZ", "", ""},
       {":FREQ 1GHZ;:OUTP OFF", "", "\n"},
       {":FREQ?;:FREQ 1GHZ", "", "1000000000;"},
@@ -114,7 +120,7 @@ TEST_F(Exchanges, HandOutALoneQueryEarlyAndNothingElse) {
     EXPECT_EQ(early, row.early);
   }
   const auto later = [](std::string&) { return false; };
-  EXPECT_EQ(exchange->Exchange(":FREQ?", kLong, later).response, "1000000000\n");
+  EXPECT_EQ(exchange->Exchange(":FREQ? ", kLong, later).response, "1000000000\n");
 }
 
 TEST_F(Exchanges, LookWithoutLosingWhatComesLater) {
@@ -165,6 +171,14 @@ TEST_F(Exchanges, AreInStepAgainAfterATimeOut) {
   EXPECT_EQ(exchange->Exchange(slow, milliseconds(20)).outcome, Outcome::kTimeout);
   EXPECT_EQ(Ask("*OPC?"), "+1\n");  // what was late is dropped
   EXPECT_TRUE(exchange->InStep());
+
+  // Asks the instrument, so a fence follows late.
+  EXPECT_EQ(exchange->Exchange("*ESR?", milliseconds(150)).outcome, Outcome::kTimeout);
+  EXPECT_EQ(exchange->Append(":FREQ 3GHZ").outcome, Outcome::kComplete);
+  EXPECT_EQ(Ask(":FREQ?"), "3000000000\n");
+  EXPECT_EQ(Ask("*ESR?"), "0\n");
+  EXPECT_EQ(exchange->Exchange("*ESR?", milliseconds(0)).outcome, Outcome::kTimeout);
+  EXPECT_EQ(Ask(":FREQ?"), "3000000000\n");
 }
 
 TEST_F(Exchanges, AppendMessagesWhoseAnswersAreDropped) {
