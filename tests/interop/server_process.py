@@ -60,3 +60,10 @@ def closed(link):
         return link.recv(65536) == b""
     except ConnectionError:
         return True
+
+
+def eventually(condition, what, seconds=20):
+    until = time.monotonic() + seconds
+    while not condition():
+        assert time.monotonic() < until, what
+        time.sleep(0.02)

@@ -10,16 +10,9 @@ import tempfile
 import time
 
 from hislip_client import Session
-from server_process import Server, ask, closed
+from server_process import Server, ask, closed, eventually
 
 PROGRAM = sys.argv[1]
-
-
-def eventually(condition, what, seconds=20):
-    until = time.monotonic() + seconds
-    while not condition():
-        assert time.monotonic() < until, what
-        time.sleep(0.02)
 
 
 class Manager:

@@ -1,11 +1,8 @@
 #!/usr/bin/env python3
 """VXI-11 by independent clients, and by bad ones: vxi11_clients.py SCPI_ZLT
 
-They find the server by port 111 of 127.0.0.1 alone. So all this runs in a network namespace of its own, where that port
-is free; /run is empty there, so that nothing registers with the port mapper of the machine. Where that is impossible,
-one line says so and the exit status is 77. Prints one line per client."""
-import ctypes
-import fcntl
+They find the server by port 111 of 127.0.0.1 alone, so all this runs in a network namespace of its own (own_network.py). Prints
+one line per client."""
 import os
 import resource
 import shutil
@@ -15,35 +12,14 @@ import subprocess
 import sys
 import time
 
+import own_network
+from client_table import ClientTable
+from server_process import Server, ask, closed
+
 PROGRAM = sys.argv[1]
 CORE, MAPPER = 0x0607AF, 100000
 LOCKED = 11
 END, WAITLOCK = 8, 1
-
-
-def enter_namespace():
-    """Starts this script again inside; inside, makes the loopback work and hides /run, where rpcbind has a socket."""
-    if os.environ.get("ZLT_NAMESPACE"):
-        with socket.socket() as link:
-            fcntl.ioctl(link, 0x8914, struct.pack("16sh", b"lo", 0x1 | 0x40))  # SIOCSIFFLAGS: up, running
-        hidden = os.environ["ZLT_NAMESPACE"] != "-n"
-        if hidden and ctypes.CDLL(None, use_errno=True).mount(b"none", b"/run", b"tmpfs", 0, None) != 0:
-            sys.exit(77)
-        return
-    # In a changed root no mounts can be made private; without rpcbind there is nothing to hide.
-    ways = ["-nm", "-rnm"] + ([] if os.path.exists("/run/rpcbind.sock") else ["-n"])
-    for way in ways:
-        unshare = ["unshare", way]
-        if shutil.which("unshare") and subprocess.run([*unshare, "true"], stderr=subprocess.DEVNULL).returncode == 0:
-            environment = {**os.environ, "ZLT_NAMESPACE": way}
-            sys.exit(subprocess.run([*unshare, sys.executable, *sys.argv], env=environment).returncode)
-    print("skipped: VXI-11 clients ask port 111, and no network namespace can be made here")
-    sys.exit(77)
-
-
-enter_namespace()
-from client_table import ClientTable  # noqa: E402
-from server_process import Server, ask, closed  # noqa: E402
 
 TABLE = ClientTable("VXI-11")
 MAPPER_TABLE = ClientTable("port mapper")
@@ -335,4 +311,5 @@ def main():
 
 
 if __name__ == "__main__":
+    own_network.enter()
     main()
