@@ -119,6 +119,36 @@ def second_signal(server):
     assert "second signal" in server.log() and "-> *IDN?" not in server.log()
 
 
+def killed():
+    """SIGKILL beside a sweep without end: nothing more is sent, so the output stays on and no further pass begins. The next server
+    gets the same port at once; its opening begins with a reset and leaves the output off."""
+    with tempfile.TemporaryDirectory() as place:
+        log = os.path.join(place, "packets")
+
+        def sent():
+            with open(log) as file:
+                return [line.split(" ", 2)[2].rstrip() for line in file if " <- " not in line]
+
+        first = Server(PROGRAM, "--raw", "0", resource="SIM3::pass=200::INSTR::ZLT", environment={"SCPI_ZLT_SIM_LOG": log})
+        link = first.connect()
+        link.sendall(b":FREQ:MODE SWE\n:OUTP ON\n:INIT:CONT ON\n")
+        eventually(lambda: sent().count("-> RUN") > 1, "the sweep runs")
+        first.process.kill()
+        first.process.wait()
+        assert closed(link)
+        before = sent()
+        last = max(number for number, line in enumerate(before) if line == "-> RUN")
+        assert all(line.startswith("-> GET") for line in before[last + 1:]), before[last:]
+        assert [line for line in before if "SET P_RF_OUT2" in line][-1].split("[")[1][0] == "1", "the output is on"
+        second = Server(PROGRAM, "--raw", str(first.ports["raw"]), resource="SIM3::pass=200::INSTR::ZLT",
+                        environment={"SCPI_ZLT_SIM_LOG": log})
+        opening = sent()[len(before):]
+        assert opening[:2] == ["-- open SIM3::pass=200::INSTR", "-> RESET"], opening
+        assert all(line.split("[")[1][0] == "0" for line in opening if "SET P_RF_OUT2" in line), opening
+        assert ask(second.connect(), ":INIT:CONT?;:OUTP?") == "off;OFF\n"
+        second.end()
+
+
 def lost(server):
     """The instrument misses one packet: the loss is logged once, clients get errors, and the server opens it again."""
     link = server.connect()
@@ -149,7 +179,7 @@ def main():
     print("ok service manager", flush=True)
     second_signal(Server(PROGRAM, "--raw", "0", "--log-messages", resource="SIM1::latency=50::INSTR::ZLT"))
     print("ok second signal", flush=True)
-    for check in (by_ipv6, untaken_answers):
+    for check in (by_ipv6, untaken_answers, killed):
         check()
         print("ok", check.__name__, flush=True)
     lost(losing)
