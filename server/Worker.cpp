@@ -1,7 +1,6 @@
 #include "server/Worker.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <optional>
 #include <utility>
@@ -10,6 +9,7 @@
 
 #include "client/MessageExchange.h"
 #include "client/Session.h"
+#include "server/Reopening.h"
 
 namespace server {
 namespace {
@@ -23,7 +23,6 @@ using std::chrono::steady_clock;
 constexpr std::chrono::microseconds kLook{20};
 /// How long the worker's own question may take.
 constexpr milliseconds kCheckLimit{5000};
-constexpr std::array kPauses = {seconds(1), seconds(2), seconds(4), seconds(8), seconds(10)};
 constexpr std::size_t kQueueBit = 2;
 
 /// A message's only command in capitals, without its line end and the blanks around it.
@@ -326,18 +325,17 @@ void Worker::Serve(Session& session) {
 
 /// Closes the session and opens it again, with pauses. False if a stop is asked for.
 bool Worker::Reopen(Session& session) {
-  for (std::size_t attempt = 0;; ++attempt) {
-    {
-      std::unique_lock lock(m_mutex);
-      const seconds pause = kPauses[std::min(attempt, kPauses.size() - 1)];
-      if (m_changed.wait_for(lock, pause, [this] { return m_stop; })) return false;
-    }
+  const auto stopped_within = [this](seconds pause) {
+    std::unique_lock lock(m_mutex);
+    return m_changed.wait_for(lock, pause, [this] { return m_stop; });
+  };
+  const auto open = [&] {
     session.Close();
-    if (session.Open(m_options) == VI_SUCCESS) {
-      SetState(WorkerState::kUp, "");
-      return true;
-    }
-  }
+    return session.Open(m_options) == VI_SUCCESS;
+  };
+  if (!OpenAgain(stopped_within, open)) return false;
+  SetState(WorkerState::kUp, "");
+  return true;
 }
 
 }  // namespace server

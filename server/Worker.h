@@ -9,7 +9,7 @@
 //   kOpening  From the start to the end of the first opening. Messages wait.
 //   kUp       The session is open. Messages run, one after the other.
 //   kLost     The link is gone or the instrument does not answer. Messages are answered kNoInstrument at once. The
-//             session is closed and opened again after 1, 2, 4, 8, 10, 10, ... seconds; then kUp again.
+//             session is closed and opened again after pauses that grow to ten seconds (Reopening.h); then kUp again.
 //   kFailed   The first opening failed. The worker stays in this state.
 //
 // How a loss is noticed
