@@ -262,9 +262,10 @@ TEST_F(Exchanges, StayOutstandingBehindAResponseThatOutgrowsItsRing) {
 }
 
 TEST_F(Exchanges, EndWhenTheSessionIsClosed) {
-  Open(74, "latency=100");
-  std::thread closer([this] {
-    simControl("SIM74 await=packets:1");
+  Open(67, "latency=100");
+  const int packets = std::stoi(test::Held(67, "packets"));
+  std::thread closer([this, packets] {
+    simControl(("SIM67 await=packets:" + std::to_string(packets + 1)).c_str());
     skClose(session.Handle());
   });
   const Answer answer = exchange->Exchange(":FREQ 1GHZ;:FREQ 2GHZ;:FREQ 3GHZ", scpi_zlt::kForever);
