@@ -14,6 +14,7 @@
 #include <map>
 #include <optional>
 #include <stdexcept>
+#include <sys/socket.h>
 #include <utility>
 
 #include "server/Log.h"
@@ -143,6 +144,7 @@ class AsioLoop::Impl::Socket : public Wire, public std::enable_shared_from_this<
     if (!m_connection) return false;
     RestartIdle();
     Read();
+    AwaitBreak();
     return true;
   }
 
@@ -193,6 +195,18 @@ class AsioLoop::Impl::Socket : public Wire, public std::enable_shared_from_this<
                                self->m_connection->Receive({self->m_buffer.data(), count});
                                self->Read();
                              });
+  }
+
+  /// Notices a peer that breaks off while nothing is read from it.
+  void AwaitBreak() {
+    m_socket.async_wait(tcp::socket::wait_error, [self = shared_from_this()](const error_code& cancelled) {
+      if (cancelled || self->m_gone) return;
+      int reason = 0;
+      socklen_t size = sizeof reason;
+      ::getsockopt(self->m_socket.native_handle(), SOL_SOCKET, SO_ERROR, &reason, &size);
+      // Urgent data wakes it too. It would do so without end, so nothing waits again then.
+      if (reason != 0) self->Fail();
+    });
   }
 
   void EndOfInput() {

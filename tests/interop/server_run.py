@@ -101,6 +101,35 @@ def untaken_answers():
         server.end()
 
 
+def closed_in_order():
+    """Messages of some 50 ms each, and the client of the raw socket closes while they wait."""
+    server = Server(PROGRAM, "--raw", "0", "--log-messages", resource="SIM1::latency=50::INSTR::ZLT")
+    settings = [f":FREQ {number}GHZ\n" for number in range(2, 10)]
+
+    def carried_out(text, close):
+        """How many settings are started of those in `text`, once the connection is gone."""
+        link = server.connect()
+        peer = f"raw 127.0.0.1:{link.getsockname()[1]}"
+        link.sendall(text.encode())
+        close(link)
+        eventually(lambda: f"{peer}: disconnected" in server.log(), "the connection ends")
+        return server.log().count(f"{peer} -> :FREQ")
+
+    def sending_side(link):
+        link.shutdown(socket.SHUT_WR)
+        answers = b""
+        while piece := link.recv(100):
+            answers += piece
+        assert answers == b"00000000\n", answers
+
+    settings = "".join(settings)
+    assert carried_out("*STB?\n" + settings, sending_side) == 8, "the sending side alone: all answers come, then the end"
+    assert carried_out(settings, socket.socket.close) == 8, "no answer is due to it"
+    dropped = carried_out("*STB?\n" + settings, socket.socket.close)
+    assert dropped <= 1, f"the answer finds nobody, and the rest is dropped: {dropped}"
+    server.end()
+
+
 def notified(manager):
     assert "READY=1" in manager.lines()
 
@@ -179,7 +208,7 @@ def main():
     print("ok service manager", flush=True)
     second_signal(Server(PROGRAM, "--raw", "0", "--log-messages", resource="SIM1::latency=50::INSTR::ZLT"))
     print("ok second signal", flush=True)
-    for check in (by_ipv6, untaken_answers, killed):
+    for check in (by_ipv6, untaken_answers, closed_in_order, killed):
         check()
         print("ok", check.__name__, flush=True)
     lost(losing)
