@@ -24,9 +24,12 @@ constexpr milliseconds kUnfencedWait{100};
 /// for "*IDN?", whose text is the instrument's own and may hold a line end.
 bool AnswersOneLine(std::string_view message) {
   if (message.ends_with('\n')) message.remove_suffix(1);
-  constexpr std::string_view kHeader = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_:*";
-  const std::size_t end = message.find_first_not_of(kHeader);
-  return end > 0 && end == message.size() - 1 && message[end] == '?' && !Asks(message, "*IDN?");
+  const auto in_header = [](char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_' || c == ':' ||
+           c == '*';
+  };
+  if (message.size() < 2 || message.back() != '?' || Asks(message, "*IDN?")) return false;
+  return std::all_of(message.begin(), message.end() - 1, in_header);
 }
 
 }  // namespace
@@ -64,9 +67,9 @@ Answer MessageExchange::Begin(std::string_view message) {
   m_appended = false;
   m_query = message.find('?') != std::string_view::npos;
   m_one_message = message.find('\n') >= message.size() - 1;
-  m_lone_query = m_query && m_one_message && message.find_first_of(";#") == std::string_view::npos;
   m_handed_out = false;
   m_fenced = !AnswersOneLine(message);
+  m_lone_query = m_query && m_one_message && m_fenced && message.find_first_of(";#") == std::string_view::npos;
   return Send(message);
 }
 

@@ -14,7 +14,7 @@ std::size_t MessageScanner::FindEnd(std::string_view text) {
       if (m_left > 0) break;
       m_state = State::kText;
     } else if (m_state == State::kText) {
-      at = std::min(text.find_first_of("\n#", at), text.size());
+      while (at < text.size() && text[at] != '\n' && text[at] != '#') ++at;
     }
     if (at < text.size() && Take(text[at++])) return at;
   }

@@ -100,7 +100,7 @@ void Instrument::Leave(Mailbox& box) {
   {
     const Hold hold(m_lock);
     box.closed = true;
-    box.answers.clear();
+    box.Clear();
     if (m_owner == &box) m_owner = nullptr;
     Unlocked(box);
     m_changed.notify_all();
@@ -152,12 +152,13 @@ ViStatus Instrument::Send(Mailbox& box, std::string_view message, bool keep_answ
   Hold hold(m_lock);
   if (box.closed) return kInvalidObject;
   if (!keep_answers) {
-    box.answers.clear();
+    box.Clear();
     if (m_owner == &box) m_owner = nullptr;
   }
+  const bool query = scpi_zlt::IsQuery(message);
   scpi_zlt::Answer sent{scpi_zlt::Outcome::kBusy, {}, 0};
   // A setting need not wait for what runs, unless somebody waits for the answer of that.
-  if (m_outstanding && !m_busy && m_owner == nullptr && !scpi_zlt::IsQuery(message)) sent = m_exchange->Append(message);
+  if (m_outstanding && !m_busy && m_owner == nullptr && !query) sent = m_exchange->Append(message);
   if (sent.outcome == scpi_zlt::Outcome::kBusy) {
     if (const ViStatus status = Idle(hold, deadline); status != kSuccess) return status;
     if (box.closed) return kInvalidObject;
@@ -165,7 +166,7 @@ ViStatus Instrument::Send(Mailbox& box, std::string_view message, bool keep_answ
   }
   if (sent.outcome != scpi_zlt::Outcome::kComplete) return StatusOf(sent);
   m_outstanding = true;
-  m_owner = scpi_zlt::IsQuery(message) ? &box : nullptr;
+  m_owner = query ? &box : nullptr;
   m_message = message;
   m_changed.notify_all();
   return kSuccess;
@@ -177,22 +178,19 @@ ReadResult Instrument::Read(Mailbox& box, unsigned char* buffer, ViUInt32 count,
   for (;;) {
     if (box.closed) return {kInvalidObject, got};
     if (!box.answers.empty()) {
-      std::string& answer = box.answers.front();
+      const std::string_view answer = std::string_view(box.answers.front()).substr(box.taken);
       std::size_t length = std::min<std::size_t>(answer.size(), count - got);
       bool stopped = false;
       if (limits.stop_at_character) {
-        const std::size_t at = std::string_view(answer).substr(0, length).find(limits.character);
-        stopped = at != std::string::npos;
+        const std::size_t at = answer.substr(0, length).find(limits.character);
+        stopped = at != std::string_view::npos;
         if (stopped) length = at + 1;
       }
       std::memcpy(buffer + got, answer.data(), length);
       got += static_cast<ViUInt32>(length);
       const bool ended = length == answer.size();
-      if (ended) {
-        box.answers.pop_front();
-      } else {
-        answer.erase(0, length);
-      }
+      box.taken = ended ? 0 : box.taken + length;
+      if (ended) box.answers.pop_front();
       if (ended && !limits.ignore_end) return {kSuccess, got};
       if (stopped) return {kTermChar, got};
       if (got == count) return {kMaxCount, got};
@@ -231,7 +229,7 @@ ViStatus Instrument::Ask(std::string_view question, Deadline deadline, std::stri
 
 void Instrument::Clear(Mailbox& box) {
   const Hold hold(m_lock);
-  box.answers.clear();
+  box.Clear();
   if (m_owner == &box) m_owner = nullptr;
 }
 

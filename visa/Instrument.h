@@ -10,6 +10,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <deque>
 #include <map>
 #include <memory>
@@ -30,10 +31,16 @@ Deadline DeadlineAfter(ViUInt32 milliseconds);
 
 /// A session's place at the instrument. Only the Instrument looks into it, under its lock.
 struct Mailbox {
-  std::deque<std::string> answers;  ///< one response each, tidy; the first may be partly read
+  std::deque<std::string> answers;  ///< one response each, tidy
+  std::size_t taken = 0;            ///< bytes of the first that were read
   bool closed = false;
   int exclusive_locks = 0;
   int shared_locks = 0;
+
+  void Clear() {
+    answers.clear();
+    taken = 0;
+  }
 };
 
 /// What ended a read, and how many bytes came.
