@@ -27,10 +27,14 @@ LANGUAGES = {
     "python": ("my.py", [[PYTHON, "my.py"]]),
     "pytest": ("test_my.py", [[PYTHON, "-m", "pytest", "-q", "-p", "no:cacheprovider", "-p", "scpi_zlt.pytest_plugin"]]),
     "csharp": ("my.cs", [["mcs", "my.cs"], ["mono", "my.exe"]]),
+    "java": ("My.java", [["java", "-cp", "/usr/share/java/jna.jar", "My.java"]]),
+    "rust": ("my.rs", [["rustc", "my.rs", "-L", f"{BUILD}/visa", "-o", "rust"], ["./rust"]]),
+    "javascript": ("my.js", [["node", "my.js"]]),
     "octave": ("my.m", [["octave-cli", "--quiet", "my.m"]]),
 }
 # Messages that mean that something is not installed.
-MISSING = re.compile(r"No module named '?(?!scpi_zlt|pyvisa_zlt)\w+|package.* not found|could not be found|required.*not installed")
+MISSING = re.compile(r"No module named '?(?!scpi_zlt|pyvisa_zlt)\w+|package.* not found|could not be found|required.*not installed|"
+                     r"com.sun.jna\S* does not exist|jdk.compiler not found")
 
 
 def programs():
