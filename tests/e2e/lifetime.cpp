@@ -137,7 +137,7 @@ void Exit(const char* path) {
   ExitAndLook([] {
     ExpectMessagesRan(6);
     Expect(Clock::now() - exit_start < std::chrono::seconds(5), "the sessions are closed side by side");
-    Expect(blocked_read == VI_ERROR_INV_OBJECT, "the reader was let out");
+    Expect(blocked_read == VI_ERROR_INV_OBJECT, "the blocked read has returned");
     Expect(library.close(1) == VI_ERROR_INV_OBJECT, "the exports refuse after the exit hook");
     unsigned long session = 0;
     Expect(library.open(0, "SIM1::INSTR::ZLT", 0, 1000, &session) == VI_ERROR_INV_OBJECT, "nothing opens any more");
@@ -298,7 +298,7 @@ void CloseInHandler(const char* path) {
     ExpectAllIsClosed();
   });
   unsigned char byte = 0;
-  Expect(library.read(interrupted_session, &byte, 1, nullptr) == VI_ERROR_INV_OBJECT, "the read is let out");
+  Expect(library.read(interrupted_session, &byte, 1, nullptr) == VI_ERROR_INV_OBJECT, "the blocked read returns");
   Expect(library.close(interrupted_session) == VI_ERROR_INV_OBJECT, "the session is closed");
 }
 
