@@ -19,6 +19,7 @@
 
 #include "scpi_zlt/datafiles.h"
 
+#include "tools/NetworkCsv.h"
 #include "tools/Plot.h"
 #include "tools/SvgPlot.h"
 #include "tools/ToolError.h"
@@ -47,6 +48,7 @@ struct NetworkArguments {
   std::string output;
   std::vector<std::string> parameters;
   std::string svg;
+  bool from_csv = false;
   bool no_plot = false;
   std::size_t width = 66;
   std::size_t height = 17;
@@ -58,11 +60,17 @@ struct MatrixArguments {
   std::string output;
   scpi_zlt::MatrixOptions from;
   scpi_zlt::MatrixOptions to;
+  std::vector<std::string> names;
 };
 
 /// "-" is the standard input.
 std::string InputFile(const std::string& name) {
   return name == "-" ? "/dev/stdin" : name;
+}
+
+Network ReadNetwork(const NetworkArguments& arguments, const std::string& file) {
+  if (arguments.from_csv || IsCsv(file)) return ReadNetworkCsv(InputFile(file));
+  return scpi_zlt::ReadTouchstone(InputFile(file));
 }
 
 struct PortPair {
@@ -116,7 +124,7 @@ std::vector<double> Degrees(const Network& network, PortPair pair) {
 
 /// Prints what the file holds, and adds its curves to the panels of the picture.
 void ShowNetwork(const NetworkArguments& arguments, const std::string& file, std::vector<Panel>& panels) {
-  const Network network = scpi_zlt::ReadTouchstone(InputFile(file));
+  const Network network = ReadNetwork(arguments, file);
   const std::vector<PortPair> chosen = Chosen(network, arguments.parameters);
   std::cout << "Ports      " << network.ports << "\nPoints     " << network.Points() << "\nRange      "
             << FrequencyText(network.frequency_hz.front()) << " to " << FrequencyText(network.frequency_hz.back())
@@ -173,12 +181,16 @@ void CheckTouchstoneName(const std::filesystem::path& file) {
       extension.find_first_not_of("0123456789", 2) == extension.size() - 1 && extension.ends_with('p')) {
     return;
   }
-  throw scpi_zlt::DataFileError(file, 0, "the name of a Touchstone file ends in .s2p, .s1p and so on");
+  throw scpi_zlt::DataFileError(file, 0, "the name of a Touchstone file ends in .s2p, .s1p and so on, of CSV in .csv");
 }
 
 void ConvertNetwork(const NetworkArguments& arguments) {
-  CheckTouchstoneName(arguments.output);
-  scpi_zlt::WriteTouchstone(arguments.output, scpi_zlt::ReadTouchstone(InputFile(arguments.input)), arguments.options);
+  const bool to_csv = IsCsv(arguments.output);
+  if (!to_csv) CheckTouchstoneName(arguments.output);
+  const Network network = ReadNetwork(arguments, arguments.input);
+  if (!to_csv) return scpi_zlt::WriteTouchstone(arguments.output, network, arguments.options);
+  if (!network.noise.empty()) Warn(arguments.output + ": CSV has no place for the noise rows; they are left out");
+  WriteNetworkCsv(arguments.output, network, arguments.options);
 }
 
 /// Refuses a name that does not show the form, unless an option does.
@@ -221,7 +233,8 @@ Matrix ReadMatrixFile(const MatrixArguments& arguments, const std::string& optio
 void ShowMatrix(const MatrixArguments& arguments) {
   const Matrix matrix = ReadMatrixFile(arguments, "--form");
   std::cout << "Rows     " << matrix.Rows() << "\nColumns  " << matrix.columns << "\n\n"
-            << "column         first          last           min           max\n";
+            << "column         first          last           min           max"
+            << (matrix.names.empty() ? "\n" : "  name\n");
   for (std::size_t column = 0; column < matrix.columns; ++column) {
     double low = std::numeric_limits<double>::infinity();
     double high = -low;
@@ -230,9 +243,9 @@ void ShowMatrix(const MatrixArguments& arguments) {
       high = std::fmax(high, matrix.At(row, column));
     }
     char line[128];
-    std::snprintf(line, sizeof line, "%6zu %13.6g %13.6g %13.6g %13.6g\n", column + 1, matrix.At(0, column),
+    std::snprintf(line, sizeof line, "%6zu %13.6g %13.6g %13.6g %13.6g", column + 1, matrix.At(0, column),
                   matrix.At(matrix.Rows() - 1, column), low, high);
-    std::cout << line;
+    std::cout << line << (matrix.names.empty() ? "" : "  " + matrix.names[column]) << "\n";
   }
   if (!matrix.comment.empty()) {
     std::cout << "\n" << matrix.comment << "\n";
@@ -241,16 +254,24 @@ void ShowMatrix(const MatrixArguments& arguments) {
 
 void ConvertMatrix(const MatrixArguments& arguments) {
   CheckMatrixName(arguments.output, arguments.to, "--to-form");
-  scpi_zlt::WriteMatrix(arguments.output, ReadMatrixFile(arguments, "--from-form"), arguments.to);
+  Matrix matrix = ReadMatrixFile(arguments, "--from-form");
+  if (!arguments.names.empty()) matrix.names = arguments.names;
+  scpi_zlt::WriteMatrix(arguments.output, matrix, arguments.to);
 }
 
 void AddNetworkCommands(CLI::App& app) {
   const auto arguments = std::make_shared<NetworkArguments>();
-  CLI::App* const s2p = app.add_subcommand("s2p", "Shows and converts Touchstone files (any number of ports)");
+  CLI::App* const s2p =
+      app.add_subcommand("s2p", "Shows and converts S-parameters: Touchstone (any number of ports) and CSV");
   s2p->require_subcommand(1);
+  const auto add_csv = [&arguments](CLI::App& command) {
+    command.add_flag("--from-csv", arguments->from_csv,
+                     "The input is CSV whatever its name, also of the standard input");
+  };
 
   CLI::App* const show = s2p->add_subcommand("show", "Points, range, ports, and a plot in dB over frequency");
-  show->add_option("FILE", arguments->inputs, "Touchstone files; - is the standard input")->required();
+  show->add_option("FILE", arguments->inputs, "Touchstone or CSV files; - is the standard input")->required();
+  add_csv(*show);
   show->add_option("-p,--parameter", arguments->parameters, "What to plot, for example S21; may be repeated")
       ->allow_extra_args(false);
   show->add_flag("--no-plot", arguments->no_plot, "Print the summary only");
@@ -261,8 +282,10 @@ void AddNetworkCommands(CLI::App& app) {
   show->callback([arguments] { ShowNetworks(*arguments); });
 
   CLI::App* const convert = s2p->add_subcommand("convert", "Writes a file anew in another format or unit");
-  convert->add_option("INPUT", arguments->input, "Touchstone file to read; - is the standard input")->required();
-  convert->add_option("OUTPUT", arguments->output, "Touchstone file to write")->required();
+  convert->add_option("INPUT", arguments->input, "Touchstone or CSV file to read; - is the standard input")->required();
+  convert->add_option("OUTPUT", arguments->output, "Touchstone (.s2p and so on) or CSV (.csv) file to write")
+      ->required();
+  add_csv(*convert);
   convert->add_option("-f,--format", arguments->options.format, "ri, ma or db; ri unless given")
       ->type_name("FORMAT")
       ->transform(CLI::CheckedTransformer(kFormats, CLI::ignore_case));
@@ -304,6 +327,9 @@ void AddMatrixCommands(CLI::App& app) {
   convert->add_option("OUTPUT", arguments->output, "Matrix file to write")->required();
   AddMatrixOptions(*convert, "from-", "input", arguments->from);
   AddMatrixOptions(*convert, "to-", "output", arguments->to);
+  convert->add_option("--names", arguments->names, "Names of the columns, as f,level: the header line of a CSV file")
+      ->delimiter(',')
+      ->allow_extra_args(false);
   convert->add_flag("--stop-at-crc", arguments->from.stop_at_crc, "A line that starts with #CRC ends the input");
   convert->callback([arguments] { ConvertMatrix(*arguments); });
 }

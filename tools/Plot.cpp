@@ -50,12 +50,23 @@ std::string Short(double value) {
   return text;
 }
 
+namespace {
+
+/// Ten digits: the ends of a narrow band differ late.
+std::string Exact(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.10g", value);
+  return text;
+}
+
+}  // namespace
+
 std::string FrequencyText(double hertz) {
   const double magnitude = std::abs(hertz);
-  if (magnitude >= 1e9) return Short(hertz / 1e9) + " GHz";
-  if (magnitude >= 1e6) return Short(hertz / 1e6) + " MHz";
-  if (magnitude >= 1e3) return Short(hertz / 1e3) + " kHz";
-  return Short(hertz) + " Hz";
+  if (magnitude >= 1e9) return Exact(hertz / 1e9) + " GHz";
+  if (magnitude >= 1e6) return Exact(hertz / 1e6) + " MHz";
+  if (magnitude >= 1e3) return Exact(hertz / 1e3) + " kHz";
+  return Exact(hertz) + " Hz";
 }
 
 std::string Plot(const std::vector<double>& x, const std::vector<Trace>& traces, std::size_t width,

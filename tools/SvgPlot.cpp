@@ -21,6 +21,10 @@ constexpr double kLegendLine = 18;
 constexpr std::array kColours = {"#0072b2", "#d55e00", "#009e73", "#cc79a7",
                                  "#56b4e9", "#e69f00", "#000000", "#999999"};
 
+// A band may be narrow: 1 MHz at 10 GHz is shown whole. Values that differ by less are noise.
+constexpr double kLeastOfFrequencies = 1e-9;
+constexpr double kLeastOfValues = 0.01;
+
 struct Axis {
   double low = HUGE_VAL;
   double high = -HUGE_VAL;
@@ -34,11 +38,12 @@ struct Axis {
   double Share(double value) const { return (value - low) / (high - low); }
 };
 
-/// Widens an axis to whole steps of 1, 2 or 5 times a power of ten, some five of them.
-void MakeRound(Axis& axis) {
+/// Widens an axis to whole steps of 1, 2 or 5 times a power of ten, some five of them. It shows at least `share` of its
+/// largest value, so that the rounding of a flat curve does not fill it.
+void MakeRound(Axis& axis, double share) {
   if (axis.low > axis.high) axis.low = axis.high = 0.0;
   const double largest = std::max(std::abs(axis.low), std::abs(axis.high));
-  const double least = largest > 0.0 ? largest / 100 : 1.0;  // a flat curve gets an axis too
+  const double least = largest > 0.0 ? largest * share : 1.0;
   const double raw = std::max(axis.high - axis.low, least) / 5;
   const double power = std::pow(10.0, std::floor(std::log10(raw)));
   const double lead = raw / power;
@@ -139,7 +144,7 @@ std::string SvgPicture(const std::vector<Panel>& panels) {
       for (const double hertz : curve.hertz) x.Take(hertz);
     }
   }
-  MakeRound(x);
+  MakeRound(x, kLeastOfFrequencies);
   const double legend = kTop + kLegendLine * static_cast<double>(names);
   const double height = legend + (kPanelHeight + kBottom) * static_cast<double>(panels.size());
   std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + Pixels(kWidth) + "\" height=\"" +
@@ -155,7 +160,7 @@ std::string SvgPicture(const std::vector<Panel>& panels) {
     for (const Curve& curve : panels[p].curves) {
       for (const double value : curve.y) frame.y.Take(value);
     }
-    MakeRound(frame.y);
+    MakeRound(frame.y, kLeastOfValues);
     svg += Grid(frame, panels[p].label);
     for (std::size_t i = 0; i < panels[p].curves.size(); ++i) svg += Path(frame, panels[p].curves[i], Colour(i));
   }

@@ -1,5 +1,8 @@
 // Matrix files of the modern layer: the forms of matrix.h, read strictly and written so that they read back.
+#include <algorithm>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "scpi_zlt/datafiles.h"
 
@@ -21,6 +24,11 @@ MatrixForm FormOf(const std::filesystem::path& file, const MatrixOptions& option
   return options.form.value_or(extension == ".csv"   ? MatrixForm::kCsv
                                : extension == ".enr" ? MatrixForm::kEnr
                                                      : MatrixForm::kPlain);
+}
+
+/// What a line of column names may have in a field.
+bool IsName(const std::string& field) {
+  return !field.empty() && !StrictNumber(field, true);
 }
 
 class MatrixReader {
@@ -81,22 +89,37 @@ class MatrixReader {
     return field;
   }
 
-  /// Names of columns, none of them a number.
-  bool IsNames(std::string_view line) const {
-    while (!line.empty()) {
-      const std::string_view field = TakeField(line);
-      if (field.empty() || StrictNumber(field, true)) {
-        return false;
+  /// The fields of a line, without their quotes; doubled quotes inside become one.
+  std::vector<std::string> Fields(std::string_view line) const {
+    std::vector<std::string> fields(1);
+    bool quoted = false;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+      if (line[i] == '"') {
+        const bool doubled = quoted && i + 1 < line.size() && line[i + 1] == '"';
+        quoted = doubled || !quoted;
+        i += doubled ? 1 : 0;
+        if (!doubled) {
+          continue;
+        }
+      } else if (line[i] == m_separator && !quoted) {
+        fields.emplace_back();
+        continue;
       }
+      fields.back() += line[i];
     }
-    return true;
+    for (std::string& field : fields) {
+      field = ToUtf8(FromUtf8(datafiles::Trim(std::string_view(field))));
+    }
+    return fields;
   }
 
   void CsvLine(std::string_view line) {
     if (m_separator == '\0') {
       m_separator = line.find(';') != line.npos ? ';' : ',';
-      if (IsNames(line)) {
-        Remark("# " + std::string(line));
+      std::vector<std::string> names = Fields(line);
+      if (std::all_of(names.begin(), names.end(), IsName)) {
+        m_matrix.names = std::move(names);
+        m_names_line = line;
         return;
       }
     }
@@ -179,6 +202,10 @@ class MatrixReader {
       m_file.Fail(std::to_string(count) + " values, " + std::to_string(m_matrix.columns) + " in the rows before");
     }
     m_matrix.columns = count;
+    if (!m_matrix.names.empty() && m_matrix.names.size() != count) {
+      m_matrix.names.clear();
+      Remark("# " + m_names_line);
+    }
   }
 
   LineFile m_file;
@@ -186,6 +213,7 @@ class MatrixReader {
   MatrixOptions m_options;
   Matrix m_matrix;
   char m_separator = '\0';  // of a CSV file, as in its first line
+  std::string m_names_line;
   bool m_version_known = false;
   bool m_hertz_only = false;
 };
@@ -210,6 +238,34 @@ void AppendComment(std::string& text, std::string_view comment, bool enr, std::s
     text += line;
     text += line_end;
   }
+}
+
+/// The names of the columns, in the first line of a CSV file, in a comment of another one.
+void AppendNames(std::string& text, const Matrix& matrix, MatrixForm form, std::string_view line_end,
+                 const std::filesystem::path& file) {
+  if (matrix.names.empty()) {
+    return;
+  }
+  if (matrix.names.size() != matrix.columns) {
+    throw DataFileError(file, 0, "a matrix must have a name for each column, or none");
+  }
+  text += form == MatrixForm::kCsv ? "" : "# ";
+  for (const std::string& name : matrix.names) {
+    if (!IsName(name) || name != datafiles::Trim(std::string_view(name)) || name.find_first_of(";\r\n") != name.npos) {
+      throw DataFileError(file, 0, "a column cannot be named " + Quoted(name));
+    }
+    text += &name == &matrix.names.front() ? "" : form == MatrixForm::kCsv ? "," : "\t";
+    if (form != MatrixForm::kCsv || (name.find_first_of(",\"") == name.npos && name.find_first_of("[!#") != 0)) {
+      text += name;
+      continue;
+    }
+    text += '"';
+    for (const char c : name) {
+      text.append(c == '"' ? 2 : 1, c);
+    }
+    text += '"';
+  }
+  text += line_end;
 }
 
 std::string ScrambledUtf8(std::string_view text) {
@@ -237,6 +293,7 @@ void WriteMatrix(const std::filesystem::path& file, const Matrix& matrix, const 
   // Version 1.0: its unit leaves the frequency in the file as it is in memory.
   std::string text = enr ? std::string(kEnrType) + "\r\n[Version 1.0]\r\n" : std::string();
   AppendComment(text, matrix.comment, enr, line_end, options, file);
+  AppendNames(text, matrix, form, line_end, file);
   for (std::size_t i = 0; i < matrix.values.size(); ++i) {
     const std::size_t column = i % matrix.columns;
     text += column != 0 ? separator : "";

@@ -52,6 +52,8 @@ struct Matrix {
   std::vector<double> values;
   /// Comment lines with their marks ("#", "!" or "["), joined by "\n". A line without a mark is written after "# ".
   std::string comment;
+  /// Of the columns, one each, or none at all. A CSV file has them in its first line, the other forms in a comment.
+  std::vector<std::string> names = {};
 
   std::size_t Rows() const { return columns != 0 ? values.size() / columns : 0; }
   double At(std::size_t row, std::size_t column) const { return values[row * columns + column]; }
@@ -69,11 +71,13 @@ struct MatrixOptions {
   bool stop_at_crc = false;  ///< reading: a line that starts with "#CRC" ends the file
 };
 
-/// Reads "nan" and "inf" as the numbers that they name. A first line of column names in a CSV file becomes a comment.
-/// Refuses other words, ragged rows, and files without numbers.
+/// Reads "nan" and "inf" as the numbers that they name. A first line of words in a CSV file names the columns (fields
+/// in quotes as in RFC 4180); if it does not have a name for each, it becomes a comment. Refuses other words, ragged
+/// rows, and files without numbers.
 Matrix ReadMatrix(const std::filesystem::path& file, const MatrixOptions& options = {});
 
-/// Writes every number with as many digits as it needs to read back the same.
+/// Writes every number with as many digits as it needs to read back the same. Refuses names that would not read back: a
+/// number, an empty text, one with ";" or a line end.
 void WriteMatrix(const std::filesystem::path& file, const Matrix& matrix, const MatrixOptions& options = {});
 
 /// One row of the noise block, as in the file, but for the frequency.

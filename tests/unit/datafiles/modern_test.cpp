@@ -26,7 +26,9 @@ std::string Read(const std::filesystem::path& file) {
   try {
     if (!file.extension().string().starts_with(".s")) {
       const Matrix matrix = ReadMatrix(file);
-      return std::to_string(matrix.columns) + ": " + Numbers(matrix.values);
+      std::string names;
+      for (const std::string& name : matrix.names) names += "<" + name + ">";
+      return std::to_string(matrix.columns) + names + ": " + Numbers(matrix.values);
     }
     const Network network = ReadTouchstone(file);
     std::vector<double> values = network.frequency_hz;
@@ -60,8 +62,8 @@ TEST(ModernFiles, Read) {
       {"m.txt", "# c\n", "0: no numbers"},
       {"m.csv", "1, 2,3\n", "3: 1 2 3"},
       {"m.csv", "1,,3\n", "1: empty field"},
-      {"m.csv", "f / Hz,\"S21\"\n1,2\n", "2: 1 2"},
-      {"m.csv", "# c\nf;p\n1,5; 2.5\n3;4\n", "2: 1.5 2.5 3 4"},
+      {"m.csv", "f / Hz,\"S21, \"\"dB\"\"\"\n1,2\n", "2<f / Hz><S21, \"dB\">: 1 2"},
+      {"m.csv", "# c\nf;p\n1,5; 2.5\n3;4\n", "2<f><p>: 1.5 2.5 3 4"},
       {"m.csv", "f;p\n1,5\n", "1: 1.5"},
       {"m.csv", "1,2\n3;4\n", "2: not a number: \"3;4\""},
       {"m.csv", "f,1\n", "1: not a number: \"f\""},
@@ -114,12 +116,14 @@ TEST(ModernFiles, MatricesComeBack) {
       matrix.values[4] = std::numeric_limits<double>::quiet_NaN();
       matrix.values[5] = -std::numeric_limits<double>::infinity();
       matrix.values[6] = -0.0;
+      if (form == MatrixForm::kCsv) matrix.names = {"# f", "a, \"b\"", "\u00e4"};
       const MatrixOptions options{form, scrambled};
       WriteMatrix(folder / "m", matrix, options);
       const Matrix read = ReadMatrix(folder / "m", options);
       EXPECT_EQ(Numbers(read.values), Numbers(matrix.values));
       EXPECT_EQ(read.columns, 3u);
       EXPECT_EQ(read.comment, matrix.comment);
+      EXPECT_EQ(read.names, matrix.names);
       const std::string bytes = ReadBytes(folder / "m");
       WriteMatrix(folder / "m", read, options);
       EXPECT_EQ(ReadBytes(folder / "m"), bytes);
@@ -214,6 +218,11 @@ TEST(ModernFiles, WhatWouldNotComeBackIsRefusedBeforeAnythingIsWritten) {
   EXPECT_NO_THROW(WriteTouchstone(folder / "n.s2p", large));  // as real and imaginary part it fits
   EXPECT_THROW(WriteMatrix(folder / "m", Matrix{2, {1, 2, 3}, ""}), DataFileError);
   EXPECT_THROW(WriteMatrix(folder / "m.enr", Matrix{1, {1}, "[Version 1.1]"}), DataFileError);
+  for (const char* name : {"", " f", "1", "inf", "f;p", "f\np"}) {
+    EXPECT_THROW(WriteMatrix(folder / "m.csv", Matrix{2, {1, 2}, "", {"f", name}}), DataFileError) << name;
+  }
+  EXPECT_THROW(WriteMatrix(folder / "m.csv", Matrix{2, {1, 2}, "", {"f"}}), DataFileError);
+  EXPECT_FALSE(std::filesystem::exists(folder / "m.csv"));
 }
 
 }  // namespace
