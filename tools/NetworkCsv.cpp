@@ -52,8 +52,7 @@ double FactorOf(const std::string& file, const std::string& name) {
   for (std::size_t unit = 0; unit < kUnits.size(); ++unit) {
     if (name == std::string("frequency_") + kUnits[unit]) return kFactors[unit];
   }
-  throw DataFileError(file, 0,
-                      "the first column must be named frequency_hz, _khz, _mhz or _ghz, not \"" + name + "\"");
+  throw DataFileError(file, 0, "the first column must be named frequency_hz, _khz, _mhz or _ghz, not \"" + name + "\"");
 }
 
 /// Takes the reference impedance out of the comment of a table; its other lines are those of the file.
@@ -96,10 +95,11 @@ Place PlaceOf(const std::string& file, const Network& network, const std::vector
       }
     }
   }
-  throw DataFileError(file, 0,
-                      "the columns \"" + names[column] + "," + names[column + 1] +
-                          "\" are no pair such as S11_re,S11_im or S11_mag,S11_deg or S11_db,S11_deg, with ports up to " +
-                          std::to_string(network.ports));
+  throw DataFileError(
+      file, 0,
+      "the columns \"" + names[column] + "," + names[column + 1] +
+          "\" are no pair such as S11_re,S11_im or S11_mag,S11_deg or S11_db,S11_deg, with ports up to " +
+          std::to_string(network.ports));
 }
 
 /// What a Touchstone file could not have: also a column that is there twice, which leaves another without values.
@@ -125,7 +125,8 @@ bool IsCsv(const std::string& file) {
 
 Network ReadNetworkCsv(const std::string& file) {
   const Matrix matrix = scpi_zlt::ReadMatrix(file, {.form = MatrixForm::kCsv});
-  if (matrix.names.empty()) throw DataFileError(file, 0, "no header line that names the columns, such as frequency_hz,S11_re,S11_im");
+  if (matrix.names.empty())
+    throw DataFileError(file, 0, "no header line that names the columns, such as frequency_hz,S11_re,S11_im");
   Network network;
   const std::size_t parameters = (matrix.columns - 1) / 2;
   network.ports = static_cast<std::size_t>(std::lround(std::sqrt(static_cast<double>(parameters))));
