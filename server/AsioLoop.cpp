@@ -11,6 +11,7 @@
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/write.hpp>
 #include <list>
+#include <malloc.h>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -115,7 +116,7 @@ class AsioLoop::Impl {
 
   void AcceptNext(Port& port);
   void Admit(Door& door, tcp::socket socket);
-  void Drop(Socket* socket);
+  void GiveMemoryBack();
   bool Allowed(const asio::ip::address& address) const;
   void ReceiveNext(DatagramPort& port);
   void AwaitSignal(const Task& handler);
@@ -129,6 +130,7 @@ class AsioLoop::Impl {
   std::map<Socket*, std::shared_ptr<Socket>> sockets;
   std::map<Timer, asio::steady_timer> timers;
   Timer last_timer = 0;
+  std::size_t ended = 0;  ///< connections since memory was given back
   bool reading = true;
 };
 
@@ -177,6 +179,7 @@ class AsioLoop::Impl::Socket : public Wire, public std::enable_shared_from_this<
       self->m_connection.reset();
       LogLine(std::string(self->m_door) + " " + self->m_peer + ": disconnected");
       self->m_impl.sockets.erase(self.get());
+      self->m_impl.GiveMemoryBack();
     });
   }
 
@@ -259,6 +262,14 @@ class AsioLoop::Impl::Socket : public Wire, public std::enable_shared_from_this<
   bool m_closing = false;  ///< the door has hung up
   bool m_gone = false;
 };
+
+/// The allocator keeps what many clients at a time have used, for good, because something newer lies above it.
+void AsioLoop::Impl::GiveMemoryBack() {
+  constexpr std::size_t kMany = 100;
+  if (++ended < kMany) return;
+  ended = 0;
+  ::malloc_trim(0);
+}
 
 bool AsioLoop::Impl::Allowed(const asio::ip::address& address) const {
   if (allowed.empty()) return true;

@@ -101,6 +101,24 @@ def untaken_answers():
         server.end()
 
 
+def memory_comes_back():
+    """Clients by the hundred, once and again: what they used is given back, although one client stays."""
+    server = Server(PROGRAM, "--raw", "0", "--max-clients", "1000")
+    with server.connect() as resting:
+        ask(resting, "*OPC?")
+        before = server.memory()
+        for _ in range(2):
+            many = [server.connect() for _ in range(800)]
+            ask(many[-1], "*OPC?")
+            during = server.memory()
+            for link in many:
+                link.close()
+            eventually(lambda: server.log().count(": connected") == server.log().count(": disconnected") + 1, "they are gone")
+            ask(resting, "*OPC?")
+            assert during - before > 8 << 20 and server.memory() - before < (during - before) / 2, (before, during, server.memory())
+    server.end()
+
+
 def closed_in_order():
     """Messages of some 50 ms each, and the client of the raw socket closes while they wait."""
     server = Server(PROGRAM, "--raw", "0", "--log-messages", resource="SIM1::latency=50::INSTR::ZLT")
@@ -208,7 +226,7 @@ def main():
     print("ok service manager", flush=True)
     second_signal(Server(PROGRAM, "--raw", "0", "--log-messages", resource="SIM1::latency=50::INSTR::ZLT"))
     print("ok second signal", flush=True)
-    for check in (by_ipv6, untaken_answers, closed_in_order, killed):
+    for check in (by_ipv6, untaken_answers, memory_comes_back, closed_in_order, killed):
         check()
         print("ok", check.__name__, flush=True)
     lost(losing)
