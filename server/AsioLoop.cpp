@@ -301,7 +301,11 @@ void AsioLoop::Impl::Admit(Door& door, tcp::socket socket) {
   if (error) return;
   const std::string name = std::string(door.Name()) + " " + Text(peer);
   if (!Allowed(Plain(peer.address()))) return LogLine(name + ": refused, its address is not allowed");
-  if (sockets.size() >= limits.clients) return LogLine(name + ": refused, too many clients");
+  if (sockets.size() >= limits.clients) {
+    socket.non_blocking(true, error);
+    socket.write_some(asio::buffer(door.TooManyClients()), error);
+    return LogLine(name + ": refused, too many clients");
+  }
   socket.set_option(tcp::no_delay(true), error);
   const auto added = std::make_shared<Socket>(*this, door.Name(), std::move(socket), Text(peer));
   if (!added->Start(door)) return LogLine(name + ": refused");

@@ -55,6 +55,8 @@ class Door {
   virtual ~Door() = default;
   /// One word for the log and the port file: "raw", "hislip", "vxi11".
   virtual const char* Name() const = 0;
+  /// What the protocol says to a peer that comes when all connections are in use; it is then hung up on.
+  virtual std::string TooManyClients() const { return {}; }
   /// Returns null to refuse the peer; its socket is then closed at once.
   virtual std::unique_ptr<Connection> Accept(Wire& wire) = 0;
 };

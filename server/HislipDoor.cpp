@@ -62,7 +62,7 @@ class HislipConnection : public Connection {
     }
     m_synchronous = true;
     m_session = m_door.MakeSession(m_wire);
-    if (!m_session) Fail(FatalCode::kUnidentified, "no session number is free");
+    if (!m_session) Fail(FatalCode::kTooManyClients, "no session number is free");
   }
 
   void Fail(FatalCode code, std::string_view text) {
@@ -84,6 +84,11 @@ class HislipConnection : public Connection {
 
 std::unique_ptr<Connection> HislipDoor::Accept(Wire& wire) {
   return std::make_unique<HislipConnection>(*this, wire);
+}
+
+std::string HislipDoor::TooManyClients() const {
+  return hislip::Encode(Type::kFatalError, static_cast<std::uint8_t>(FatalCode::kTooManyClients), 0,
+                        "too many clients");
 }
 
 std::shared_ptr<HislipSession> HislipDoor::MakeSession(Wire& synchronous) {

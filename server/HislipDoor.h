@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <string>
 
 #include "server/SessionDoor.h"
 
@@ -28,6 +29,7 @@ class HislipDoor : public SessionDoor {
   using SessionDoor::SessionDoor;
 
   const char* Name() const override { return "hislip"; }
+  std::string TooManyClients() const override;
   std::unique_ptr<Connection> Accept(Wire& wire) override;
 
   /// A new session with a free number; null if all numbers are in use.

@@ -52,7 +52,13 @@ enum class ErrorCode : std::uint8_t {
   kTooLarge = 4,
   kNoInstrument = 128,  ///< device defined
 };
-enum class FatalCode : std::uint8_t { kUnidentified = 0, kBadHeader = 1, kNotBothUp = 2, kBadInitialization = 3 };
+enum class FatalCode : std::uint8_t {
+  kUnidentified = 0,
+  kBadHeader = 1,
+  kNotBothUp = 2,
+  kBadInitialization = 3,
+  kTooManyClients = 4,
+};
 
 struct Message {
   Type type{};

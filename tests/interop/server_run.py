@@ -9,7 +9,7 @@ import sys
 import tempfile
 import time
 
-from hislip_client import Session
+from hislip_client import Channel, Session
 from server_process import Server, ask, closed, eventually
 
 PROGRAM = sys.argv[1]
@@ -58,6 +58,8 @@ def clients_and_silence(server):
     with Session(("127.0.0.1", server.ports["hislip"])) as resting:
         links = [server.connect() for _ in range(4)]
         assert closed(links[3]) and "too many clients" in server.log()
+        late = Channel(("127.0.0.1", server.ports["hislip"]))
+        assert late.receive()[:2] == (2, 4), "HiSLIP has a FatalError for it"
         for link in links[:3]:
             assert closed(link)
         assert server.log().count("silent for too long") == 3
