@@ -17,7 +17,8 @@ bool IsSubAddress(std::string_view name) {
 
 class HislipConnection : public Connection {
  public:
-  HislipConnection(HislipDoor& door, Wire& wire) : m_door(door), m_wire(wire), m_reader(door.Options().message_limit) {}
+  HislipConnection(HislipDoor& door, Wire& wire)
+      : m_door(door), m_wire(wire), m_reader(door.Options().message_limit + hislip::kHeaderSize) {}
   ~HislipConnection() override {
     if (m_session) m_session->Gone(m_wire);
   }

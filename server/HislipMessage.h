@@ -75,6 +75,8 @@ std::string Encode(Type type, std::uint8_t control, std::uint32_t parameter, std
 std::string EncodeSize(std::uint64_t size);
 std::uint64_t DecodeSize(std::string_view payload);
 
+constexpr std::size_t kHeaderSize = 16;
+
 /// Puts messages together from pieces of any size. Keeps only bytes that have come, and no more than the limit.
 class Reader {
  public:
@@ -87,8 +89,6 @@ class Reader {
   Result Next(std::string_view& bytes, Message& message);
 
  private:
-  static constexpr std::size_t kHeaderSize = 16;
-
   bool TakeHeader();
 
   const std::size_t m_data_limit;

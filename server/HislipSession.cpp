@@ -8,6 +8,7 @@ namespace {
 
 using hislip::ErrorCode;
 using hislip::FatalCode;
+using hislip::kHeaderSize;
 using hislip::Message;
 using hislip::Type;
 using std::chrono::milliseconds;
@@ -17,7 +18,6 @@ constexpr std::uint32_t kVersion = 0x0100;
 constexpr std::uint32_t kVendor = 0x5A4C;  // "ZL"
 constexpr std::uint8_t kRmtDelivered = 1;
 constexpr std::uint8_t kMessageAvailable = 1 << 4;
-constexpr std::size_t kHeaderSize = 16;
 /// Bytes of payload sent to a client that has not named its own limit.
 constexpr std::size_t kFirstPiece = 256;
 /// Messages that one client may have at the broker; further ones wait in its socket.
@@ -357,7 +357,7 @@ void HislipSession::RemoteLocal(const Message& message) {
 
 void HislipSession::MaximumMessageSize(const Message& message) {
   // The standard does not say whether the size counts the header. So a piece with its header stays within the client's
-  // size, and a payload from the client may have the whole message limit.
+  // size, a payload from the client may have the whole size, and the instrument's longest message fits with its header.
   const std::uint64_t size = hislip::DecodeSize(message.payload);
   const std::uint64_t piece = size > kHeaderSize ? size - kHeaderSize : 1;
   m_piece = static_cast<std::size_t>(std::min<std::uint64_t>(piece, kLargestPiece));

@@ -184,6 +184,8 @@ def long_messages_pass(address):
         _, size = session.maximum_size(1 << 20)
         text = b" " * (min(160000, size - 16) - 6) + b"*OPC?\n"
         expect("one message", b"+1\n", session.query(text))
+        expect("a payload of the whole size", b"+1\n", session.query(b" " * (min(160000, size) // 2 - 1) + b"\n" +
+                                                                     b"*OPC?\n".rjust(size - min(160000, size) // 2)))
         for start in range(0, len(text) - 7, 4000):
             session.send(DATA, text[start:min(start + 4000, len(text) - 7)])
         session.send(DATA_END, text[-7:])
