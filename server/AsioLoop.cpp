@@ -13,6 +13,7 @@
 #include <list>
 #include <malloc.h>
 #include <map>
+#include <netinet/tcp.h>
 #include <optional>
 #include <stdexcept>
 #include <sys/socket.h>
@@ -84,6 +85,18 @@ std::string Text(const tcp::endpoint& endpoint) {
   const asio::ip::address address = Plain(endpoint.address());
   const std::string text = address.to_string();
   return (address.is_v6() ? "[" + text + "]" : text) + ":" + std::to_string(endpoint.port());
+}
+
+/// A peer whose machine or network is gone closes nothing. It is asked for after a minute of silence, and given up half
+/// a minute later; its locks end with it.
+void NoticeVanishing(tcp::socket& socket) {
+  constexpr std::array<std::array<int, 3>, 4> kOptions = {{{SOL_SOCKET, SO_KEEPALIVE, 1},
+                                                           {IPPROTO_TCP, TCP_KEEPIDLE, 60},
+                                                           {IPPROTO_TCP, TCP_KEEPINTVL, 10},
+                                                           {IPPROTO_TCP, TCP_KEEPCNT, 3}}};
+  for (const auto& [level, option, value] : kOptions) {
+    ::setsockopt(socket.native_handle(), level, option, &value, sizeof value);
+  }
 }
 
 [[noreturn]] void CannotOpen(const std::string& what, const std::string& address, std::uint16_t port,
@@ -307,6 +320,7 @@ void AsioLoop::Impl::Admit(Door& door, tcp::socket socket) {
     return LogLine(name + ": refused, too many clients");
   }
   socket.set_option(tcp::no_delay(true), error);
+  NoticeVanishing(socket);
   const auto added = std::make_shared<Socket>(*this, door.Name(), std::move(socket), Text(peer));
   if (!added->Start(door)) return LogLine(name + ": refused");
   sockets[added.get()] = added;

@@ -3,6 +3,7 @@
 
 Usage: server_run.py SCPI_ZLT. Prints one line per check and fails at the first error."""
 import os
+import re
 import signal
 import socket
 import sys
@@ -50,6 +51,19 @@ def locks_over_doors(server):
         raw.settimeout(20)
         assert holder.release() == 1
         assert raw.recv(100) == b"2000000000\n"
+
+
+def vanished_clients_are_looked_for(server):
+    """The kernel's own list has a keep-alive timer, 2, of at most a minute for the server's end."""
+    with server.connect() as link:
+        ends = tuple(f":{port:04X}" for port in (server.ports["raw"], link.getsockname()[1]))
+
+        def is_timed():
+            with open("/proc/net/tcp") as table:
+                timers = [row.split()[5] for row in table if re.search(ends[0] + r" \w+" + ends[1], row)]
+            return timers[0].startswith("02:") and int(timers[0][3:], 16) <= 60 * os.sysconf("SC_CLK_TCK")
+
+        eventually(is_timed, "a timer")
 
 
 def clients_and_silence(server):
@@ -220,7 +234,7 @@ def main():
     server = Server(PROGRAM, "--raw", "0", "--hislip", "0", "--allow", "127.0.0.0/31", "--allow", "127.0.0.2", "--idle", "1",
                     "--max-clients", "5", environment={"NOTIFY_SOCKET": manager.path})
     notified(manager)
-    for check in (allow, locks_over_doors, clients_and_silence):
+    for check in (vanished_clients_are_looked_for, allow, locks_over_doors, clients_and_silence):
         check(server)
         print("ok", check.__name__, flush=True)
     server.end()
