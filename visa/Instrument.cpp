@@ -8,6 +8,7 @@
 #include "scpi_zlt/scpi_zlt.h"
 
 #include "client/MessageScanner.h"
+#include "visa/Names.h"
 
 namespace visa {
 namespace {
@@ -15,7 +16,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-/// The generators that are open, opening or closing, by name.
+/// The generators that are open, opening or closing, by comparable name.
 struct Registry {
   std::mutex lock;
   std::condition_variable changed;
@@ -66,10 +67,11 @@ Deadline DeadlineAfter(ViUInt32 milliseconds_from_now) {
 
 ViStatus Instrument::Open(const std::string& name, ViUInt32 timeout_ms, std::shared_ptr<Instrument>& instrument) {
   const Deadline deadline = DeadlineAfter(timeout_ms);
+  const std::string key = Comparable(name.substr(0, name.size() - kMark.size()));
   Registry& registry = TheRegistry();
   Hold hold(registry.lock);
   for (;;) {
-    const auto found = registry.instruments.find(name);
+    const auto found = registry.instruments.find(key);
     if (found == registry.instruments.end()) break;
     if (found->second != nullptr) {
       instrument = found->second;
@@ -78,20 +80,20 @@ ViStatus Instrument::Open(const std::string& name, ViUInt32 timeout_ms, std::sha
     }
     if (registry.changed.wait_until(hold, deadline) == std::cv_status::timeout) return kTimeout;
   }
-  registry.instruments[name] = nullptr;
+  registry.instruments[key] = nullptr;
   hold.unlock();
-  std::shared_ptr<Instrument> opened(new Instrument(name));
+  std::shared_ptr<Instrument> opened(new Instrument(key));
   const long status =
       opened->m_session.Open(name, deadline == Deadline::max() ? milliseconds(0xFFFFFFFF) : Left(deadline));
   hold.lock();
   registry.changed.notify_all();
   if (status != VI_SUCCESS) {
-    registry.instruments.erase(name);
+    registry.instruments.erase(key);
     return OpenStatus(status);
   }
   opened->m_exchange = std::make_unique<scpi_zlt::MessageExchange>(opened->m_session.Handle());
   opened->m_users = 1;
-  registry.instruments[name] = opened;
+  registry.instruments[key] = opened;
   instrument = std::move(opened);
   return kSuccess;
 }
@@ -109,11 +111,11 @@ void Instrument::Leave(Mailbox& box) {
   {
     const Hold hold(registry.lock);
     if (--m_users > 0) return;
-    registry.instruments[m_name] = nullptr;
+    registry.instruments[m_key] = nullptr;
   }
   m_session.Close();
   const Hold hold(registry.lock);
-  registry.instruments.erase(m_name);
+  registry.instruments.erase(m_key);
   registry.changed.notify_all();
 }
 
@@ -252,7 +254,7 @@ ViStatus Instrument::GrantLock(Mailbox& box, ViUInt32 type, std::string& key) {
   if (m_shared_holders == 0) {
     // A key that was not asked for has to be one that nobody else comes upon.
     static std::atomic<int> made = 0;
-    m_shared_key = !key.empty() ? key : "zlt-" + m_name + "-" + std::to_string(++made);
+    m_shared_key = !key.empty() ? key : "zlt-" + m_key + "-" + std::to_string(++made);
   }
   key = m_shared_key;
   if (++box.shared_locks > 1) return kNestedShared;

@@ -57,7 +57,8 @@ struct ReadLimits {
 
 class Instrument {
  public:
-  /// Opens the generator, or joins the sessions that have it open. Waits while another thread opens or closes it.
+  /// Opens the generator whose name, with ::ZLT, that is, or joins the sessions that have it open in any spelling.
+  /// Waits while another thread opens or closes it.
   static ViStatus Open(const std::string& name, ViUInt32 timeout_ms, std::shared_ptr<Instrument>& instrument);
   /// The other half of Open. The last one closes the generator, which takes a second or more.
   void Leave(Mailbox& box);
@@ -83,14 +84,14 @@ class Instrument {
  private:
   using Hold = std::unique_lock<std::mutex>;
 
-  explicit Instrument(std::string name) : m_name(std::move(name)) {}
+  explicit Instrument(std::string key) : m_key(std::move(key)) {}
   ViStatus Settle(Hold& hold, Deadline deadline);
   ViStatus Idle(Hold& hold, Deadline deadline);
   bool MayLock(const Mailbox& box, ViUInt32 type) const;
   ViStatus GrantLock(Mailbox& box, ViUInt32 type, std::string& key);
   void Unlocked(Mailbox& box);
 
-  const std::string m_name;
+  const std::string m_key;  ///< one form for all spellings of its name
   scpi_zlt::Session m_session;
   std::unique_ptr<scpi_zlt::MessageExchange> m_exchange;
 

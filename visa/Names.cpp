@@ -12,8 +12,6 @@
 namespace visa {
 namespace {
 
-constexpr std::string_view kMark = "::ZLT";
-
 struct Interface {
   std::string_view word;
   ViUInt16 type;
@@ -153,9 +151,9 @@ std::string Aliases::TakeLine(std::string_view line, std::map<std::string, int>&
   const std::string name(Trimmed(line.substr(0, middle)));
   // After the first "=": the names of simulated generators have that character too.
   const std::string target(Trimmed(line.substr(middle + 1)));
-  if (name.empty()) return "there is no name in front of =";
+  if (name.empty()) return "there is no name before =";
   if (!GeneratorName(name).empty()) return "\"" + name + "\" opens without an alias";
-  if (target.empty()) return "there is no resource behind =";
+  if (target.empty()) return "there is no resource after =";
   const std::string generator = GeneratorName(target);
   if (generator.size() != target.size()) return "\"" + target + "\" has to end in ::ZLT, as in SIM0::INSTR::ZLT";
   if (name.size() >= kFindLength || generator.size() >= kFindLength) return "a name has at most 255 characters";

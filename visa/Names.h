@@ -9,6 +9,9 @@
 
 namespace visa {
 
+/// What makes a name the generator's.
+constexpr std::string_view kMark = "::ZLT";
+
 /// Upper case of the letters A to Z; the same in every locale.
 std::string UpperCase(std::string_view text);
 

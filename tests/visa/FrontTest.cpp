@@ -228,6 +228,11 @@ TEST_F(Aliased, NamesStandForGenerators) {
   for (const auto& [found, expected] : cases) EXPECT_EQ(found, expected);
   Open("GPIB0::19::0::INSTR");
   EXPECT_EQ(library.Ask(session, "*IDN?\n"), "Sorvik,ZG-20E,000002\n");
+  // Another spelling is the same session with the instrument; a second one would switch the output off.
+  EXPECT_EQ(library.Ask(session, ":OUTP ON;:OUTP?\n"), "ON\n");
+  ViSession other = 0;
+  ASSERT_EQ(library.Open(manager, "sim2::Instr::zlt", other), kSuccess);
+  EXPECT_EQ(library.Ask(other, ":OUTP?\n"), "ON\n");
 }
 
 TEST_F(Aliased, MistakesAreSaidOnceAndShowInTheStatus) {
