@@ -24,6 +24,7 @@ something then should give it 10 s (set_timeout_millis).
 """
 import os
 import sys
+import time
 
 import tango
 from tango import AttrWriteType, DevState
@@ -38,6 +39,8 @@ _TYPES = {NUMBER: float, INTEGER: int, SWITCH: bool, LIST: (float,), WORD: "DevE
 _ACCESS = {"query": AttrWriteType.READ, "set": AttrWriteType.WRITE, "set, query": AttrWriteType.READ_WRITE}
 _ROWS = {setting.name: setting for setting in SETTINGS}
 _LONGEST_LIST = 2500
+_START_TIME = 0.2  # seconds from ":INIT" until the link shows the sweep
+_NEVER = float("-inf")
 _NOT_LOCKED, _RF_ON = 8, 128  # bits of "*ESR?"
 
 
@@ -57,6 +60,7 @@ class _Base(Device):
         self._generator = None
         self._limits = {}
         self._run_counts = False  # a sweep was started, and nothing was set since: the lamps mean nothing then
+        self._armed = _NEVER  # when a single sweep was started that nothing has ended
         try:
             self._generator = Generator(self.resource, timeout=self.timeout)
             for setting in SETTINGS:
@@ -96,11 +100,13 @@ class _Base(Device):
     def Arm(self):
         self._do(":INIT")
         self._run_counts = True
+        self._armed = time.monotonic()
 
     @command(doc_in="Ends a sweep, a continuous one too.")
     def Abort(self):
         self._do(":INIT:CONT OFF\n:ABOR")
         self._run_counts = False
+        self._armed = _NEVER
 
     def is_Arm_allowed(self):
         return self.is_open()
@@ -122,6 +128,7 @@ class _Base(Device):
             self._do(message_of(setting, value, lambda: self._limits[setting.name]))
         except ValueError as error:
             _raise(error)
+        self._armed = _NEVER
         self._run_counts = self._sweeps_on()
         self.dev_state()  # a link that is lost shows in no answer but this one
 
@@ -141,9 +148,10 @@ class _Base(Device):
         return int(self._generator.query("*ESR?")) if bits & _NOT_LOCKED else bits
 
     def _sweeps_on(self):
-        """Continuous sweeping: between two passes the link is free."""
+        """Sweeping that the link need not show: between two passes it is free, and just after the start too."""
         modes = (self._ask(_ROWS["frequency_mode"]), self._ask(_ROWS["power_mode"]))
-        return self._ask(_ROWS["continuous"]) and modes != ("fixed", "fixed")
+        goes_on = time.monotonic() - self._armed < _START_TIME or self._ask(_ROWS["continuous"])
+        return goes_on and modes != ("fixed", "fixed")
 
     def _look(self):
         if not self.is_open():

@@ -190,9 +190,16 @@ def test_a_signal_handler_is_told_that_a_message_is_under_way(zlt_generator):
         except scpi_zlt.GeneratorError as error:
             said.append(str(error))
 
+    def send():
+        zlt_generator.wait(f"packets:{under_way}")
+        signal.pthread_kill(threading.main_thread().ident, signal.SIGALRM)
+
+    under_way = int(zlt_generator.ask("packets")) + 1
     before = signal.signal(signal.SIGALRM, handler)
-    signal.setitimer(signal.ITIMER_REAL, 0.05)
+    sender = threading.Thread(target=send)
+    sender.start()
     assert zlt_generator.query(":FREQ 3GHZ;:FREQ?") == "3000000000"
+    sender.join()
     signal.signal(signal.SIGALRM, before)
     assert len(said) == 1 and "signal handler" in said[0]
 
@@ -202,14 +209,14 @@ def test_a_generator_that_is_dropped_is_closed_with_a_warning():
         SimulatedGenerator()
 
 
-@pytest.mark.parametrize("resource, why", [
-    ("SIM0::INSTR", "has to end in ::ZLT"),
-    ("SIM0::nonsense=1::INSTR::ZLT", "no such instrument|does not understand"),
-    ("SIM2000::silent=0::INSTR::ZLT", "not ready within 0.2 s|does not answer"),
+@pytest.mark.parametrize("resource, limit, why", [
+    ("SIM0::INSTR", 10, "has to end in ::ZLT"),
+    ("SIM0::nonsense=1::INSTR::ZLT", 10, "no such instrument|does not understand"),
+    ("SIM2000::silent=0::INSTR::ZLT", 0.2, "not ready within 0.2 s|does not answer"),
 ])
-def test_names_that_do_not_open(resource, why):
+def test_names_that_do_not_open(resource, limit, why):
     with pytest.raises(scpi_zlt.OpenFailed, match=why) as raised:
-        scpi_zlt.Generator(resource, open_timeout=0.2)
+        scpi_zlt.Generator(resource, open_timeout=limit)
     assert raised.value.status < 0
 
 

@@ -40,7 +40,11 @@ import os, signal, threading
 from scpi_zlt.simulator import SimulatedGenerator
 with SimulatedGenerator(latency=0) as generator:
     generator.set(latency=1000)
-    threading.Timer(0.1, os.kill, (os.getpid(), signal.SIGINT)).start()
+    under_way = int(generator.ask("packets")) + 1
+    def interrupt():
+        generator.wait(f"packets:{under_way}")
+        os.kill(os.getpid(), signal.SIGINT)
+    threading.Thread(target=interrupt).start()
     generator.write(":FREQ 3GHZ")
     print("not interrupted")
 """

@@ -115,12 +115,15 @@ def test_lamps_make_the_state(server):
 def test_a_sweep_makes_the_state(server):
     device = server("slow")
     device.points, device.frequency_mode = 11, 1
+    # On a busy machine the pass may be over before the state is asked for, so RUNNING shows in the time that it took.
+    start = time.monotonic()
     device.Arm()
-    wait_for(device, tango.DevState.RUNNING)
     wait_for(device, tango.DevState.OFF)
+    assert time.monotonic() - start > 1.9
+    # The other states stay until somebody ends them.
     device.trigger_source = 1
     device.Arm()
-    wait_for(device, tango.DevState.STANDBY)
+    assert device.state() == tango.DevState.STANDBY
     device.Abort()
     assert device.state() == tango.DevState.OFF
     device.trigger_source = 2
