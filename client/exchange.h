@@ -26,7 +26,7 @@ enum {
   ZLT_BUSY,       /* not sent: the message before it is still under way */
   ZLT_UNFINISHED, /* not sent: the message ends inside a definite-length block */
   ZLT_TOO_LONG,   /* not sent: more than 160144 bytes with its line end */
-  ZLT_FAILED,     /* the session refused: zltExchangeStatus tells how */
+  ZLT_FAILED,     /* the session refused: zltExchangeStatus says why */
   ZLT_NO_MEMORY   /* for the text */
 };
 

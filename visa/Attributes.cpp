@@ -104,7 +104,7 @@ ViStatus GeneratorSession::GetAttribute(ViAttr attribute, void* value) {
     case kResourceName:
       return StoreText(value, m_generator);
     case kInterfaceInstanceName:
-      return StoreText(value, "Generator behind " + std::string(kOwnName));
+      return StoreText(value, "Generator by " + std::string(kOwnName));
     case kManufacturerName:
       return StoreText(value, kOwnName);
     case kLockState:

@@ -38,7 +38,8 @@ ViStatus ForeignAttribute(const ForeignObject& foreign, ViAttr attribute, void* 
   return foreign.Call("viGetAttribute", attribute, value);
 }
 
-/// The generator raises no events: everything is off, and every queue is empty.
+/// The generator raises no events: everything is off, and every queue is empty. A type that a resource does not raise
+/// is VI_ERROR_INV_EVENT (VPP-4.3 section 3.7.3); the standard has no other status for it.
 template <typename... Arguments>
 ViStatus WithoutEvents(const char* function, ViSession vi, ViUInt32 event, ViUInt16 mechanism, ViStatus all) {
   const auto own = [&] {
