@@ -2,6 +2,9 @@
 """Debian's pyvisa, unchanged, on the VISA library in front.
 
 Usage: pyvisa_front.py LIBRARY. Fails at the first error. Exit status 77: pyvisa is not installed."""
+import ctypes
+import random
+import signal
 import sys
 import threading
 
@@ -129,6 +132,24 @@ def attributes(manager, generator):
           constants.EventMechanism.queue)
 
 
+def interrupts(generator):
+    """An exception at any moment of a query; the next answer is that of the next question all the same."""
+    moments = random.Random(1)
+    before = signal.signal(signal.SIGALRM, signal.default_int_handler)
+    interrupted = 0
+    for turn in range(400):
+        try:
+            signal.setitimer(signal.ITIMER_REAL, moments.uniform(1e-6, 200e-6))
+            for number in range(100000):  # the exception ends it much sooner
+                generator.query(f":FREQ {2000000000 + number};:FREQ?")
+        except (KeyboardInterrupt, ctypes.ArgumentError):  # ctypes makes that of one while it converts
+            interrupted += 1
+        frequency = str(1000000000 + turn)
+        assert generator.query(f":FREQ {frequency};:FREQ?").strip() == frequency
+    signal.signal(signal.SIGALRM, before)
+    assert interrupted > 350, interrupted
+
+
 def errors(manager):
     fails(Status.error_resource_not_found, manager.open_resource, "GPIB0::7::INSTR")
     # The instrument does not answer at all.
@@ -146,6 +167,7 @@ def main():
     times_out(generator)
     locks(manager, generator)
     attributes(manager, generator)
+    interrupts(generator)
     errors(manager)
     manager.close()
     print("ok")
