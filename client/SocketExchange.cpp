@@ -95,7 +95,7 @@ std::string SocketExchange::Connect(const std::string& text, milliseconds timeou
   // Not left to the resolver, so that it works where no file of hosts has it (RFC 6761, 6.3).
   const char* const host = address.host == "localhost" ? nullptr : address.host.c_str();
   if (const int status = getaddrinfo(host, address.port.c_str(), &hints, &found); status != 0) {
-    return gai_strerror(status);
+    return status == EAI_SERVICE ? "\"" + address.port + "\" is no port" : gai_strerror(status);
   }
   const std::unique_ptr<addrinfo, void (*)(addrinfo*)> owner(found, freeaddrinfo);
   int error = 0;
@@ -151,7 +151,7 @@ bool SocketExchange::Transfer(milliseconds wait) {
   } else if (count == 0) {
     Lose("the server closed the connection: it was stopped, or has lost its instrument");
   } else if (errno != EAGAIN && errno != EINTR) {
-    Lose(std::strerror(errno));
+    Lose(std::string("the connection to the server broke: ") + std::strerror(errno));
   }
   return m_socket >= 0;
 }

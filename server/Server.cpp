@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -57,15 +59,14 @@ class Server {
         m_broker(m_loop, options.worker, options.private_sessions, options.log_messages,
                  [this](WorkerState state, const std::string& reason) { StateChanged(state, reason); }) {}
 
-  int Run() {
+  void Run() {
     if (IsOpenToOthers()) {
       LogLine("listening on " + m_options.bind + ": anyone who can reach these ports controls the instrument");
     }
     m_loop.OnTermination([this] { Terminate(); });
     if (m_options.private_sessions) m_loop.Post([this] { OpenDoors(); });
     m_loop.Run();
-    if (!m_failure.empty()) throw std::runtime_error(m_failure);
-    return EXIT_SUCCESS;
+    if (m_failure) std::rethrow_exception(m_failure);
   }
 
  private:
@@ -74,7 +75,7 @@ class Server {
   void StateChanged(WorkerState state, const std::string& reason) {
     if (state == WorkerState::kFailed) {
       if (m_options.private_sessions) return LogLine(reason);
-      m_failure = reason;
+      m_failure = std::make_exception_ptr(NoInstrument(reason));
       m_loop.Stop();
     } else if (state == WorkerState::kLost) {
       LogLine("instrument lost: " + reason + "; trying to open it again");
@@ -142,8 +143,8 @@ class Server {
       if (m_options.vxi11) OpenVxi11();
       WritePortFile();
       Notify("READY=1\nSTATUS=Serving " + m_options.worker.resource);
-    } catch (const std::exception& error) {
-      m_failure = error.what();
+    } catch (const std::exception&) {
+      m_failure = std::current_exception();
       m_loop.Stop();
     }
   }
@@ -162,7 +163,7 @@ class Server {
     file << "}\n";
     file.close();
     if (!file || std::rename(draft.c_str(), m_options.port_file.c_str()) != 0) {
-      throw std::runtime_error("cannot write " + m_options.port_file);
+      throw CannotWrite(m_options.port_file + ": cannot write: " + std::strerror(errno));
     }
   }
 
@@ -196,16 +197,16 @@ class Server {
   std::optional<PortMapper> m_port_mapper;
   std::optional<PortMapperEntry> m_port_mapper_entry;
   std::vector<std::pair<std::string, std::uint16_t>> m_ports;
-  std::string m_failure;
+  std::exception_ptr m_failure;
   bool m_serving = false;
   bool m_ending = false;
 };
 
 }  // namespace
 
-int Serve(const ServerOptions& options) {
+void Serve(const ServerOptions& options) {
   Server server(options);
-  return server.Run();
+  server.Run();
 }
 
 }  // namespace server

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 #include "server/AsioLoop.h"
@@ -27,8 +28,18 @@ struct ServerOptions {
   std::string port_file;  ///< empty: none
 };
 
-/// Serves until SIGTERM or SIGINT; a second one ends the process at once. Returns the exit status. Throws
-/// std::runtime_error with a reason in words if it cannot start.
-int Serve(const ServerOptions& options);
+/// The instrument cannot be opened.
+struct NoInstrument : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+/// The file of ports cannot be written.
+struct CannotWrite : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+/// Serves until SIGTERM or SIGINT; a second one ends the process at once. Throws one of these, or another
+/// std::runtime_error, with a reason in words if it cannot start.
+void Serve(const ServerOptions& options);
 
 }  // namespace server

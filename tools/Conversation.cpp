@@ -17,7 +17,12 @@ using std::chrono::steady_clock;
 constexpr milliseconds kLook{100};
 /// A late message is awaited for at least this long before nothing more is sent.
 constexpr milliseconds kLeastPatience{10000};
-constexpr milliseconds kPatienceAfterInterruption{2000};
+constexpr milliseconds kPatienceAtTheEnd{2000};
+
+constexpr const char* kOpening =
+    "scpi-zlt: interrupted while the instrument was opened; the RF output is off, or as it was before\n";
+constexpr const char* kConnecting =
+    "scpi-zlt: interrupted before the server answered; nothing was sent, the RF output is as it was before\n";
 
 std::string WithoutLineEnd(std::string text) {
   if (text.ends_with('\n')) text.pop_back();
@@ -39,8 +44,9 @@ Conversation::Conversation(const ConversationOptions& options, Interruption& int
     : m_options(options),
       m_interruption(interruption),
       m_watch(options.verify ? std::make_optional<PacketWatch>() : std::nullopt),
-      m_instrument(OpenInstrument(options.instrument)),
       m_report(options.form) {
+  const LastWords words(options.instrument.server.empty() ? kOpening : kConnecting);
+  m_instrument = OpenInstrument(options.instrument);
   m_interruption.Watch();
   // Opening finds out by trying what the firmware refuses.
   if (m_watch) m_watch->Take();
@@ -72,7 +78,7 @@ void Conversation::Take(const Answer& answer, Said& said) {
     case Outcome::kTimeout:
       if (m_interruption.Happened()) break;
       Complain(scpi_zlt::IsQuery(message) ? "no answer to " + Quoted(message) : "not done: " + Quoted(message),
-               " within " + std::to_string(m_options.answer_timeout.count()) + " ms", said);
+               " within " + std::to_string(m_options.answer_timeout.count()) + " ms (--timeout gives it longer)", said);
       break;
     case Outcome::kUnfinished:
       Complain("not sent: " + Quoted(message), " ends inside a block of data", said);
@@ -116,7 +122,11 @@ std::optional<std::string> Conversation::Ask(const std::string& query) {
 std::string Conversation::Demand(const std::string& query, const std::string& consequence) {
   const std::optional<std::string> answer = Ask(query);
   if (m_interruption.Happened()) throw Interrupted();
-  if (!answer) throw ToolError("no answer to " + Quoted(query) + "; " + consequence, kNoInstrument);
+  if (!answer) {
+    throw ToolError("no answer to " + Quoted(query) + " within " + std::to_string(m_options.answer_timeout.count()) +
+                        " ms (--timeout gives it longer); " + consequence,
+                    kMessageFailed);
+  }
   return *answer;
 }
 
@@ -168,15 +178,18 @@ void Conversation::Verify(Said& said) {
   if (difference) Complain(Quoted(said.message), ": " + *difference, said);
 }
 
+std::string Conversation::OutputText() {
+  if (m_options.rehearsal) return "no real instrument was touched";
+  const char* const unknown = "what the RF output does is not known";
+  if (Await(kPatienceAtTheEnd).outcome != Outcome::kComplete) return unknown;
+  const Answer answer = Exchange(":OUTP?", kPatienceAtTheEnd);
+  if (answer.outcome != Outcome::kComplete) return unknown;
+  return answer.response == "ON\n" ? "the RF output stays on" : "the RF output is off";
+}
+
 void Conversation::SayWhatIsLeft() {
-  std::string output = "what the RF output does is not known";
-  if (Await(kPatienceAfterInterruption).outcome == Outcome::kComplete) {
-    const Answer answer = Exchange(":OUTP?", kPatienceAfterInterruption);
-    if (answer.outcome == Outcome::kComplete) {
-      output = answer.response == "ON\n" ? "the RF output stays on" : "the RF output is off";
-    }
-  }
-  Warn((m_instrument->EndsSweep() ? "interrupted; a sweep ends, " : "interrupted; the server goes on, ") + output);
+  const char* sweep = m_instrument->EndsSweep() ? "interrupted; a sweep ends, " : "interrupted; the server goes on, ";
+  Warn((m_options.rehearsal ? "interrupted; " : sweep) + OutputText());
 }
 
 void Conversation::Complain(const std::string& subject, const std::string& what, Said& said) {

@@ -19,12 +19,13 @@ struct ConversationOptions {
   bool ask_errors = true;  ///< after each message, for what it left in the error queue
   bool verify = false;     ///< after each message, whether the instrument holds what was asked for
   ReportForm form = ReportForm::kText;
+  bool rehearsal = false;  ///< the instrument is a simulated one, for this conversation only
 };
 
 class Conversation {
  public:
   /// Opens the instrument; throws ToolError as OpenInstrument does. Watches for interruptions from then on: one that
-  /// comes during opening ends the process at once.
+  /// comes during opening ends the process at once, with a line about the RF output.
   Conversation(const ConversationOptions& options, Interruption& interruption);
 
   /// Sends one line and reports its answer; an empty line, and one that begins with "#", is passed over. If the message
@@ -44,7 +45,11 @@ class Conversation {
   /// Says so if one is not done.
   void Conclude(const std::vector<std::string>& messages);
 
-  /// The state that an interrupted conversation leaves: whether the RF output is on.
+  /// The state in which the instrument is left, for the end of a complaint: whether the RF output is on. Asks for it,
+  /// but not for long.
+  std::string OutputText();
+
+  /// The same after an interruption, and what becomes of a sweep.
   void SayWhatIsLeft();
 
   /// True if a message had no answer in time, was refused, or left an error.

@@ -42,6 +42,24 @@ const std::map<std::string, FrequencyUnit> kUnits = {{"hz", FrequencyUnit::kHz},
 const std::map<std::string, MatrixForm> kForms = {
     {"plain", MatrixForm::kPlain}, {"csv", MatrixForm::kCsv}, {"enr", MatrixForm::kEnr}};
 
+/// Takes one of these words in any case, and lists them when it is none.
+template <typename Value>
+CLI::Validator OneOf(const std::map<std::string, Value>& values) {
+  return CLI::Validator(
+      [&values](std::string& text) -> std::string {
+        std::string words;
+        for (const auto& [word, value] : values) {
+          if (CLI::detail::to_lower(text) == word) {
+            text = std::to_string(static_cast<int>(value));
+            return "";
+          }
+          words += (words.empty() ? "" : ", ") + word;
+        }
+        return "must be one of " + words + ", not " + text;
+      },
+      "");
+}
+
 struct NetworkArguments {
   std::vector<std::string> inputs;
   std::string input;
@@ -288,10 +306,10 @@ void AddNetworkCommands(CLI::App& app) {
   add_csv(*convert);
   convert->add_option("-f,--format", arguments->options.format, "ri, ma or db; ri unless given")
       ->type_name("FORMAT")
-      ->transform(CLI::CheckedTransformer(kFormats, CLI::ignore_case));
+      ->transform(OneOf(kFormats));
   convert->add_option("-u,--unit", arguments->options.unit, "hz, khz, mhz or ghz; hz unless given")
       ->type_name("UNIT")
-      ->transform(CLI::CheckedTransformer(kUnits, CLI::ignore_case));
+      ->transform(OneOf(kUnits));
   convert->callback([arguments] { ConvertNetwork(*arguments); });
 }
 
@@ -303,7 +321,7 @@ void AddMatrixOptions(CLI::App& command, const std::string& prefix, const std::s
           "--" + prefix + "form", [&options](const MatrixForm& form) { options.form = form; },
           "Form of the " + what + ": plain, csv or enr; by its extension (.txt, .csv, .enr) unless given")
       ->type_name("FORM")
-      ->transform(CLI::CheckedTransformer(kForms, CLI::ignore_case));
+      ->transform(OneOf(kForms));
   command.add_flag("--" + prefix + "scrambled", options.scrambled, "The " + what + " is scrambled");
 }
 

@@ -1,15 +1,48 @@
 #include "tools/Interruption.h"
 
+#include <atomic>
 #include <cerrno>
+#include <cstring>
 #include <poll.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+namespace {
+
+constexpr std::array kSignals = {SIGINT, SIGTERM};
+
+std::atomic<const char*> g_last_words = nullptr;
+static_assert(std::atomic<const char*>::is_always_lock_free, "a signal handler reads it");
+
+/// The usual effect is back already, and comes when this returns.
+void SayLastWords(int signal) {
+  const char* const line = g_last_words.load();
+  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line, std::strlen(line));
+  raise(signal);
+}
+
+}  // namespace
+
+LastWords::LastWords(const char* line) {
+  g_last_words = line;
+  struct sigaction action {};
+  action.sa_handler = SayLastWords;
+  action.sa_flags = SA_RESETHAND;
+  for (std::size_t i = 0; i < kSignals.size(); ++i) {
+    sigaction(kSignals[i], nullptr, &m_before[i]);
+    // A shell has its background jobs ignore Ctrl-C.
+    if (m_before[i].sa_handler != SIG_IGN) sigaction(kSignals[i], &action, nullptr);
+  }
+}
+
+LastWords::~LastWords() {
+  for (std::size_t i = 0; i < kSignals.size(); ++i) sigaction(kSignals[i], &m_before[i], nullptr);
+}
+
 void Interruption::Watch() {
   sigset_t signals;
   sigemptyset(&signals);
-  sigaddset(&signals, SIGINT);
-  sigaddset(&signals, SIGTERM);
+  for (const int signal : kSignals) sigaddset(&signals, signal);
   pthread_sigmask(SIG_BLOCK, &signals, &m_before);
   m_descriptor = signalfd(-1, &signals, SFD_NONBLOCK | SFD_CLOEXEC);
 }

@@ -1,8 +1,23 @@
 // Ctrl-C and the like, taken as events at points where the program can say in what state it leaves the instrument.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <csignal>
+
+/// While it lives, SIGINT and SIGTERM print a line on the error stream and then end the process as usual. For where
+/// nothing can be done in order, as during opening. Not two at a time.
+class LastWords {
+ public:
+  /// `line` ends in a line end and outlives this.
+  explicit LastWords(const char* line);
+  ~LastWords();
+  LastWords(const LastWords&) = delete;
+  LastWords& operator=(const LastWords&) = delete;
+
+ private:
+  std::array<struct sigaction, 2> m_before{};
+};
 
 /// Thrown where there is nothing to go on with after an interruption.
 struct Interrupted {};

@@ -33,7 +33,7 @@ std::string HelpText(const std::string& subject) {
   if (subject.empty()) return kHelp;
   const std::string header = subject.substr(0, subject.find(' '));
   const CommandEntry* const entry = FindCommand(header);
-  return entry != nullptr ? EntryText(*entry, TerminalWidth())
+  return entry != nullptr ? EntryText(*entry, TerminalWidth(STDOUT_FILENO))
                           : "no command \"" + header + "\"; Tab shows those that there are\n";
 }
 

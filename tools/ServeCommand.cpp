@@ -1,11 +1,14 @@
 #include "tools/ServeCommand.h"
 
-#include <cstdlib>
+#include <charconv>
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <system_error>
 
 #include "server/Server.h"
 #include "tools/Library.h"
+#include "tools/ToolError.h"
 
 namespace {
 
@@ -22,6 +25,15 @@ CLI::Option* AddTime(CLI::App& app, const std::string& name, Duration& value, co
       ->default_str(std::to_string(value.count()));
 }
 
+/// What is wrong with a port; nothing if it is one, or left out.
+std::string PortOrNothing(const std::string& text) {
+  std::uint16_t port = 0;
+  const char* const end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, port);
+  const bool good = text.empty() || (error == std::errc() && rest == end);
+  return good ? "" : "must be a port from 0 to 65535, not " + text;
+}
+
 CLI::Option* AddPort(CLI::App& app, const std::string& name, std::optional<std::uint16_t>& port, std::uint16_t usual,
                      const std::string& text) {
   return app
@@ -32,7 +44,7 @@ CLI::Option* AddPort(CLI::App& app, const std::string& name, std::optional<std::
           },
           text)
       ->expected(0, 1)
-      ->check(CLI::Range(0, 65535) | CLI::IsMember({""}))
+      ->check(PortOrNothing, "")
       ->type_name("PORT");
 }
 
@@ -75,6 +87,12 @@ void AddServeCommand(CLI::App& app) {
   serve.callback([options] {
     LoadLibrary(options->worker.resource);
     if (!options->raw && !options->hislip && !options->vxi11) options->raw = 5025;
-    if (const int status = server::Serve(*options); status != EXIT_SUCCESS) throw CLI::RuntimeError(status);
+    try {
+      server::Serve(*options);
+    } catch (const server::NoInstrument& error) {
+      throw ToolError(error.what(), kNoInstrument);
+    } catch (const server::CannotWrite& error) {
+      throw ToolError(error.what(), kFileFailed);
+    }
   });
 }

@@ -67,8 +67,7 @@ bool WaitForEnd(Conversation& conversation, Interruption& interruption, millisec
     const auto asked = steady_clock::now();
     const std::optional<std::string> status = conversation.Ask("*STB?");
     if (interruption.Happened()) return false;
-    if (!status || status->empty())
-      throw ToolError("the link was lost during the sweep; the output may be on", kNoInstrument);
+    if (!status || status->empty()) throw ToolError("the link was lost during the sweep", kNoInstrument);
     if (Since(asked) < kQuick) return true;
     ShowProgress("sweeping for " + Seconds(Since(start)) + ", " + Seconds(plan) + " by plan");
   }
@@ -76,28 +75,39 @@ bool WaitForEnd(Conversation& conversation, Interruption& interruption, millisec
                   kMessageFailed);
 }
 
-void Sweep(const SweepArguments& arguments, Conversation& conversation, Interruption& interruption) {
-  const SweepPlan& plan = arguments.plan;
-  std::vector<double> levels;
-  if (!arguments.through.empty()) {
-    levels = LevelsThrough(plan, scpi_zlt::ReadTouchstone(arguments.through), arguments.through);
-  }
-  CheckLevels(plan, levels.empty() ? std::vector<double>(1, plan.level_dbm) : levels, AskLimits(conversation));
+/// Sets up and runs. The time that it took; nothing if a message failed or the person interrupted.
+std::optional<milliseconds> RunSweep(const SweepPlan& plan, const std::vector<double>& levels,
+                                     Conversation& conversation, Interruption& interruption) {
   for (const std::string& message : SetUpMessages(plan, levels)) {
     if (!conversation.Say(message)) break;
   }
   const auto start = steady_clock::now();
-  const bool ready = !conversation.Failed() && !interruption.Happened() && conversation.Say(":INIT");
+  if (conversation.Failed() || interruption.Happened() || !conversation.Say(":INIT")) return std::nullopt;
   const milliseconds time = milliseconds(std::llround(plan.points * plan.dwell_s * 1000)) + kStart;
-  const bool over = ready && WaitForEnd(conversation, interruption, time);
-  ShowProgress("");
-  if (over) {
-    Print(std::to_string(plan.points) + " points from " + FrequencyText(plan.start_hz) + " to " +
-          FrequencyText(plan.stop_hz) + " in " + Seconds(Since(start)) + "\n");
-  }
-  if (over && arguments.leave_on) return;
+  if (!WaitForEnd(conversation, interruption, time)) return std::nullopt;
+  return Since(start);
+}
+
+void Sweep(const SweepPlan& plan, const std::vector<double>& levels, bool leave_on, Conversation& conversation,
+           Interruption& interruption) {
+  CheckLevels(plan, levels.empty() ? std::vector<double>(1, plan.level_dbm) : levels, AskLimits(conversation));
   // Also after a mistake or Ctrl-C: nothing goes on by itself, and the output is off.
-  conversation.Conclude({":ABOR", ":OUTP OFF"});
+  const auto end = [&conversation] {
+    ShowProgress("");
+    conversation.Conclude({":ABOR", ":OUTP OFF"});
+  };
+  std::optional<milliseconds> time;
+  try {
+    time = RunSweep(plan, levels, conversation, interruption);
+  } catch (const ToolError&) {
+    end();
+    throw;
+  }
+  if (!time || !leave_on) end();
+  ShowProgress("");
+  if (!time) return;
+  Print(std::to_string(plan.points) + " points from " + FrequencyText(plan.start_hz) + " to " +
+        FrequencyText(plan.stop_hz) + " in " + Seconds(*time) + "\n");
 }
 
 CLI::AsNumberWithUnit Frequency() {
@@ -131,13 +141,17 @@ void AddSweepCommand(CLI::App& app) {
   sweep.add_flag("--leave-on", arguments->leave_on, "The output stays on after the sweep");
   sweep.callback([arguments] {
     const SweepPlan& wanted = arguments->plan;
-    if (wanted.start_hz >= wanted.stop_hz) throw CLI::ValidationError("--stop", "has to be above --start");
-    if (!(wanted.dwell_s >= 0 && wanted.dwell_s <= 4.29))
-      throw CLI::ValidationError("--dwell", "has to be 0 to 4.29 s");
+    if (wanted.start_hz >= wanted.stop_hz) throw CLI::ValidationError("--stop", "must be above --start");
+    if (!(wanted.dwell_s >= 0 && wanted.dwell_s <= 4.29)) throw CLI::ValidationError("--dwell", "must be 0 to 4.29 s");
+    if (!std::isfinite(wanted.level_dbm)) throw CLI::ValidationError("--level", "must be a number of dBm");
     arguments->talk->TakeResource();
     if (!arguments->talk->words.empty()) throw CLI::ExtrasError(arguments->talk->words);
+    // Opening switches the output off: what is wrong with the file is said before.
+    const std::string& file = arguments->through;
+    const std::vector<double> levels =
+        file.empty() ? std::vector<double>() : LevelsThrough(wanted, scpi_zlt::ReadTouchstone(file), file);
     End(Talk(arguments->talk->options, [&](Conversation& conversation, Interruption& interruption) {
-      Sweep(*arguments, conversation, interruption);
+      Sweep(wanted, levels, arguments->leave_on, conversation, interruption);
     }));
   });
 }

@@ -70,11 +70,13 @@ void CheckLevels(const SweepPlan& plan, const std::vector<double>& levels, const
   const auto first = std::find_if(levels.begin(), levels.end(), outside);
   if (first == levels.end()) return;
   const double hertz = Frequencies(plan)[static_cast<std::size_t>(first - levels.begin())];
-  throw ToolError(std::to_string(std::count_if(levels.begin(), levels.end(), outside)) + " of " +
-                      std::to_string(levels.size()) + " points need a level outside of " + Number(limits.lowest_dbm) +
-                      " to " + Number(limits.highest_dbm) + " dBm, the first " + Number(*first) + " dBm at " +
-                      FrequencyText(hertz) + "; nothing was sent. Choose another --level",
-                  kMessageFailed);
+  const std::string range = Number(limits.lowest_dbm) + " to " + Number(limits.highest_dbm) + " dBm";
+  const std::string what = levels.size() == 1
+                               ? "--level " + Number(*first) + " is outside of " + range
+                               : std::to_string(std::count_if(levels.begin(), levels.end(), outside)) + " of " +
+                                     std::to_string(levels.size()) + " points need a level outside of " + range +
+                                     ", the first " + Number(*first) + " dBm at " + FrequencyText(hertz);
+  throw ToolError(what + ". Nothing was sent; choose another --level", kMessageFailed);
 }
 
 std::vector<std::string> SetUpMessages(const SweepPlan& plan, const std::vector<double>& levels) {

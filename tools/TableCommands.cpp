@@ -173,8 +173,11 @@ void AddTableCommands(CLI::App& app) {
   errors.allow_extras();
   errors.callback([&errors] {
     const std::vector<std::string> wanted = errors.remaining();
-    if (wanted.size() > 1) throw CLI::ExtrasError(wanted);
-    ShowErrors(wanted.empty() ? "" : wanted.front());
+    const std::string text = wanted.empty() ? "" : wanted.front();
+    // A negative number is no option.
+    const bool option = text.size() > 1 && text[0] == '-' && std::isdigit(static_cast<unsigned char>(text[1])) == 0;
+    if (wanted.size() > 1 || option) throw CLI::ExtrasError(wanted);
+    ShowErrors(text);
   });
 
   const auto words = std::make_shared<std::vector<std::string>>();

@@ -8,6 +8,7 @@
 #include <iostream>
 #include <limits>
 #include <sstream>
+#include <unistd.h>
 
 #include "tools/CommandReference.h"
 #include "tools/Lines.h"
@@ -77,16 +78,14 @@ void Run(const RunArguments& arguments) {
   if (talk.words.size() != 1) throw CLI::RequiredError("One FILE");
   const std::string& name = talk.words.front();
   const std::vector<std::string> lines = ReadScript(name);
-  bool stopped = false;
-  const int status = Talk(talk.options, [&](Conversation& conversation, Interruption& interruption) {
+  End(Talk(talk.options, [&](Conversation& conversation, Interruption& interruption) {
     for (std::size_t i = 0; i < lines.size() && !interruption.Happened(); ++i) {
       const bool good = conversation.Say(lines[i], (name == "-" ? "line " : name + ":") + std::to_string(i + 1));
-      stopped = !good && !arguments.keep_going && !interruption.Happened();
-      if (stopped) break;
+      if (good || arguments.keep_going || interruption.Happened()) continue;
+      Warn("stopped there, " + conversation.OutputText() + "; --keep-going goes on after an error");
+      break;
     }
-  });
-  if (stopped) Warn("stopped there; --keep-going goes on after an error");
-  End(status);
+  }));
 }
 
 void AddQuery(CLI::App& app) {
@@ -124,7 +123,7 @@ void AddHelp(CLI::App& app) {
     if (entry == nullptr) {
       throw ToolError("no command \"" + *header + "\"; \"scpi-zlt help\" lists those that there are", kMessageFailed);
     }
-    std::cout << EntryText(*entry, TerminalWidth());
+    std::cout << EntryText(*entry, TerminalWidth(STDOUT_FILENO));
   });
 }
 
@@ -179,6 +178,8 @@ int Talk(const ConversationOptions& options, const std::function<void(Conversati
   try {
     talk(conversation, interruption);
   } catch (const Interrupted&) {
+  } catch (const ToolError& error) {
+    throw ToolError(error.what() + ("; " + conversation.OutputText()), error.Status());
   }
   if (interruption.Happened()) {
     conversation.SayWhatIsLeft();
@@ -204,6 +205,7 @@ void Lint(const std::string& name, const std::string& firmware) {
   options.instrument.resource = "SIM0::fw=" + firmware + "::INSTR::ZLT";
   options.verify = true;
   options.form = ReportForm::kNone;
+  options.rehearsal = true;
   Surprises surprises;
   End(Talk(options, [&](Conversation& conversation, Interruption& interruption) {
     for (std::size_t i = 0; i < lines.size() && !interruption.Happened(); ++i) {

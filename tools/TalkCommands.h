@@ -23,7 +23,8 @@ struct TalkArguments {
 /// Gives a verb the options of all that talk, and the words RESOURCE and `words` (no more words if that is empty).
 std::shared_ptr<TalkArguments> AddTalkOptions(CLI::App& app, const std::string& words, const std::string& text);
 
-/// Opens, lets `talk` have its say, and says what is left when it was interrupted. Returns the exit status.
+/// Opens, lets `talk` have its say, and says what is left when it was interrupted. Returns the exit status. Adds to a
+/// ToolError of `talk` what the RF output does.
 int Talk(const ConversationOptions& options, const std::function<void(Conversation&, Interruption&)>& talk);
 
 /// Throws CLI::RuntimeError if `status`, an exit status, is a failure.

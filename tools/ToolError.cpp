@@ -20,9 +20,9 @@ bool Coloured() {
 
 }  // namespace
 
-std::size_t TerminalWidth() {
+std::size_t TerminalWidth(int stream) {
   winsize size{};
-  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1 ? size.ws_col - 1U : 79;
+  return ioctl(stream, TIOCGWINSZ, &size) == 0 && size.ws_col > 1 ? size.ws_col - 1U : 79;
 }
 
 void Warn(const std::string& text) {
@@ -42,5 +42,5 @@ bool ShowsProgress() {
 }
 
 void ShowProgress(const std::string& text) {
-  if (ShowsProgress()) std::cerr << "\r\033[K" << text.substr(0, TerminalWidth()) << std::flush;
+  if (ShowsProgress()) std::cerr << "\r\033[K" << text.substr(0, TerminalWidth(STDERR_FILENO)) << std::flush;
 }

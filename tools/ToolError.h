@@ -37,4 +37,4 @@ bool ShowsProgress();
 void ShowProgress(const std::string& text);
 
 /// Columns that text may take, one less than the terminal has; 79 where there is none.
-std::size_t TerminalWidth();
+std::size_t TerminalWidth(int stream);

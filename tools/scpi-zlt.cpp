@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 #include "scpi_zlt/datafiles.h"
 
@@ -49,10 +50,23 @@ class HelpFormat : public CLI::Formatter {
 
 /// `status`, or a failure if what was printed did not arrive.
 int Printed(int status) {
-  errno = 0;
   if (std::cout.flush() || status != kDone) return status;
+  // Once more for the reason, which a later call may have overwritten.
+  std::cout.clear();
+  errno = 0;
+  std::cout << std::endl;
   Warn(std::string("cannot write the output: ") + std::strerror(errno));
   return kFileFailed;
+}
+
+/// Says what is wrong with the command line, and where the right one is described.
+int WrongUsage(const CLI::App& app, const CLI::ParseError& error) {
+  std::string verb = app.get_name();
+  for (std::vector<CLI::App*> verbs = app.get_subcommands(); !verbs.empty(); verbs = verbs.front()->get_subcommands()) {
+    verb += " " + verbs.front()->get_name();
+  }
+  Warn(error.what() + ("; see " + verb) + " --help");
+  return kUsage;
 }
 
 /// Carries a command line out. A verb runs while it is parsed.
@@ -63,7 +77,8 @@ int Parse(CLI::App& app, TalkArguments& arguments, int argc, char** argv) {
   } catch (const CLI::RuntimeError& end) {
     return end.get_exit_code();
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kDone : kUsage;
+    // Help and the version come this way too.
+    return error.get_exit_code() == 0 ? app.exit(error) : WrongUsage(app, error);
   } catch (const ToolError& error) {
     Warn(error.what());
     return error.Status();
