@@ -60,6 +60,13 @@ CLI::Validator OneOf(const std::map<std::string, Value>& values) {
       "");
 }
 
+void WritePicture(const std::string& file, const std::vector<Panel>& panels, std::string (*x_text)(double)) {
+  std::ofstream picture(file);
+  if (!(picture << SvgPicture(panels, x_text) << std::flush)) {
+    throw ToolError(file + ": cannot write: " + std::strerror(errno), kFileFailed);
+  }
+}
+
 struct NetworkArguments {
   std::vector<std::string> inputs;
   std::string input;
@@ -79,7 +86,24 @@ struct MatrixArguments {
   scpi_zlt::MatrixOptions from;
   scpi_zlt::MatrixOptions to;
   std::vector<std::string> names;
+  std::string svg;
 };
+
+std::vector<double> Column(const Matrix& matrix, std::size_t column) {
+  std::vector<double> values;
+  for (std::size_t row = 0; row < matrix.Rows(); ++row) values.push_back(matrix.At(row, column));
+  return values;
+}
+
+/// Each further column over the first one.
+void DrawMatrix(const Matrix& matrix, const std::string& file) {
+  Panel panel{matrix.names.empty() ? "over column 1" : "over " + matrix.names[0], {}};
+  for (std::size_t column = 1; column < matrix.columns; ++column) {
+    const std::string name = matrix.names.empty() ? "column " + std::to_string(column + 1) : matrix.names[column];
+    panel.curves.push_back({name, Column(matrix, 0), Column(matrix, column)});
+  }
+  WritePicture(file, {panel}, Exact);
+}
 
 /// "-" is the standard input.
 std::string InputFile(const std::string& name) {
@@ -178,11 +202,7 @@ void ShowNetworks(const NetworkArguments& arguments) {
     if (arguments.inputs.size() > 1) std::cout << (&file == &arguments.inputs.front() ? "" : "\n") << file << "\n";
     ShowNetwork(arguments, file, panels);
   }
-  if (arguments.svg.empty()) return;
-  std::ofstream picture(arguments.svg);
-  if (!(picture << SvgPicture(panels) << std::flush)) {
-    throw ToolError(arguments.svg + ": cannot write: " + std::strerror(errno), kFileFailed);
-  }
+  if (!arguments.svg.empty()) WritePicture(arguments.svg, panels, FrequencyText);
 }
 
 /// The extension in lower case, with its dot.
@@ -268,6 +288,7 @@ void ShowMatrix(const MatrixArguments& arguments) {
   if (!matrix.comment.empty()) {
     std::cout << "\n" << matrix.comment << "\n";
   }
+  if (!arguments.svg.empty()) DrawMatrix(matrix, arguments.svg);
 }
 
 void ConvertMatrix(const MatrixArguments& arguments) {
@@ -335,6 +356,7 @@ void AddMatrixCommands(CLI::App& app) {
       ->required();
   AddMatrixOptions(*show, "", "file", arguments->from);
   show->add_flag("--stop-at-crc", arguments->from.stop_at_crc, "A line that starts with #CRC ends the file");
+  show->add_option("--svg", arguments->svg, "Draw all columns over the first one in a picture in this file, as SVG");
   show->callback([arguments] { ShowMatrix(*arguments); });
 
   CLI::App* const convert = matrix->add_subcommand("convert", "Writes a file anew in another form");

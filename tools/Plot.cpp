@@ -50,16 +50,11 @@ std::string Short(double value) {
   return text;
 }
 
-namespace {
-
-/// Ten digits: the ends of a narrow band differ late.
 std::string Exact(double value) {
   char text[32];
   std::snprintf(text, sizeof text, "%.10g", value);
   return text;
 }
-
-}  // namespace
 
 std::string FrequencyText(double hertz) {
   const double magnitude = std::abs(hertz);

@@ -16,5 +16,8 @@ std::string Plot(const std::vector<double>& x, const std::vector<Trace>& traces,
 /// A number for reading: 4 significant digits.
 std::string Short(double value);
 
+/// Ten significant digits: the ends of a narrow band differ late.
+std::string Exact(double value);
+
 /// A frequency with its unit: "1.5 GHz".
 std::string FrequencyText(double hertz);

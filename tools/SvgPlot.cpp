@@ -22,7 +22,7 @@ constexpr std::array kColours = {"#0072b2", "#d55e00", "#009e73", "#cc79a7",
                                  "#56b4e9", "#e69f00", "#000000", "#999999"};
 
 // A band may be narrow: 1 MHz at 10 GHz is shown whole. Values that differ by less are noise.
-constexpr double kLeastOfFrequencies = 1e-9;
+constexpr double kLeastOfX = 1e-9;
 constexpr double kLeastOfValues = 0.01;
 
 struct Axis {
@@ -91,11 +91,11 @@ struct Frame {
   Axis x;
   Axis y;
 
-  double X(double hertz) const { return kLeft + x.Share(hertz) * (kWidth - kLeft - kRight); }
+  double X(double value) const { return kLeft + x.Share(value) * (kWidth - kLeft - kRight); }
   double Y(double value) const { return top + (1 - y.Share(value)) * kPanelHeight; }
 };
 
-std::string Grid(const Frame& frame, const std::string& label) {
+std::string Grid(const Frame& frame, const std::string& label, std::string (*x_text)(double)) {
   std::string svg;
   const double bottom = frame.top + kPanelHeight;
   // Half a step more, so that rounding does not lose the last line.
@@ -105,9 +105,9 @@ std::string Grid(const Frame& frame, const std::string& label) {
     svg += Line(kLeft, frame.Y(value), kWidth - kRight, frame.Y(value), "#dddddd");
     svg += Text(kLeft - 6, frame.Y(value) + 4, "end", Short(shown));
   }
-  for (double hertz = frame.x.low; hertz < frame.x.high + frame.x.step / 2; hertz += frame.x.step) {
-    svg += Line(frame.X(hertz), frame.top, frame.X(hertz), bottom, "#dddddd");
-    svg += Text(frame.X(hertz), bottom + 16, "middle", FrequencyText(hertz));
+  for (double value = frame.x.low; value < frame.x.high + frame.x.step / 2; value += frame.x.step) {
+    svg += Line(frame.X(value), frame.top, frame.X(value), bottom, "#dddddd");
+    svg += Text(frame.X(value), bottom + 16, "middle", x_text(value));
   }
   const double middle = frame.top + kPanelHeight / 2;
   return svg + Text(16, middle, "middle", label, " transform=\"rotate(-90 16 " + Pixels(middle) + ")\"");
@@ -121,7 +121,7 @@ std::string Path(const Frame& frame, const Curve& curve, const char* colour) {
       drawing = false;
       continue;
     }
-    path += (drawing ? " L" : " M") + Pixels(frame.X(curve.hertz[i])) + " " + Pixels(frame.Y(curve.y[i]));
+    path += (drawing ? " L" : " M") + Pixels(frame.X(curve.x[i])) + " " + Pixels(frame.Y(curve.y[i]));
     drawing = true;
   }
   if (path.empty()) return path;
@@ -135,16 +135,16 @@ const char* Colour(std::size_t curve) {
 
 }  // namespace
 
-std::string SvgPicture(const std::vector<Panel>& panels) {
+std::string SvgPicture(const std::vector<Panel>& panels, std::string (*x_text)(double)) {
   Axis x;
   std::size_t names = 0;
   for (const Panel& panel : panels) {
     names = std::max(names, panel.curves.size());
     for (const Curve& curve : panel.curves) {
-      for (const double hertz : curve.hertz) x.Take(hertz);
+      for (const double value : curve.x) x.Take(value);
     }
   }
-  MakeRound(x, kLeastOfFrequencies);
+  MakeRound(x, kLeastOfX);
   const double legend = kTop + kLegendLine * static_cast<double>(names);
   const double height = legend + (kPanelHeight + kBottom) * static_cast<double>(panels.size());
   std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + Pixels(kWidth) + "\" height=\"" +
@@ -161,7 +161,7 @@ std::string SvgPicture(const std::vector<Panel>& panels) {
       for (const double value : curve.y) frame.y.Take(value);
     }
     MakeRound(frame.y, kLeastOfValues);
-    svg += Grid(frame, panels[p].label);
+    svg += Grid(frame, panels[p].label, x_text);
     for (std::size_t i = 0; i < panels[p].curves.size(); ++i) svg += Path(frame, panels[p].curves[i], Colour(i));
   }
   return svg + "</svg>\n";

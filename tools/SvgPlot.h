@@ -1,4 +1,4 @@
-// A picture of curves over frequency, as SVG 1.1.
+// A picture of curves over frequency or another quantity, as SVG 1.1.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 
 struct Curve {
   std::string name;
-  std::vector<double> hertz;  ///< rises
-  std::vector<double> y;      ///< as many; what is not finite is left out
+  std::vector<double> x;
+  std::vector<double> y;  ///< as many; what is not finite is left out
 };
 
 /// One diagram: a vertical axis with a unit, and its curves.
@@ -16,9 +16,9 @@ struct Panel {
   std::vector<Curve> curves;
 };
 
-/// The panels under one another over one frequency axis. A curve of the same place in each panel has the same colour,
-/// and the first panel has the legend. Text is escaped.
-std::string SvgPicture(const std::vector<Panel>& panels);
+/// The panels under one another over one horizontal axis, which `x_text` labels. A curve of the same place in each
+/// panel has the same colour, and the first panel has the legend. Text is escaped.
+std::string SvgPicture(const std::vector<Panel>& panels, std::string (*x_text)(double));
 
 /// Degrees without jumps of 360.
 std::vector<double> Unwrapped(std::vector<double> degrees);
