@@ -76,7 +76,7 @@ void CheckLevels(const SweepPlan& plan, const std::vector<double>& levels, const
                                : std::to_string(std::count_if(levels.begin(), levels.end(), outside)) + " of " +
                                      std::to_string(levels.size()) + " points need a level outside of " + range +
                                      ", the first " + Number(*first) + " dBm at " + FrequencyText(hertz);
-  throw ToolError(what + ". Nothing was sent; choose another --level", kMessageFailed);
+  throw ToolError(what + "; choose another --level. Nothing was sent", kMessageFailed);
 }
 
 std::vector<std::string> SetUpMessages(const SweepPlan& plan, const std::vector<double>& levels) {
