@@ -1,6 +1,7 @@
 #include "tools/Conversation.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "client/MessageScanner.h"
 #include "tools/Lint.h"
@@ -173,9 +174,16 @@ void Conversation::Verify(Said& said) {
   for (const std::string& what : m_watch->Take()) Complain(Quoted(said.message), ": " + what, said);
   // What left an error is known to be refused.
   if (!said.errors.empty()) return;
+  ReadBack(said.message, said);
+  if (IsPulseSetting(said.message)) m_pulse_settings.push_back(said.message);
+  if (!SendsPulseSettings(said.message)) return;
+  for (const std::string& message : std::exchange(m_pulse_settings, {})) ReadBack(message, said);
+}
+
+void Conversation::ReadBack(const std::string& message, Said& said) {
   const std::optional<std::string> difference =
-      ReadBackDifference(said.message, [this](const std::string& query) { return Ask(query); });
-  if (difference) Complain(Quoted(said.message), ": " + *difference, said);
+      ReadBackDifference(message, [this](const std::string& query) { return Ask(query); });
+  if (difference) Complain(Quoted(message), ": " + *difference, said);
 }
 
 std::string Conversation::OutputText() {

@@ -62,11 +62,13 @@ class Conversation {
   void GetInStep(Said& said);
   void ShowErrors(const std::string& message, Said& said);
   void Verify(Said& said);
+  void ReadBack(const std::string& message, Said& said);
   void Complain(const std::string& subject, const std::string& what, Said& said);
 
   ConversationOptions m_options;
   Interruption& m_interruption;
-  std::optional<PacketWatch> m_watch;  ///< to verify
+  std::optional<PacketWatch> m_watch;         ///< to verify
+  std::vector<std::string> m_pulse_settings;  ///< to verify again when they are sent
   std::unique_ptr<Instrument> m_instrument;
   Report m_report;
   std::string m_place;

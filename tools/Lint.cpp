@@ -177,6 +177,16 @@ std::vector<std::string> Surprises::Of(const std::string& message) {
   return found;
 }
 
+bool IsPulseSetting(const std::string& message) {
+  const Unit unit = Units(message).front();
+  return !unit.query && (Is(unit, ":PULM:INT:PWID") || Is(unit, ":PULM:INT:PER"));
+}
+
+bool SendsPulseSettings(const std::string& message) {
+  const Unit unit = Units(message).front();
+  return !unit.query && Is(unit, ":PULM:STAT");
+}
+
 std::optional<std::string> ReadBackDifference(const std::string& message, const QueryFunction& ask) {
   const std::vector<Unit> units = Units(message);
   const Unit& unit = units.front();

@@ -19,6 +19,10 @@ class Surprises {
 /// The answer to a query; nothing if there was none.
 using QueryFunction = std::function<std::optional<std::string>(const std::string& query)>;
 
+/// True for the settings of the pulse generator: they are stored, and go out with ":PULM:STAT", which may round them.
+bool IsPulseSetting(const std::string& message);
+bool SendsPulseSettings(const std::string& message);
+
 /// If a setting reads back as something else than was asked for: "reads back as 0, not -100". Nothing if it does not,
 /// or if nothing can be said: queries, commands without a query, lists, several commands in one message.
 std::optional<std::string> ReadBackDifference(const std::string& message, const QueryFunction& ask);
