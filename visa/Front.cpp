@@ -38,6 +38,7 @@ ViStatus CallHandler(ViSession, ViUInt32 type, ViObject event, void* user) {
     if (library == nullptr) return kSystemError;
     // The library that made the event closes it when the handler has returned.
     const ViObject number = Handles().Add(std::make_shared<ForeignObject>(handler.manager, *library, event));
+    if (number == 0) return kSuccess;  // the program closed its manager: it has no more use for events
     const ViStatus status = handler.function(handler.session, type, number, handler.user);
     Handles().Remove(number);
     return status;
@@ -49,6 +50,13 @@ ViStatus CallHandler(ViSession, ViUInt32 type, ViObject event, void* user) {
 Objects& Handles() {
   static auto* const handles = new Objects;
   return *handles;
+}
+
+ViStatus HandOut(std::shared_ptr<Object> object, ViObject& handle) {
+  handle = Handles().Add(object);
+  if (handle != 0) return kSuccess;
+  object->Close();
+  return kInvalidObject;
 }
 
 bool Forked() {

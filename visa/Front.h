@@ -22,6 +22,9 @@ namespace visa {
 /// All handles of the process. Never destroyed: threads may still be in it when the process ends.
 Objects& Handles();
 
+/// Gives `object` its handle, or closes it if its manager was closed meanwhile.
+ViStatus HandOut(std::shared_ptr<Object> object, ViObject& handle);
+
 /// True in a forked child: the library has no threads there, and locks may be held by threads that are not there.
 bool Forked();
 

@@ -169,11 +169,10 @@ VISA_EXPORT ViStatus viWaitOnEvent(ViSession vi, ViUInt32 in_type, ViUInt32 time
     visa::StoredNumber context;
     const ViStatus status =
         foreign->Call("viWaitOnEvent", in_type, timeout, out_type, out_context != nullptr ? context.Place() : nullptr);
-    if (status >= visa::kSuccess && out_context != nullptr) {
-      *out_context = visa::Handles().Add(
-          std::make_shared<visa::ForeignObject>(foreign->Manager(), foreign->Library(), context.Value()));
-    }
-    return status;
+    if (status < visa::kSuccess || out_context == nullptr) return status;
+    const ViStatus given = visa::HandOut(
+        std::make_shared<visa::ForeignObject>(foreign->Manager(), foreign->Library(), context.Value()), *out_context);
+    return given == visa::kSuccess ? status : given;
   });
 }
 

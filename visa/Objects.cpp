@@ -6,6 +6,7 @@ namespace visa {
 
 ViObject Objects::Add(std::shared_ptr<Object> object) {
   const std::lock_guard hold(m_lock);
+  if (object->Manager() != 0 && !m_objects.contains(object->Manager())) return 0;
   while (m_next == 0 || m_objects.contains(m_next)) ++m_next;
   m_objects.emplace(m_next, std::move(object));
   return m_next++;

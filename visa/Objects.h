@@ -31,6 +31,7 @@ class Object {
 
 class Objects {
  public:
+  /// 0 if the manager that opened it was closed meanwhile: nobody would close the object then.
   ViObject Add(std::shared_ptr<Object> object);
   /// Null for a number that is no handle, or one of another kind.
   template <typename Kind>

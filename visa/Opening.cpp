@@ -30,8 +30,7 @@ ViStatus OpenGenerator(ViSession manager, const std::string& generator, const ch
       return locked;
     }
   }
-  handle = Handles().Add(session);
-  return kSuccess;
+  return HandOut(session, handle);
 }
 
 ViStatus OpenForeign(ViSession manager, ManagerSession& names, const char* name, ViUInt32 access_mode,
@@ -40,10 +39,9 @@ ViStatus OpenForeign(ViSession manager, ManagerSession& names, const char* name,
   if (next == nullptr) return names.NotFound();
   StoredNumber opened;
   const ViStatus status = next->Call("viOpen", name, access_mode, timeout_ms, opened.Place());
-  if (status >= kSuccess) {
-    handle = Handles().Add(std::make_shared<ForeignObject>(manager, next->Library(), opened.Value()));
-  }
-  return status;
+  if (status < kSuccess) return status;
+  const ViStatus given = HandOut(std::make_shared<ForeignObject>(manager, next->Library(), opened.Value()), handle);
+  return given == kSuccess ? status : given;
 }
 
 /// The attributes that a condition of viFindRsrc may name.
@@ -159,8 +157,8 @@ VISA_EXPORT ViStatus viFindRsrc(ViSession manager, const char* expression, ViObj
     visa::StoreText(first, found.front());
     if (count != nullptr) *count = static_cast<ViUInt32>(found.size());
     found.erase(found.begin());
-    if (list != nullptr) *list = visa::Handles().Add(std::make_shared<visa::FindList>(manager, std::move(found)));
-    return visa::kSuccess;
+    if (list == nullptr) return visa::kSuccess;
+    return visa::HandOut(std::make_shared<visa::FindList>(manager, std::move(found)), *list);
   });
 }
 

@@ -153,6 +153,34 @@ TEST_F(Attack, TenThousandSessions) {
   EXPECT_EQ(library.Call("viClose", own), kSuccess);
 }
 
+/// A manager that is closed takes the sessions along that other threads are just opening.
+TEST_F(Attack, OpeningWhileTheManagerCloses) {
+  ViSession own = 0;
+  ASSERT_EQ(library.Open(manager, kName, own), kSuccess);
+  for (int round = 0; round < 200; ++round) {
+    const ViSession closing = library.Manager();
+    std::vector<ViSession> opened;
+    std::atomic<bool> opens{false};
+    std::thread opener([&] {
+      ViStatus status = kSuccess;
+      while (status == kSuccess) {
+        ViSession session = 0;
+        status = library.Open(closing, kName, session);
+        if (status == kSuccess) opened.push_back(session);
+        opens = true;
+        opens.notify_one();
+      }
+      EXPECT_EQ(status, visa::kInvalidObject);
+    });
+    opens.wait(false);
+    EXPECT_EQ(library.Call("viClose", closing), kSuccess);
+    opener.join();
+    for (const ViSession session : opened) EXPECT_EQ(library.Call("viClose", session), visa::kInvalidObject);
+  }
+  ExpectInStep(own, "-5");
+  EXPECT_EQ(library.Call("viClose", own), kSuccess);
+}
+
 /// A long answer byte for byte, with another session's messages in between.
 TEST_F(Attack, AnAnswerByteForByte) {
   ViSession own = 0;
