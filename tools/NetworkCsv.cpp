@@ -161,10 +161,12 @@ void WriteNetworkCsv(const std::string& file, const Network& network, const scpi
     }
   }
   table.columns = table.names.size();
-  const std::size_t parameters = network.ports * network.ports;
-  for (std::size_t i = 0; i < network.values.size(); ++i) {
-    if (i % parameters == 0) table.values.push_back(network.frequency_hz[i / parameters] / kFactors[unit]);
-    for (const double number : Pair(network.values[i], options.format)) table.values.push_back(number);
+  auto value = network.values.begin();
+  for (const double hertz : network.frequency_hz) {
+    table.values.push_back(hertz / kFactors[unit]);
+    for (std::size_t i = 0; i < network.ports * network.ports; ++i, ++value) {
+      for (const double number : Pair(*value, options.format)) table.values.push_back(number);
+    }
   }
   scpi_zlt::WriteMatrix(file, table, {.form = MatrixForm::kCsv});
 }

@@ -23,8 +23,9 @@ class Attack : public testing::Test {
 
   void TearDown() override { EXPECT_EQ(library.Call("viClose", manager), kSuccess); }
 
-  /// The answer shows that the session is in step.
+  /// The answer shows that the session is in step. On a busy machine the others may be long at it.
   void ExpectInStep(ViSession session, const std::string& level) {
+    library.Call("viSetAttribute", session, visa::kTimeoutValue, ViAttrState{60000});
     EXPECT_EQ(library.Ask(session, ":POW " + level + ";:POW?\n"), level + "\n");
   }
 
