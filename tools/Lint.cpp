@@ -193,8 +193,8 @@ std::optional<std::string> ReadBackDifference(const std::string& message, const 
   const bool has_query = unit.command != nullptr && std::string_view(unit.command->forms) == "set, query";
   if (units.size() > 1 || unit.query || !has_query || unit.parameter.empty()) return std::nullopt;
   if (unit.parameter.find(',') != std::string::npos || unit.header.starts_with('*')) return std::nullopt;
-  // Levels are written in dBm and may be read in watts.
-  const bool level = std::string_view(unit.command->parameter).find("DBM") != std::string_view::npos;
+  // Levels and the span are written in dBm and dB, and may be read in watts.
+  const bool level = std::string_view(unit.command->parameter).find("DB") != std::string_view::npos;
   if (level && !Is(unit, ":UNIT:POW") && ask(":UNIT:POW?") == "W") return std::nullopt;
 
   // This one's own query answers whole seconds.
@@ -210,7 +210,9 @@ std::optional<std::string> ReadBackDifference(const std::string& message, const 
     same = read.parameter == (wanted == "1" ? "ON" : "OFF") || got == wanted;
   } else if (asked) {
     const double value = std::strtod(got.c_str(), nullptr);
-    same = std::fabs(value - *asked) <= 1e-9 * std::max(std::fabs(value), std::fabs(*asked));
+    // The phase is of single precision on the link.
+    const double tolerance = Is(unit, ":PHAS") ? 1e-7 : 1e-9;
+    same = std::fabs(value - *asked) <= tolerance * std::max(std::fabs(value), std::fabs(*asked));
   } else {
     // The answer is spelled as in the reference: capitals are the short form.
     const Unit read = Parse("X " + got);
