@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <map>
+#include <span>
 #include <string_view>
 
 #include "client/MessageScanner.h"
@@ -70,40 +71,59 @@ std::optional<double> Number(const std::string& parameter) {
 
 enum class Form { kSet, kQuery };
 
-/// One surprise that shows in the text of a command.
+/// One surprise that shows in the text of a command, or in that of those before it.
 struct Row {
   const char* header;
   Form form;
-  bool (*applies)(const std::string& parameter);
+  bool (*applies)(const std::string& parameter, const ScriptState& state);
   const char* text;
   const char* anchor;  ///< of its paragraph in docs/surprises.md
 };
 
-bool Always(const std::string&) {
+bool Always(const std::string&, const ScriptState&) {
   return true;
 }
-bool IsOne(const std::string& parameter) {
+bool IsOne(const std::string& parameter, const ScriptState&) {
   return parameter == "1";
 }
-bool IsLimitWord(const std::string& parameter) {
+bool IsLimitWord(const std::string& parameter, const ScriptState&) {
   return parameter.starts_with("MIN") || parameter.starts_with("MAX") || parameter.starts_with("DEF");
 }
-bool IsImmediate(const std::string& parameter) {
+bool IsImmediate(const std::string& parameter, const ScriptState&) {
   return parameter.starts_with("IMM");
 }
-bool IsLogarithmic(const std::string& parameter) {
+bool IsLogarithmic(const std::string& parameter, const ScriptState&) {
   return parameter.starts_with("LOG");
 }
-bool IsWatts(const std::string& parameter) {
+bool IsWatts(const std::string& parameter, const ScriptState&) {
   return parameter == "W";
 }
-bool IsTrain(const std::string& parameter) {
+bool IsTrain(const std::string& parameter, const ScriptState&) {
   return parameter.starts_with("PTR");
 }
-bool IsBelowASecond(const std::string& parameter) {
+bool IsBelowASecond(const std::string& parameter, const ScriptState&) {
   return Number(parameter).value_or(1) < 0.5;
 }
+bool SwitchesOnUnsent(const std::string& parameter, const ScriptState& state) {
+  return (parameter == "ON" || parameter == "1") && !state.frequency_sent;
+}
+bool SweepsFrequencyWithoutStep(const std::string& parameter, const ScriptState& state) {
+  return parameter.starts_with("SWE") && !state.frequency_step;
+}
+bool SweepsPowerWithoutStep(const std::string& parameter, const ScriptState& state) {
+  return parameter.starts_with("SWE") && !state.power_step;
+}
+bool SweepsDown(const std::string& parameter, const ScriptState& state) {
+  return parameter.starts_with("SWE") && state.start && state.stop && *state.start > *state.stop;
+}
+bool ListsDiffer(const std::string& parameter, const ScriptState& state) {
+  return parameter == "LIST" && state.frequencies != state.powers && state.frequencies > 1 && state.powers > 1;
+}
+bool InWatts(const std::string&, const ScriptState& state) {
+  return state.in_watts;
+}
 
+constexpr const char* kNoLimit = "answers what is set: there is no limit to ask for";
 constexpr const char* kLevelWord = "MIN, MAX and DEF set 0 dBm; ask for the limit and write the number";
 constexpr const char* kWholeSeconds = "pulse times go out in whole seconds, this one as 0";
 
@@ -125,7 +145,7 @@ constexpr Row kRows[] = {
      "spacing-goes-out-later"},
     {":TRIG:SOUR", Form::kSet, IsImmediate, "a sweep that takes longer than a second is broken off; BUS has no limit",
      "immediate-source-cuts-short"},
-    {":LIST:MODE", Form::kSet, [](const std::string& word) { return word.starts_with("MAN"); },
+    {":LIST:MODE", Form::kSet, [](const std::string& word, const ScriptState&) { return word.starts_with("MAN"); },
      "steps by triggers only if :TRIG:SOUR EXT was written before", "source-before-list-mode"},
     {":TRIG", Form::kSet, Always, "starts no sweep; :INIT does", "trig-starts-nothing"},
     {":ABOR", Form::kSet, Always, "leaves :INIT:CONT on, so the next sweep setting starts again",
@@ -133,6 +153,26 @@ constexpr Row kRows[] = {
     {":LIST:DWEL", Form::kQuery, Always, "answers whole seconds; :SWE:DWEL? is exact", "list-dwell-in-whole-seconds"},
     {":PULM:INT:PWID", Form::kSet, IsBelowASecond, kWholeSeconds, "numbers-that-wrap"},
     {":PULM:INT:PER", Form::kSet, IsBelowASecond, kWholeSeconds, "numbers-that-wrap"},
+    {":OUTP", Form::kSet, SwitchesOnUnsent, "no frequency was sent since opening; write :FREQ first",
+     "opening-programs"},
+    {":FREQ:MODE", Form::kSet, SweepsFrequencyWithoutStep,
+     "no step is set, so one point goes out; write start, stop or points first", "no-step-after-opening"},
+    {":POW:MODE", Form::kSet, SweepsPowerWithoutStep,
+     "no step is set, so a step of 0 goes out; write start, stop or points first", "no-step-after-opening"},
+    {":FREQ:MODE", Form::kSet, SweepsDown,
+     "a falling sweep is right on its first send only; before the next one write :FREQ:MODE FIX, start and stop again",
+     "falling-sweep"},
+    {":POW:MODE", Form::kSet, ListsDiffer, "refused, because the lists differ in length, but reads as LIST",
+     "lists-that-differ"},
+    {":POW:SPAN", Form::kQuery, InWatts, "of no use in watts; write :UNIT:POW DBM first", "power-span-in-watts"},
+    {":SWE:DWEL", Form::kQuery, IsLimitWord, kNoLimit, "limits"},
+    {":LIST:DWEL", Form::kQuery, IsLimitWord, kNoLimit, "limits"},
+    {":SWE:STEP", Form::kQuery, IsLimitWord, kNoLimit, "limits"},
+    {":TRIG:AUX:DUR", Form::kQuery, IsLimitWord, kNoLimit, "limits"},
+    {":TRIG:AUX:PULS:PER", Form::kQuery, IsLimitWord, kNoLimit, "limits"},
+    {":TRIG:AUX:PULS:WIDT", Form::kQuery, IsLimitWord, kNoLimit, "limits"},
+    {":ROSC:EXT:FREQ", Form::kQuery, IsLimitWord, kNoLimit, "limits"},
+    {":PHAS", Form::kQuery, IsLimitWord, kNoLimit, "limits"},
     {":PULM:SOUR:INT", Form::kSet, IsTrain, "a pulse train can be stored, not started", "train-cannot-start"},
 };
 
@@ -140,11 +180,39 @@ std::string Linked(const std::string& text, const char* anchor) {
   return text + " (docs/surprises.md#" + anchor + ")";
 }
 
+bool IsAnyOf(const Unit& unit, std::span<const char* const> headers) {
+  return !unit.query &&
+         std::any_of(headers.begin(), headers.end(), [&](const char* header) { return Is(unit, header); });
+}
+
 bool IsRange(const Unit& unit) {
   static constexpr const char* kRange[] = {":FREQ:STAR", ":FREQ:STOP", ":FREQ:CENT",
                                            ":FREQ:SPAN", ":SWE:POIN",  ":SWE:STEP"};
-  return !unit.query &&
-         std::any_of(std::begin(kRange), std::end(kRange), [&](const char* header) { return Is(unit, header); });
+  return IsAnyOf(unit, kRange);
+}
+
+bool IsPowerRange(const Unit& unit) {
+  static constexpr const char* kRange[] = {":POW:STAR", ":POW:STOP", ":POW:CENT", ":POW:SPAN", ":SWE:POIN"};
+  return IsAnyOf(unit, kRange);
+}
+
+void Follow(const Unit& unit, ScriptState& state) {
+  if (unit.query) return;
+  const auto points = [&unit] {
+    return static_cast<std::size_t>(std::count(unit.parameter.begin(), unit.parameter.end(), ',')) + 1;
+  };
+  const bool frequency = Is(unit, ":FREQ");
+  const bool mode = Is(unit, ":FREQ:MODE");
+  if (mode) state.sweeps = unit.parameter.starts_with("SWE");
+  state.frequency_sent |= frequency || (mode && (state.sweeps || unit.parameter == "LIST"));
+  state.frequency_step |= frequency || IsRange(unit);
+  state.power_step |= IsPowerRange(unit);
+  if (Is(unit, ":FREQ:STAR")) state.start = Number(unit.parameter);
+  if (Is(unit, ":FREQ:STOP")) state.stop = Number(unit.parameter);
+  if (Is(unit, ":FREQ:CENT") || Is(unit, ":FREQ:SPAN")) state.start = state.stop = std::nullopt;
+  if (Is(unit, ":UNIT:POW")) state.in_watts = unit.parameter == "W";
+  if (Is(unit, ":LIST:FREQ")) state.frequencies = points();
+  if (Is(unit, ":LIST:POW")) state.powers = points();
 }
 
 }  // namespace
@@ -154,17 +222,20 @@ std::vector<std::string> Surprises::Of(const std::string& message) {
   const std::vector<Unit> units = Units(message);
   for (const Unit& unit : units) {
     for (const Row& row : kRows) {
-      if (Is(unit, row.header) && unit.query == (row.form == Form::kQuery) && row.applies(unit.parameter)) {
+      if (Is(unit, row.header) && unit.query == (row.form == Form::kQuery) && row.applies(unit.parameter, m_state)) {
         found.push_back(Linked(row.text, row.anchor));
       }
     }
     if (IsRange(unit)) {
-      found.push_back(
-          Linked(m_sweeps ? "in sweep mode older firmware refuses this without a word; write :FREQ:MODE SWE after it"
-                          : "is only stored until :FREQ:MODE SWE",
-                 "range-then-mode"));
+      found.push_back(Linked(
+          m_state.sweeps ? "in sweep mode older firmware refuses this without a word; write :FREQ:MODE SWE after it"
+                         : "is only stored until :FREQ:MODE SWE",
+          "range-then-mode"));
     }
-    if (Is(unit, ":FREQ:MODE") && !unit.query) m_sweeps = unit.parameter.starts_with("SWE");
+    Follow(unit, m_state);
+  }
+  if (message.size() > 1 && message[1] == ' ') {
+    found.push_back(Linked("a lone character in front is cut off, and the rest is carried out", "lone-character"));
   }
   if (units.size() < 2) return found;
   if (!units.front().query) {
@@ -200,7 +271,7 @@ std::optional<std::string> ReadBackDifference(const std::string& message, const 
   // This one's own query answers whole seconds.
   const std::optional<std::string> answer = ask(Is(unit, ":LIST:DWEL") ? ":SWE:DWEL?" : unit.header + "?");
   std::string wanted = unit.parameter;
-  if (IsLimitWord(wanted) && *unit.command->words == 'M') wanted = ask(unit.header + "? " + wanted).value_or("");
+  if (IsLimitWord(wanted, {}) && *unit.command->words == 'M') wanted = ask(unit.header + "? " + wanted).value_or("");
   if (!answer || wanted.empty()) return std::nullopt;
   const std::optional<double> asked = Number(wanted);
   const std::string& got = *answer;

@@ -1,19 +1,33 @@
 // What a message does that its writer may not expect: warnings from its text alone, and what reads back differently.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
+/// What the settings of a script so far lead to, as its text shows.
+struct ScriptState {
+  bool sweeps = false;          ///< ":FREQ:MODE SWE" was the last mode
+  bool frequency_sent = false;  ///< opening leaves another one than the query answers
+  bool frequency_step = false;  ///< opening sets none
+  bool power_step = false;      ///< the same
+  bool in_watts = false;        ///< power queries
+  std::optional<double> start;  ///< of the frequency sweep in Hz, as a number was written
+  std::optional<double> stop;   ///< the same
+  std::size_t frequencies = 1;  ///< points in the list
+  std::size_t powers = 1;       ///< the same
+};
+
 /// What the page of surprises warns of in these messages, each as "text (docs/surprises.md#paragraph)". Messages are
-/// looked at in order, because what a range setting does depends on the mode.
+/// looked at in order from the first one after opening on, because what one does depends on those before it.
 class Surprises {
  public:
   std::vector<std::string> Of(const std::string& message);
 
  private:
-  bool m_sweeps = false;  ///< ":FREQ:MODE SWE" was the last mode
+  ScriptState m_state;
 };
 
 /// The answer to a query; nothing if there was none.
