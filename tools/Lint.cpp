@@ -119,6 +119,9 @@ bool SweepsDown(const std::string& parameter, const ScriptState& state) {
 bool ListsDiffer(const std::string& parameter, const ScriptState& state) {
   return parameter == "LIST" && state.frequencies != state.powers && state.frequencies > 1 && state.powers > 1;
 }
+bool StepsWithoutTrigger(const std::string& parameter, const ScriptState& state) {
+  return parameter.starts_with("MAN") && !state.external_trigger;
+}
 bool InWatts(const std::string&, const ScriptState& state) {
   return state.in_watts;
 }
@@ -145,8 +148,8 @@ constexpr Row kRows[] = {
      "spacing-goes-out-later"},
     {":TRIG:SOUR", Form::kSet, IsImmediate, "a sweep that takes longer than a second is broken off; BUS has no limit",
      "immediate-source-cuts-short"},
-    {":LIST:MODE", Form::kSet, [](const std::string& word, const ScriptState&) { return word.starts_with("MAN"); },
-     "steps by triggers only if :TRIG:SOUR EXT was written before", "source-before-list-mode"},
+    {":LIST:MODE", Form::kSet, StepsWithoutTrigger, "steps by triggers only if :TRIG:SOUR EXT was written before",
+     "source-before-list-mode"},
     {":TRIG", Form::kSet, Always, "starts no sweep; :INIT does", "trig-starts-nothing"},
     {":ABOR", Form::kSet, Always, "leaves :INIT:CONT on, so the next sweep setting starts again",
      "abort-leaves-continuous-on"},
@@ -210,6 +213,7 @@ void Follow(const Unit& unit, ScriptState& state) {
   if (Is(unit, ":FREQ:STAR")) state.start = Number(unit.parameter);
   if (Is(unit, ":FREQ:STOP")) state.stop = Number(unit.parameter);
   if (Is(unit, ":FREQ:CENT") || Is(unit, ":FREQ:SPAN")) state.start = state.stop = std::nullopt;
+  if (Is(unit, ":TRIG:SOUR")) state.external_trigger = unit.parameter.starts_with("EXT");
   if (Is(unit, ":UNIT:POW")) state.in_watts = unit.parameter == "W";
   if (Is(unit, ":LIST:FREQ")) state.frequencies = points();
   if (Is(unit, ":LIST:POW")) state.powers = points();

@@ -9,15 +9,16 @@
 
 /// What the settings of a script so far lead to, as its text shows.
 struct ScriptState {
-  bool sweeps = false;          ///< ":FREQ:MODE SWE" was the last mode
-  bool frequency_sent = false;  ///< opening leaves another one than the query answers
-  bool frequency_step = false;  ///< opening sets none
-  bool power_step = false;      ///< the same
-  bool in_watts = false;        ///< power queries
-  std::optional<double> start;  ///< of the frequency sweep in Hz, as a number was written
-  std::optional<double> stop;   ///< the same
-  std::size_t frequencies = 1;  ///< points in the list
-  std::size_t powers = 1;       ///< the same
+  bool sweeps = false;            ///< ":FREQ:MODE SWE" was the last mode
+  bool frequency_sent = false;    ///< opening leaves another one than the query answers
+  bool frequency_step = false;    ///< opening sets none
+  bool power_step = false;        ///< the same
+  bool in_watts = false;          ///< power queries
+  bool external_trigger = false;  ///< the source
+  std::optional<double> start;    ///< of the frequency sweep in Hz, as a number was written
+  std::optional<double> stop;     ///< the same
+  std::size_t frequencies = 1;    ///< points in the list
+  std::size_t powers = 1;         ///< the same
 };
 
 /// What the page of surprises warns of in these messages, each as "text (docs/surprises.md#paragraph)". Messages are
