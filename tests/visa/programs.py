@@ -10,7 +10,6 @@ import signal
 import subprocess
 import sys
 import tempfile
-import time
 
 LIBRARY, PAGE = sys.argv[1:3]
 ALIASES = """# Names that the programs below want.
@@ -57,26 +56,51 @@ def labgrid():
 def interrupted():
     """Control-C in the middle of a query: the exception comes, the session is in step, and the program ends."""
     program = """
-import pyvisa, sys
+import ctypes, pyvisa, sys
 generator = pyvisa.ResourceManager(sys.argv[1]).open_resource("SIM5::pass=300::INSTR::ZLT", read_termination="\\n")
 for message in (":FREQ:MODE SWE", ":INIT:CONT ON", ":OUTP ON"):
     generator.write(message)
 generator.timeout = 10000
-print("ready", flush=True)
 try:
+    generator.write(":POW -10;:POW?")  # takes more than a second beside the sweep
+    print("ready", flush=True)
     while True:
-        generator.query(":POW -10;:POW?")
-except KeyboardInterrupt:
+        generator.read()
+except (KeyboardInterrupt, ctypes.ArgumentError):  # ctypes makes that of one while it converts
     print(generator.query(":FREQ:MODE?"), flush=True)
 # The session stays open: the interpreter's end closes it.
 """
     process = subprocess.Popen([sys.executable, "-c", program, LIBRARY], stdout=subprocess.PIPE, text=True)
     assert process.stdout.readline() == "ready\n"
-    time.sleep(0.2)  # anywhere in a query
     process.send_signal(signal.SIGINT)
     assert process.stdout.read() == "SWEep\n"
     assert process.wait(30) == 0
     print("interrupted: ok")
+
+
+def ends_with_threads_inside():
+    """The main thread ends while others wait for an answer, for a lock, and ask: nothing keeps the program."""
+    program = """
+import pyvisa, sys, threading
+manager = pyvisa.ResourceManager(sys.argv[1])
+asks, locks, reads = [manager.open_resource(name + "::INSTR::ZLT", timeout=None) for name in ("SIM6", "SIM6", "SIM7")]
+asks.lock_excl()
+asked = threading.Event()
+
+def ask():
+    while True:
+        asks.query("*IDN?")
+        asked.set()
+
+for work in (reads.read, lambda: locks.lock_excl(timeout=60000), ask):
+    threading.Thread(target=work, daemon=True).start()
+asked.wait()
+print("end", flush=True)
+sys.exit(3)
+"""
+    run = subprocess.run([sys.executable, "-c", program, LIBRARY], capture_output=True, text=True, timeout=60)
+    assert run.stdout == "end\n" and run.returncode == 3, run
+    print("ends with threads inside: ok")
 
 
 def without_provider():
@@ -171,6 +195,7 @@ with tempfile.NamedTemporaryFile("w") as aliases:
     os.environ["PYVISA_LIBRARY"] = LIBRARY
     without_provider()
     interrupted()
+    ends_with_threads_inside()
     ways()
     check_table()
     labgrid()
