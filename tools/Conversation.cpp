@@ -79,7 +79,7 @@ void Conversation::Take(const Answer& answer, Said& said) {
     case Outcome::kTimeout:
       if (m_interruption.Happened()) break;
       Complain(scpi_zlt::IsQuery(message) ? "no answer to " + Quoted(message) : "not done: " + Quoted(message),
-               " within " + std::to_string(m_options.answer_timeout.count()) + " ms (--timeout gives it longer)", said);
+               WithinTimeout(), said);
       break;
     case Outcome::kUnfinished:
       Complain("not sent: " + Quoted(message), " ends inside a block of data", said);
@@ -120,13 +120,15 @@ std::optional<std::string> Conversation::Ask(const std::string& query) {
   return WithoutLineEnd(scpi_zlt::Tidy(query, answer.response));
 }
 
+std::string Conversation::WithinTimeout() const {
+  return " within " + std::to_string(m_options.answer_timeout.count()) + " ms (--timeout gives it longer)";
+}
+
 std::string Conversation::Demand(const std::string& query, const std::string& consequence) {
   const std::optional<std::string> answer = Ask(query);
   if (m_interruption.Happened()) throw Interrupted();
   if (!answer) {
-    throw ToolError("no answer to " + Quoted(query) + " within " + std::to_string(m_options.answer_timeout.count()) +
-                        " ms (--timeout gives it longer); " + consequence,
-                    kMessageFailed);
+    throw ToolError("no answer to " + Quoted(query) + WithinTimeout() + "; " + consequence, kMessageFailed);
   }
   return *answer;
 }

@@ -61,6 +61,7 @@ class Conversation {
   void Take(const scpi_zlt::Answer& answer, Said& said);
   void GetInStep(Said& said);
   void ShowErrors(const std::string& message, Said& said);
+  std::string WithinTimeout() const;
   void Verify(Said& said);
   void ReadBack(const std::string& message, Said& said);
   void Complain(const std::string& subject, const std::string& what, Said& said);

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
@@ -60,13 +59,6 @@ CLI::Validator OneOf(const std::map<std::string, Value>& values) {
       "");
 }
 
-void WritePicture(const std::string& file, const std::vector<Panel>& panels, std::string (*x_text)(double)) {
-  std::ofstream picture(file);
-  if (!(picture << SvgPicture(panels, x_text) << std::flush)) {
-    throw ToolError(file + ": cannot write: " + std::strerror(errno), kFileFailed);
-  }
-}
-
 struct NetworkArguments {
   std::vector<std::string> inputs;
   std::string input;
@@ -102,7 +94,14 @@ void DrawMatrix(const Matrix& matrix, const std::string& file) {
     const std::string name = matrix.names.empty() ? "column " + std::to_string(column + 1) : matrix.names[column];
     panel.curves.push_back({name, Column(matrix, 0), Column(matrix, column)});
   }
-  WritePicture(file, {panel}, Exact);
+  WriteFile(file, SvgPicture({panel}, Exact));
+}
+
+/// The extension in lower case, with its dot.
+std::string Extension(const std::filesystem::path& file) {
+  std::string extension = file.extension().string();
+  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return extension;
 }
 
 /// "-" is the standard input.
@@ -111,7 +110,7 @@ std::string InputFile(const std::string& name) {
 }
 
 Network ReadNetwork(const NetworkArguments& arguments, const std::string& file) {
-  if (arguments.from_csv || IsCsv(file)) return ReadNetworkCsv(InputFile(file));
+  if (arguments.from_csv || Extension(file) == ".csv") return ReadNetworkCsv(InputFile(file));
   return scpi_zlt::ReadTouchstone(InputFile(file));
 }
 
@@ -202,14 +201,7 @@ void ShowNetworks(const NetworkArguments& arguments) {
     if (arguments.inputs.size() > 1) std::cout << (&file == &arguments.inputs.front() ? "" : "\n") << file << "\n";
     ShowNetwork(arguments, file, panels);
   }
-  if (!arguments.svg.empty()) WritePicture(arguments.svg, panels, FrequencyText);
-}
-
-/// The extension in lower case, with its dot.
-std::string Extension(const std::filesystem::path& file) {
-  std::string extension = file.extension().string();
-  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return extension;
+  if (!arguments.svg.empty()) WriteFile(arguments.svg, SvgPicture(panels, FrequencyText));
 }
 
 /// Refuses an output whose name promises another kind of file: ".s2p" and the like are Touchstone.
@@ -223,7 +215,7 @@ void CheckTouchstoneName(const std::filesystem::path& file) {
 }
 
 void ConvertNetwork(const NetworkArguments& arguments) {
-  const bool to_csv = IsCsv(arguments.output);
+  const bool to_csv = Extension(arguments.output) == ".csv";
   if (!to_csv) CheckTouchstoneName(arguments.output);
   const Network network = ReadNetwork(arguments, arguments.input);
   if (!to_csv) return scpi_zlt::WriteTouchstone(arguments.output, network, arguments.options);

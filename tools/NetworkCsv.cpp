@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cmath>
 #include <complex>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <numbers>
 #include <sstream>
 #include <string_view>
@@ -116,12 +114,6 @@ void Check(const std::string& file, const Network& network) {
 }
 
 }  // namespace
-
-bool IsCsv(const std::string& file) {
-  std::string extension = std::filesystem::path(file).extension().string();
-  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return extension == ".csv";
-}
 
 Network ReadNetworkCsv(const std::string& file) {
   const Matrix matrix = scpi_zlt::ReadMatrix(file, {.form = MatrixForm::kCsv});

@@ -7,9 +7,6 @@
 
 #include "scpi_zlt/datafiles.h"
 
-/// True for a name that ends in ".csv".
-bool IsCsv(const std::string& file);
-
 /// The parameters may come in any order and in any of the formats; the unit is that of the first name. Throws
 /// DataFileError.
 scpi_zlt::Network ReadNetworkCsv(const std::string& file);

@@ -1,8 +1,5 @@
 #include "tools/SettingsCommands.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <memory>
 
 #include "tools/Settings.h"
@@ -24,14 +21,8 @@ std::string SettingsText(Conversation& conversation, bool all) {
   return text;
 }
 
-void WriteSettings(const std::string& text, const std::string& name) {
-  if (name.empty()) {
-    Print(text);
-    return;
-  }
-  errno = 0;
-  std::ofstream file(name);
-  if (!(file << text << std::flush)) throw ToolError(name + ": cannot write: " + std::strerror(errno), kFileFailed);
+void WriteSettings(const std::string& text, const std::string& file) {
+  return file.empty() ? Print(text) : WriteFile(file, text);
 }
 
 void Save(const SaveArguments& arguments) {

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <iostream>
 #include <string_view>
 #include <sys/ioctl.h>
@@ -35,6 +36,12 @@ void Print(const std::string& text) {
   if (!(std::cout << text << std::flush)) {
     throw ToolError(std::string("cannot write the answer: ") + std::strerror(errno), kFileFailed);
   }
+}
+
+void WriteFile(const std::string& file, const std::string& text) {
+  errno = 0;
+  std::ofstream stream(file);
+  if (!(stream << text << std::flush)) throw ToolError(file + ": cannot write: " + std::strerror(errno), kFileFailed);
 }
 
 bool ShowsProgress() {

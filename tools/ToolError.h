@@ -30,6 +30,9 @@ void Warn(const std::string& text);
 /// Writes to the standard output at once. Throws ToolError if it cannot be written.
 void Print(const std::string& text);
 
+/// Makes `file` hold this text. Throws ToolError if it cannot be written.
+void WriteFile(const std::string& file, const std::string& text);
+
 /// True if progress may be shown: the error stream is a terminal.
 bool ShowsProgress();
 

@@ -67,3 +67,13 @@ def eventually(condition, what, seconds=20):
     while not condition():
         assert time.monotonic() < until, what
         time.sleep(0.02)
+
+
+def visa_error(action, *words):
+    """The name of the error that pyvisa raises, or "none"."""
+    import pyvisa
+    try:
+        action(*words)
+    except pyvisa.errors.VisaIOError as failure:
+        return failure.abbreviation
+    return "none"

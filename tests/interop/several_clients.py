@@ -14,7 +14,7 @@ import time
 
 import own_network
 from hislip_client import Session
-from server_process import Server, ask, eventually
+from server_process import Server, ask, eventually, visa_error
 
 PROGRAM = sys.argv[1]
 # What a running sweep is left with unless somebody ends or changes it: its own polls, and questions.
@@ -148,16 +148,6 @@ def a_killed_client_leaves_the_sweep(clients, packets):
             owner.close()
 
 
-def no(action, *words):
-    """The error that pyvisa raises."""
-    import pyvisa
-    try:
-        action(*words)
-    except pyvisa.errors.VisaIOError as failure:
-        return failure.abbreviation
-    return "none"
-
-
 def a_lock_keeps_the_others_out(clients, _):
     with clients.server.connect() as link:
         ask(link, ":ABOR;:INIT:CONT OFF;:FREQ:MODE FIX;:POW:MODE FIX;:FREQ 1GHZ;*OPC?")
@@ -167,7 +157,7 @@ def a_lock_keeps_the_others_out(clients, _):
         holder.lock_excl()
         assert clients.lxi("raw", ":FREQ?", 1).stdout == "" and clients.lxi("vxi11", ":FREQ?", 1).stdout == ""
         clients.lxi("raw", ":FREQ 2GHZ", 1)  # closed in order, so it is carried out when the lock is gone
-        assert no(raw.query, ":FREQ?") == "VI_ERROR_TMO"
+        assert visa_error(raw.query, ":FREQ?") == "VI_ERROR_TMO"
         assert hislip.lock() == 0 and hislip.lock_info() == (1, 1)
         hislip.write(b":FREQ?\n")
         assert hislip.sync.silent_for(0.3), "HiSLIP waits"
@@ -177,8 +167,8 @@ def a_lock_keeps_the_others_out(clients, _):
         eventually(lambda: clients.lxi("raw", ":FREQ?").stdout.strip() == "2000000000", "what waited for the lock is carried out")
 
         assert hislip.lock(b"key") == 1, "the shared lock of HiSLIP keeps out who does not share it"
-        assert no(holder.query, ":FREQ?") == "VI_ERROR_IO" and no(holder.lock_excl) == "VI_ERROR_RSRC_LOCKED"
-        assert no(raw.query, "*OPC?") == "VI_ERROR_TMO" and clients.lxi("vxi11", ":FREQ?", 1).stdout == ""
+        assert visa_error(holder.query, ":FREQ?") == "VI_ERROR_IO" and visa_error(holder.lock_excl) == "VI_ERROR_RSRC_LOCKED"
+        assert visa_error(raw.query, "*OPC?") == "VI_ERROR_TMO" and clients.lxi("vxi11", ":FREQ?", 1).stdout == ""
     # The lock ended with its session.
     assert clients.lxi("vxi11", ":FREQ?").stdout.strip() == "2000000000"
 

@@ -15,7 +15,7 @@ import time
 
 import own_network
 from client_table import ClientTable
-from server_process import Server, ask, closed
+from server_process import Server, ask, closed, visa_error
 
 PROGRAM = sys.argv[1]
 CORE, MAPPER = 0x0607AF, 100000
@@ -81,13 +81,6 @@ def pyvisa(server):
     except ImportError:
         return "skipped: python3-pyvisa and python3-pyvisa-py are not installed"
 
-    def error(action, *words):
-        try:
-            action(*words)
-        except pyvisa.errors.VisaIOError as failure:
-            return failure.abbreviation
-        return "none"
-
     manager = pyvisa.ResourceManager("@py")
     generator = manager.open_resource("TCPIP::127.0.0.1::inst0::INSTR", timeout=5000)
     assert generator.query("*IDN?").strip().split(",")[:2] == ["Sorvik", "ZG-20E"], "*IDN?"
@@ -101,19 +94,19 @@ def pyvisa(server):
     assert generator.read_stb() & 16 == 0, "a device clear drops the answer"
     generator.assert_trigger()
     generator.timeout = 100
-    assert error(generator.read) == "VI_ERROR_TMO", "nothing was asked"
+    assert visa_error(generator.read) == "VI_ERROR_TMO", "nothing was asked"
     generator.timeout = 10000
     # The longest message that the library takes, line end included, and one byte more.
     for size, expected in (160144, "none"), (160145, "VI_ERROR_IO"):
         message = ":LIST:FREQ " + "1000000000," * 14000
         message += "1000000000".rjust(size - 2 - len(message))
-        assert error(generator.write, message) == expected, (size, len(message))
+        assert visa_error(generator.write, message) == expected, (size, len(message))
     assert generator.query(":LIST:FREQ:POIN?") == "14001\n"
-    assert error(generator.write, ":FREQ 9GHZ" + " " * 200000) == "VI_ERROR_IO", "a block above the limit"
+    assert visa_error(generator.write, ":FREQ 9GHZ" + " " * 200000) == "VI_ERROR_IO", "a block above the limit"
     assert generator.query(":FREQ?") == "1250000000\n", "nothing of it was carried out"
     second = manager.open_resource("TCPIP::127.0.0.1::inst0::INSTR")
     generator.lock_excl()
-    assert error(second.query, ":FREQ?") == "VI_ERROR_IO", "locked out"
+    assert visa_error(second.query, ":FREQ?") == "VI_ERROR_IO", "locked out"
     generator.unlock()
     assert second.query(":FREQ?") == "1250000000\n"
     generator.lock_excl()
